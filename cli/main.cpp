@@ -1,0 +1,158 @@
+// ostquote-cli: the module's data layer from a shell.
+//
+//   ostquote-cli [--api URL] [--timeout SECONDS] today | day YYYY-MM-DD | batch | update | latest
+//
+// Records are printed as JSON on stdout; errors go to stderr with a non-zero exit status
+// (1: the request or the store failed, 2: the command line is wrong).
+
+#include "OstAPIClient+Quote.h"
+#include "OTUserInfoStore+OstQuote.h"
+
+#include <OTDate.h>
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTextStream>
+
+#include <cstdio>
+
+namespace {
+
+enum ExitCode { Success = 0, Failure = 1, Usage = 2 };
+
+void printJSON(const QJsonDocument &document)
+{
+    const QByteArray bytes = document.toJson(QJsonDocument::Indented);
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+    std::fflush(stdout);
+}
+
+int fail(const QString &message, int code = Failure)
+{
+    QTextStream(stderr) << "ostquote-cli: " << message << Qt::endl;
+    return code;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    // Data and settings go where the desktop keeps them ($XDG_DATA_HOME/ostrel/ostquote-cli, ...).
+    QCoreApplication::setOrganizationName(QStringLiteral("ostrel"));
+    QCoreApplication::setApplicationName(QStringLiteral("ostquote-cli"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("1.0"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Fetches quotes of the day and keeps the latest one.\n\n"
+        "Commands:\n"
+        "  today             today's quote\n"
+        "  day YYYY-MM-DD    the quote of one day\n"
+        "  batch             the quotes of today and the coming days\n"
+        "  update            fetch today's quote and keep it as the latest quote\n"
+        "  latest            the kept latest quote (nothing when none is kept)"));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption apiOption(QStringLiteral("api"),
+                                       QStringLiteral("Base URL of the quote server (default: $OSTQUOTE_API_BASE or %1).")
+                                           .arg(OstAPIClient::defaultBaseURL().toString()),
+                                       QStringLiteral("URL"));
+    const QCommandLineOption timeoutOption(QStringLiteral("timeout"),
+                                           QStringLiteral("Give up on a request after this many seconds (default 15)."),
+                                           QStringLiteral("SECONDS"));
+    parser.addOption(apiOption);
+    parser.addOption(timeoutOption);
+    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("today, day, batch, update or latest"));
+    if (!parser.parse(app.arguments()))
+        return fail(parser.errorText(), Usage);
+    if (parser.isSet(QStringLiteral("help")))
+        parser.showHelp(Success);
+    if (parser.isSet(QStringLiteral("version")))
+        parser.showVersion();
+
+    const QStringList args = parser.positionalArguments();
+    if (args.isEmpty())
+        return fail(QStringLiteral("no command given; try --help"), Usage);
+    const QString command = args.first();
+    const qsizetype expected = command == QLatin1String("day") ? 2 : 1;
+    if (args.size() != expected) {
+        return fail(command == QLatin1String("day") ? QStringLiteral("usage: ostquote-cli day YYYY-MM-DD")
+                                                    : QStringLiteral("'%1' takes no arguments").arg(command),
+                    Usage);
+    }
+
+    OstAPIClient *client = OstAPIClient::sharedClient();
+    if (parser.isSet(apiOption)) {
+        const QUrl url(parser.value(apiOption), QUrl::StrictMode);
+        if (!url.isValid() || url.host().isEmpty() || (url.scheme() != u"http" && url.scheme() != u"https"))
+            return fail(QStringLiteral("not an http(s) URL: %1").arg(parser.value(apiOption)), Usage);
+        client->setBaseURL(url);
+    }
+    if (parser.isSet(timeoutOption)) {
+        bool ok = false;
+        const double seconds = parser.value(timeoutOption).toDouble(&ok);
+        if (!ok || seconds <= 0)
+            return fail(QStringLiteral("not a number of seconds: %1").arg(parser.value(timeoutOption)), Usage);
+        client->setTransferTimeout(int(seconds * 1000));
+    }
+
+    int status = Success;
+    auto finish = [&](int code) {
+        status = code;
+        QCoreApplication::exit(code);
+    };
+    auto printQuote = [&](const OTModelPtr &quote, const OTError &error) {
+        if (error)
+            return finish(fail(error.description()));
+        printJSON(QJsonDocument(quote->JSONObject()));
+        finish(Success);
+    };
+
+    if (command == QLatin1String("today")) {
+        getQuoteWithDate(client, QStringLiteral("today"), printQuote);
+    } else if (command == QLatin1String("day")) {
+        const QString day = args.at(1);
+        if (ot_dateFromStringFormatDate(day).isNull())
+            return fail(QStringLiteral("not a day: %1 (expected YYYY-MM-DD)").arg(day), Usage);
+        getQuoteWithDate(client, day, printQuote);
+    } else if (command == QLatin1String("batch")) {
+        getQuotesWithBlock(client, [&](const QList<OstQuotePtr> &quotes, const OTError &error) {
+            if (error)
+                return finish(fail(error.description()));
+            QJsonArray array;
+            for (const OstQuotePtr &quote : quotes)
+                array.append(quote->JSONObject());
+            printJSON(QJsonDocument(array));
+            finish(Success);
+        });
+    } else if (command == QLatin1String("update")) {
+        updateQuoteWithBlock(client, [&](const OTModelPtr &result, const OTError &error) {
+            if (error)
+                return finish(fail(error.description()));
+            // The block is called after the store was written; read it back to be sure it
+            // holds what the server sent.
+            const OTModelPtr stored = latestQuote();
+            if (!stored || !stored->isEqualToModel(result.data()))
+                return finish(fail(QStringLiteral("could not keep the quote in %1").arg(OTUserInfoStore::storePath())));
+            printJSON(QJsonDocument(result->JSONObject()));
+            finish(Success);
+        });
+    } else if (command == QLatin1String("latest")) {
+        const bool hasEntry = OTUserInfoStore::ostrelDefaults().contains(QString::fromLatin1(OstQuoteLatestQuoteKey));
+        const OTModelPtr quote = latestQuote();
+        if (!quote) {
+            return hasEntry ? fail(QStringLiteral("the kept latest quote in %1 cannot be read")
+                                       .arg(OTUserInfoStore::storePath()))
+                            : Success;
+        }
+        printJSON(QJsonDocument(quote->JSONObject()));
+        return Success;
+    } else {
+        return fail(QStringLiteral("unknown command '%1'; try --help").arg(command), Usage);
+    }
+    app.exec();
+    return status;
+}

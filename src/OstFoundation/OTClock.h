@@ -1,0 +1,33 @@
+#pragma once
+
+#include "OstFoundationGlobal.h"
+
+#include <QDateTime>
+#include <QTimeZone>
+
+// The foundation owns "now" and the time zone in which day keys are read and written.
+// Everything that asks for the current instant or the local day goes through here, so
+// that a test (or a process started with OSTQUOTE_NOW / OSTQUOTE_TIME_ZONE) can pin both.
+//
+//   OSTQUOTE_NOW        an ISO 8601 instant with offset, e.g. 2016-10-03T09:00:00+08:00;
+//                       the clock starts there and runs on from it
+//   OSTQUOTE_TIME_ZONE  an IANA zone name, e.g. Europe/London
+class OSTFOUNDATION_EXPORT OTClock
+{
+public:
+    // The current instant: the machine's, or the pinned one.
+    static QDateTime now();
+    // The zone used for day keys and every day boundary.
+    static QTimeZone timeZone();
+
+    // Freezes the clock at `instant` (a null instant goes back to the machine's clock).
+    static void setNow(const QDateTime &instant);
+    // Lets the clock run on from `instant`, as a process started with OSTQUOTE_NOW does.
+    static void setRunningFrom(const QDateTime &instant);
+    // Moves a pinned clock on by `seconds`; no effect on the machine's clock.
+    static void advance(qint64 seconds);
+    // An invalid zone goes back to the machine's zone.
+    static void setTimeZone(const QTimeZone &zone);
+    // Both back to what the environment says.
+    static void reset();
+};

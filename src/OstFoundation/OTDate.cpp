@@ -1,0 +1,60 @@
+#include "OTDate.h"
+
+#include "OTClock.h"
+
+#include <QLocale>
+
+namespace {
+
+bool isDigit(QChar c)
+{
+    return c >= u'0' && c <= u'9';
+}
+
+int digits(QStringView s)
+{
+    int value = 0;
+    for (QChar c : s)
+        value = value * 10 + (c.unicode() - u'0');
+    return value;
+}
+
+} // namespace
+
+QDateTime ot_dateFromStringFormatDate(const QString &dayKey)
+{
+    // Exactly dddd-dd-dd; QDate::fromString alone would accept one-digit fields and
+    // surrounding text.
+    if (dayKey.size() != 10 || dayKey.at(4) != u'-' || dayKey.at(7) != u'-')
+        return {};
+    for (int i : {0, 1, 2, 3, 5, 6, 8, 9}) {
+        if (!isDigit(dayKey.at(i)))
+            return {};
+    }
+    const QStringView key(dayKey);
+    const QDate day(digits(key.mid(0, 4)), digits(key.mid(5, 2)), digits(key.mid(8, 2)));
+    if (!day.isValid())
+        return {};
+    // startOfDay copes with zones whose clocks skip midnight (the day then starts at the
+    // first instant that exists).
+    return day.startOfDay(OTClock::timeZone());
+}
+
+QString descriptionWithFormat(const QDateTime &date, const QString &format)
+{
+    return descriptionWithFormat(date, format, QStringLiteral("C"));
+}
+
+QString descriptionWithFormat(const QDateTime &date, const QString &format, const QString &localeIdentifier)
+{
+    if (!date.isValid())
+        return {};
+    const QString pattern = format.isNull() ? QString::fromLatin1(OTDayKeyFormat) : format;
+    const QDateTime local = date.toTimeZone(OTClock::timeZone());
+    return QLocale(localeIdentifier).toString(local, pattern);
+}
+
+QString ot_todayKey()
+{
+    return descriptionWithFormat(OTClock::now());
+}

@@ -1,0 +1,342 @@
+#include "OTModel.h"
+
+#include <QCborArray>
+#include <QCborMap>
+#include <QCborStreamReader>
+#include <QCborValue>
+#include <QFile>
+#include <QJsonArray>
+#include <QMetaProperty>
+#include <QMutex>
+#include <QSaveFile>
+
+namespace {
+
+const QString kClassKey = QStringLiteral("class");
+const QString kVersionKey = QStringLiteral("version");
+const QString kPropertiesKey = QStringLiteral("properties");
+
+struct Registry
+{
+    QMutex mutex;
+    QHash<QByteArray, const QMetaObject *> classes;
+};
+
+Registry &registry()
+{
+    static Registry r;
+    return r;
+}
+
+const QMetaObject *registeredClass(const QByteArray &name)
+{
+    Registry &r = registry();
+    QMutexLocker lock(&r.mutex);
+    return r.classes.value(name);
+}
+
+// A string that is present but empty must stay present: Qt hands back a null QString for
+// "" in places, so normalise.
+QString presentString(const QString &s)
+{
+    return s.isNull() ? QStringLiteral("") : s;
+}
+
+// Converts a JSON value to what a property of type `type` holds; an invalid QVariant when
+// the JSON type does not fit.
+QVariant fromJSON(const QJsonValue &value, QMetaType type)
+{
+    switch (type.id()) {
+    case QMetaType::QString:
+        return value.isString() ? QVariant(presentString(value.toString())) : QVariant();
+    case QMetaType::Bool:
+        return value.isBool() ? QVariant(value.toBool()) : QVariant();
+    case QMetaType::Int:
+    case QMetaType::LongLong: {
+        if (!value.isDouble())
+            return {};
+        const double d = value.toDouble();
+        if (d != static_cast<double>(static_cast<qint64>(d)))
+            return {};
+        return type.id() == QMetaType::Int ? QVariant(static_cast<int>(d)) : QVariant(static_cast<qint64>(d));
+    }
+    case QMetaType::Double:
+        return value.isDouble() ? QVariant(value.toDouble()) : QVariant();
+    case QMetaType::QVariantMap:
+        return value.isObject() ? QVariant(value.toObject().toVariantMap()) : QVariant();
+    case QMetaType::QJsonObject:
+        return value.isObject() ? QVariant(value.toObject()) : QVariant();
+    case QMetaType::QVariantList:
+        return value.isArray() ? QVariant(value.toArray().toVariantList()) : QVariant();
+    case QMetaType::QJsonArray:
+        return value.isArray() ? QVariant(value.toArray()) : QVariant();
+    case QMetaType::QStringList: {
+        if (!value.isArray())
+            return {};
+        QStringList list;
+        for (const QJsonValue &element : value.toArray()) {
+            if (!element.isString())
+                return {};
+            list.append(presentString(element.toString()));
+        }
+        return list;
+    }
+    default:
+        return {};
+    }
+}
+
+bool isPresent(const QVariant &v)
+{
+    switch (v.metaType().id()) {
+    case QMetaType::QString: return !v.toString().isNull();
+    case QMetaType::QVariantMap: return !v.toMap().isEmpty();
+    case QMetaType::QJsonObject: return !v.toJsonObject().isEmpty();
+    case QMetaType::QVariantList: return !v.toList().isEmpty();
+    case QMetaType::QJsonArray: return !v.toJsonArray().isEmpty();
+    case QMetaType::QStringList: return !v.toStringList().isEmpty();
+    default: return v.isValid();
+    }
+}
+
+QJsonValue valueAtKeyPath(const QJsonObject &json, const QString &keyPath)
+{
+    const QStringList parts = keyPath.split(u'.');
+    QJsonValue current(json);
+    for (const QString &part : parts) {
+        if (!current.isObject())
+            return QJsonValue(QJsonValue::Undefined);
+        current = current.toObject().value(part);
+    }
+    return current;
+}
+
+void setValueAtKeyPath(QJsonObject &json, QStringList parts, const QJsonValue &value)
+{
+    const QString head = parts.takeFirst();
+    if (parts.isEmpty()) {
+        json.insert(head, value);
+        return;
+    }
+    QJsonObject child = json.value(head).toObject();
+    setValueAtKeyPath(child, parts, value);
+    json.insert(head, child);
+}
+
+// The CBOR form of a property value, and back. Containers go through QCborValue's own
+// variant conversion; scalars are checked by hand so that a foreign archive cannot slip a
+// value of the wrong kind into a property.
+QVariant fromCbor(const QCborValue &value, QMetaType type)
+{
+    switch (type.id()) {
+    case QMetaType::QString:
+        return value.isString() ? QVariant(presentString(value.toString())) : QVariant();
+    case QMetaType::Bool:
+        return value.isBool() ? QVariant(value.toBool()) : QVariant();
+    case QMetaType::Int:
+        return value.isInteger() ? QVariant(static_cast<int>(value.toInteger())) : QVariant();
+    case QMetaType::LongLong:
+        return value.isInteger() ? QVariant(value.toInteger()) : QVariant();
+    case QMetaType::Double:
+        return value.isDouble() || value.isInteger() ? QVariant(value.toDouble()) : QVariant();
+    case QMetaType::QVariantMap:
+        return value.isMap() ? QVariant(value.toMap().toVariantMap()) : QVariant();
+    case QMetaType::QJsonObject:
+        return value.isMap() ? QVariant(value.toMap().toJsonObject()) : QVariant();
+    case QMetaType::QVariantList:
+        return value.isArray() ? QVariant(value.toArray().toVariantList()) : QVariant();
+    case QMetaType::QJsonArray:
+        return value.isArray() ? QVariant(value.toArray().toJsonArray()) : QVariant();
+    case QMetaType::QStringList: {
+        if (!value.isArray())
+            return {};
+        QStringList list;
+        for (const QCborValue &element : value.toArray()) {
+            if (!element.isString())
+                return {};
+            list.append(presentString(element.toString()));
+        }
+        return list;
+    }
+    default:
+        return {};
+    }
+}
+
+OTModelPtr fail(OTError *error, const QString &description)
+{
+    if (error)
+        *error = OTError(OTError::Undecodable, description);
+    return {};
+}
+
+} // namespace
+
+OTModel::OTModel(QObject *parent)
+    : QObject(parent)
+{
+}
+
+QHash<QString, QString> OTModel::JSONKeyPathsByPropertyKey() const
+{
+    return {};
+}
+
+void OTModel::registerModelClass(const QMetaObject *modelClass)
+{
+    Registry &r = registry();
+    QMutexLocker lock(&r.mutex);
+    r.classes.insert(QByteArray(modelClass->className()), modelClass);
+}
+
+OTModelPtr OTModel::modelOfClass(const QMetaObject *modelClass, const QJsonObject &json)
+{
+    if (!modelClass || !modelClass->inherits(&OTModel::staticMetaObject))
+        return {};
+    registerModelClass(modelClass);
+    OTModelPtr model(qobject_cast<OTModel *>(modelClass->newInstance()));
+    if (!model)
+        return {};
+    const QMetaObject *meta = model->metaObject();
+    const QHash<QString, QString> map = model->JSONKeyPathsByPropertyKey();
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        const int index = meta->indexOfProperty(it.key().toUtf8().constData());
+        if (index < 0)
+            continue;
+        const QMetaProperty property = meta->property(index);
+        const QVariant value = fromJSON(valueAtKeyPath(json, it.value()), property.metaType());
+        if (value.isValid())
+            property.write(model.data(), value);
+    }
+    return model;
+}
+
+QJsonObject OTModel::JSONObject() const
+{
+    QJsonObject json;
+    const QMetaObject *meta = metaObject();
+    const QHash<QString, QString> map = JSONKeyPathsByPropertyKey();
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        const int index = meta->indexOfProperty(it.key().toUtf8().constData());
+        if (index < 0)
+            continue;
+        const QVariant value = meta->property(index).read(this);
+        setValueAtKeyPath(json, it.value().split(u'.'),
+                          isPresent(value) ? QJsonValue::fromVariant(value) : QJsonValue(QJsonValue::Null));
+    }
+    return json;
+}
+
+bool OTModel::hasValueForKey(const QString &name) const
+{
+    const int index = metaObject()->indexOfProperty(name.toUtf8().constData());
+    return index >= 0 && isPresent(metaObject()->property(index).read(this));
+}
+
+bool OTModel::isEqualToModel(const OTModel *other) const
+{
+    if (!other || other->metaObject() != metaObject())
+        return false;
+    const QMetaObject *meta = metaObject();
+    const QHash<QString, QString> map = JSONKeyPathsByPropertyKey();
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        const int index = meta->indexOfProperty(it.key().toUtf8().constData());
+        if (index < 0)
+            continue;
+        const QVariant mine = meta->property(index).read(this);
+        const QVariant theirs = meta->property(index).read(other);
+        if (isPresent(mine) != isPresent(theirs) || mine != theirs)
+            return false;
+    }
+    return true;
+}
+
+QByteArray OTModel::archivedData() const
+{
+    QCborMap properties;
+    const QMetaObject *meta = metaObject();
+    const QHash<QString, QString> map = JSONKeyPathsByPropertyKey();
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        const int index = meta->indexOfProperty(it.key().toUtf8().constData());
+        if (index < 0)
+            continue;
+        const QVariant value = meta->property(index).read(this);
+        if (isPresent(value))
+            properties.insert(it.key(), QCborValue::fromVariant(value));
+    }
+    QCborMap root;
+    root.insert(kClassKey, QString::fromLatin1(meta->className()));
+    root.insert(kVersionKey, ArchiveVersion);
+    root.insert(kPropertiesKey, properties);
+    return QCborValue(QCborKnownTags::Signature, root).toCbor();
+}
+
+OTModelPtr OTModel::unarchiveObjectWithData(const QByteArray &data, OTError *error)
+{
+    if (data.isEmpty())
+        return fail(error, QStringLiteral("empty archive"));
+    QCborParserError parseError;
+    QCborValue value = QCborValue::fromCbor(data, &parseError);
+    if (parseError.error != QCborError::NoError)
+        return fail(error, QStringLiteral("damaged archive: %1 at byte %2")
+                               .arg(parseError.errorString()).arg(parseError.offset));
+    if (value.isTag() && value.tag() == QCborTag(QCborKnownTags::Signature))
+        value = value.taggedValue();
+    if (!value.isMap())
+        return fail(error, QStringLiteral("not a keyed archive"));
+    const QCborMap root = value.toMap();
+    const QCborValue className = root.value(kClassKey);
+    const QCborValue version = root.value(kVersionKey);
+    const QCborValue properties = root.value(kPropertiesKey);
+    if (!className.isString() || !version.isInteger() || !properties.isMap())
+        return fail(error, QStringLiteral("not a keyed archive"));
+    if (version.toInteger() < 1 || version.toInteger() > ArchiveVersion)
+        return fail(error, QStringLiteral("archive version %1 is not supported").arg(version.toInteger()));
+    const QMetaObject *modelClass = registeredClass(className.toString().toUtf8());
+    if (!modelClass)
+        return fail(error, QStringLiteral("archive of unknown class %1").arg(className.toString()));
+    OTModelPtr model(qobject_cast<OTModel *>(modelClass->newInstance()));
+    if (!model)
+        return fail(error, QStringLiteral("class %1 cannot be instantiated").arg(className.toString()));
+
+    const QMetaObject *meta = model->metaObject();
+    const QHash<QString, QString> map = model->JSONKeyPathsByPropertyKey();
+    const QCborMap values = properties.toMap();
+    for (auto it = values.cbegin(); it != values.cend(); ++it) {
+        const QString name = it.key().toString();
+        if (!map.contains(name))
+            continue; // written by a newer version of the class
+        const int index = meta->indexOfProperty(name.toUtf8().constData());
+        if (index < 0)
+            continue;
+        const QMetaProperty property = meta->property(index);
+        const QVariant v = fromCbor(it.value(), property.metaType());
+        if (!v.isValid())
+            return fail(error, QStringLiteral("archive of %1: property %2 has the wrong type")
+                                   .arg(className.toString(), name));
+        property.write(model.data(), v);
+    }
+    return model;
+}
+
+bool OTModel::archiveRootObjectToFile(const QString &path, OTError *error) const
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(archivedData()) < 0 || !file.commit()) {
+        if (error)
+            *error = OTError(OTError::FileSystem, QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
+        return false;
+    }
+    return true;
+}
+
+OTModelPtr OTModel::unarchiveObjectWithFile(const QString &path, OTError *error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (error)
+            *error = OTError(OTError::FileSystem, QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+        return {};
+    }
+    return unarchiveObjectWithData(file.readAll(), error);
+}

@@ -1,0 +1,221 @@
+#include "OstAPIClient.h"
+
+#include <QCoreApplication>
+#include <QMutex>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QThread>
+#include <QUrlQuery>
+
+namespace {
+
+constexpr auto kDefaultBase = "http://127.0.0.1:8080";
+
+OTError errorForReply(QNetworkReply *reply, const QByteArray &body, bool timedOut)
+{
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    const QString url = reply->request().url().toString();
+    if (status.isValid() && (status.toInt() < 200 || status.toInt() > 299)) {
+        QString reason = reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString();
+        // The server explains itself in a JSON body {"error": "..."} where it can.
+        const QJsonValue detail = QJsonDocument::fromJson(body).object().value(QLatin1String("error"));
+        if (detail.isString())
+            reason = detail.toString();
+        return OTError(OTError::HTTPStatus,
+                       QStringLiteral("HTTP %1 %2 for %3").arg(status.toInt()).arg(reason, url),
+                       status.toInt());
+    }
+    if (timedOut) {
+        return OTError(OTError::Network, QStringLiteral("no answer from %1 within the time limit").arg(url))
+            .markTimeout();
+    }
+    if (reply->error() != QNetworkReply::NoError)
+        return OTError(OTError::Network, QStringLiteral("%1: %2").arg(url, reply->errorString()));
+    return {};
+}
+
+OTError undecodable(const QString &what, const QString &api)
+{
+    return OTError(OTError::Undecodable, QStringLiteral("%1 from %2").arg(what, api));
+}
+
+} // namespace
+
+OstAPIClient::OstAPIClient(QObject *parent)
+    : QObject(parent)
+    , m_network(new QNetworkAccessManager(this))
+    , m_baseURL(defaultBaseURL())
+{
+}
+
+OstAPIClient::~OstAPIClient() = default;
+
+OstAPIClient *OstAPIClient::sharedClient()
+{
+    static QPointer<OstAPIClient> client;
+    static QMutex mutex;
+    QMutexLocker lock(&mutex);
+    if (!client) {
+        client = new OstAPIClient;
+        if (QCoreApplication *app = QCoreApplication::instance()) {
+            client->moveToThread(app->thread());
+            // Gone with the application, so that nothing outlives its event loop.
+            QObject::connect(app, &QObject::destroyed, client, &QObject::deleteLater);
+        }
+    }
+    return client;
+}
+
+QUrl OstAPIClient::defaultBaseURL()
+{
+    const QByteArray fromEnvironment = qgetenv("OSTQUOTE_API_BASE");
+    const QUrl url(QString::fromUtf8(fromEnvironment.isEmpty() ? QByteArray(kDefaultBase) : fromEnvironment));
+    return url.isValid() ? url : QUrl(QString::fromLatin1(kDefaultBase));
+}
+
+void OstAPIClient::setBaseURL(const QUrl &url)
+{
+    if (url == m_baseURL)
+        return;
+    m_baseURL = url;
+    Q_EMIT baseURLChanged();
+}
+
+void OstAPIClient::setTransferTimeout(int milliseconds)
+{
+    m_transferTimeout = milliseconds > 0 ? milliseconds : DefaultTransferTimeout;
+}
+
+QUrl OstAPIClient::URLForAPI(const QString &api, const QVariantMap &parameters) const
+{
+    // The API path goes below whatever path the base already has, so that a server mounted
+    // under a prefix (a CDN folder, say) works as well.
+    QString base = m_baseURL.toString(QUrl::StripTrailingSlash | QUrl::RemoveQuery | QUrl::RemoveFragment);
+    if (!api.startsWith(u'/'))
+        base += u'/';
+    QUrl url(base + api);
+    if (!parameters.isEmpty()) {
+        QUrlQuery query;
+        for (auto it = parameters.cbegin(); it != parameters.cend(); ++it)
+            query.addQueryItem(it.key(), it.value().toString());
+        url.setQuery(query);
+    }
+    return url;
+}
+
+void OstAPIClient::send(const QString &method, const QString &api, const QVariantMap &parameters,
+                        bool networkRequired, BodyHandler handler)
+{
+    // Requests may be made from any thread; the network work and the completion happen on
+    // the client's own thread.
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(this, [=, this]() { send(method, api, parameters, networkRequired, handler); },
+                                  Qt::QueuedConnection);
+        return;
+    }
+
+    const QByteArray verb = method.toUpper().toLatin1();
+    const bool queryParameters = verb == "GET" || verb == "HEAD";
+    QNetworkRequest request(URLForAPI(api, queryParameters ? parameters : QVariantMap()));
+    request.setRawHeader("Accept", "application/json");
+    request.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("OstQuote/1.0"));
+    request.setTransferTimeout(m_transferTimeout);
+    if (networkRequired) {
+        request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+        request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+    }
+
+    QByteArray body;
+    if (!queryParameters) {
+        request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
+        body = QJsonDocument(QJsonObject::fromVariantMap(parameters)).toJson(QJsonDocument::Compact);
+    }
+    // GET and HEAD go through their own operations: only those are answered from a cache.
+    QNetworkReply *reply = verb == "GET"    ? m_network->get(request)
+                           : verb == "HEAD" ? m_network->head(request)
+                                            : m_network->sendCustomRequest(request, verb, body);
+
+    connect(reply, &QNetworkReply::finished, this, [reply, handler]() {
+        reply->deleteLater();
+        const QByteArray data = reply->isOpen() ? reply->readAll() : QByteArray();
+        // Nothing here cancels a reply: a cancelled one is the transfer timeout's doing.
+        const bool timedOut = reply->error() == QNetworkReply::OperationCanceledError;
+        handler(data, errorForReply(reply, data, timedOut));
+    });
+}
+
+void OstAPIClient::modelWithMethod(const QString &method, const QString &api, const QVariantMap &parameters,
+                                   const QMetaObject *onClass, ModelCompletion completion, QObject *context)
+{
+    const bool hasContext = context != nullptr;
+    QPointer<QObject> guard(context);
+    send(method, api, parameters, false, [=](const QByteArray &body, const OTError &error) {
+        if ((hasContext && !guard) || !completion)
+            return;
+        if (error) {
+            completion({}, error);
+            return;
+        }
+        QJsonParseError parseError;
+        const QJsonDocument document = QJsonDocument::fromJson(body, &parseError);
+        if (parseError.error != QJsonParseError::NoError) {
+            completion({}, undecodable(QStringLiteral("invalid JSON (%1)").arg(parseError.errorString()), api));
+            return;
+        }
+        if (!document.isObject()) {
+            completion({}, undecodable(QStringLiteral("a JSON value that is not an object"), api));
+            return;
+        }
+        OTModelPtr model = OTModel::modelOfClass(onClass, document.object());
+        if (!model) {
+            completion({}, undecodable(QStringLiteral("an object that cannot be built as %1")
+                                           .arg(onClass ? QString::fromLatin1(onClass->className()) : QString()),
+                                       api));
+            return;
+        }
+        completion(model, {});
+    });
+}
+
+void OstAPIClient::modelWithAPI(const QString &api, const QVariantMap &parameters, const QMetaObject *modelClass,
+                                bool networkRequired, ModelsCompletion block, QObject *context)
+{
+    const bool hasContext = context != nullptr;
+    QPointer<QObject> guard(context);
+    send(QStringLiteral("GET"), api, parameters, networkRequired, [=](const QByteArray &body, const OTError &error) {
+        if ((hasContext && !guard) || !block)
+            return;
+        if (error) {
+            block({}, error);
+            return;
+        }
+        QJsonParseError parseError;
+        const QJsonDocument document = QJsonDocument::fromJson(body, &parseError);
+        if (parseError.error != QJsonParseError::NoError) {
+            block({}, undecodable(QStringLiteral("invalid JSON (%1)").arg(parseError.errorString()), api));
+            return;
+        }
+        if (!document.isArray()) {
+            block({}, undecodable(QStringLiteral("a JSON value that is not an array"), api));
+            return;
+        }
+        QList<OTModelPtr> models;
+        const QJsonArray array = document.array();
+        models.reserve(array.size());
+        for (const QJsonValue &element : array) {
+            OTModelPtr model = element.isObject() ? OTModel::modelOfClass(modelClass, element.toObject()) : OTModelPtr();
+            if (!model) {
+                block({}, undecodable(QStringLiteral("an array element that is not an object of %1")
+                                          .arg(modelClass ? QString::fromLatin1(modelClass->className()) : QString()),
+                                      api));
+                return;
+            }
+            models.append(model);
+        }
+        block(models, {});
+    });
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "OstQuoteGlobal.h"
+#include "OstQuote.h"
+
+#include <OTUserInfoStore.h>
+
+// The latest quote of the day, kept in the app's persistent settings (OTUserInfoStore) as
+// the keyed archive of the record under "kNewQuote". One quote only: each update replaces
+// the previous one; every other setting is left as it is.
+
+inline constexpr const char *OstQuoteLatestQuoteKey = "kNewQuote";
+
+// Stores `quote` as the latest quote. False for a null quote or when the settings could not
+// be written; the previous latest quote then stays.
+OSTQUOTE_EXPORT bool updateQuote(const OstQuote *quote);
+
+// The record stored by the last successful updateQuote(), or null on a fresh store. The
+// unarchived object is returned as it comes, whatever its class: callers check it. A
+// damaged entry logs one line and gives null; it stays until the next update replaces it.
+OSTQUOTE_EXPORT OTModelPtr latestQuote();

@@ -1,0 +1,25 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en">
+<context>
+    <name></name>
+    <message id="quote_press_to_view">
+        <extracomment>每日一句</extracomment>
+        <source>Quote of the Day</source>
+        <translation>Quote of the Day</translation>
+    </message>
+    <message id="home_item_quote_share_topic">
+        <source>#Quote of the Day#</source>
+        <translation>#Quote of the Day#</translation>
+    </message>
+    <message id="share_view_copy_link_copied">
+        <source>Link copied</source>
+        <translation>Link copied</translation>
+    </message>
+    <message id="share_success">
+        <extracomment>分享成功</extracomment>
+        <source>Shared</source>
+        <translation>Shared</translation>
+    </message>
+</context>
+</TS>

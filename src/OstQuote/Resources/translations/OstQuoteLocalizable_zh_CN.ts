@@ -1,0 +1,25 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="zh_CN">
+<context>
+    <name></name>
+    <message id="quote_press_to_view">
+        <extracomment>每日一句</extracomment>
+        <source>Quote of the Day</source>
+        <translation>每日一句</translation>
+    </message>
+    <message id="home_item_quote_share_topic">
+        <source>#Quote of the Day#</source>
+        <translation>#每日一句#</translation>
+    </message>
+    <message id="share_view_copy_link_copied">
+        <source>Link copied</source>
+        <translation>链接已复制</translation>
+    </message>
+    <message id="share_success">
+        <extracomment>分享成功</extracomment>
+        <source>Shared</source>
+        <translation>分享成功</translation>
+    </message>
+</context>
+</TS>

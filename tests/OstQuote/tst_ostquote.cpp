@@ -1,0 +1,267 @@
+#include "OTUserInfoStore+OstQuote.h"
+#include "OstQuote.h"
+#include "OstQuoteResourceHelper.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QGuiApplication>
+#include <QJsonDocument>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTranslator>
+
+namespace {
+
+const char *kWireQuote = "{\n"
+    "    \"author\": \"Marcus Aurelius\",\n"
+    "    \"content\": \"The happiness of your life depends upon the quality of your thoughts.\",\n"
+    "    \"assign_date\": \"2016-10-01\",\n"
+    "    \"translation\": \"你生活的幸福取决于你思想的品质。\",\n"
+    "    \"share_urls\": {\"default\": \"http://q/share/quotes/2016-10-01/\", \"weibo\": \"http://q/share/quotes/2016-10-01/?via=weibo\"},\n"
+    "    \"origin_img_urls\": [\"http://q/media/quotes/2016-10-01.jpg\"],\n"
+    "    \"share_img_urls\": [\"http://q/media/quotes/2016-10-01-share.jpg\"],\n"
+    "    \"share_img_url\": {\"default\": \"http://q/media/quotes/2016-10-01-share.jpg\"}\n"
+    "}";
+
+OstQuotePtr quoteFrom(const char *json)
+{
+    return OstQuote::fromJSON(QJsonDocument::fromJson(json).object());
+}
+
+const QStringList kFields = {"author", "content", "assign_date", "translation",
+                             "share_urls", "origin_img_urls", "share_img_urls", "share_img_url"};
+
+} // namespace
+
+class TestOstQuote : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init()
+    {
+        m_dir = std::make_unique<QTemporaryDir>();
+        OTUserInfoStore::setStorePath(m_dir->filePath(QStringLiteral("defaults.cbor")));
+    }
+
+    // The record
+
+    void mapsTheWireForm()
+    {
+        OstQuotePtr q = quoteFrom(kWireQuote);
+        QVERIFY(q);
+        QCOMPARE(q->JSONKeyPathsByPropertyKey().size(), 8);
+        for (const QString &field : kFields) {
+            QCOMPARE(q->JSONKeyPathsByPropertyKey().value(field), field);
+            QVERIFY2(q->hasValueForKey(field), qPrintable(field));
+        }
+        QCOMPARE(q->author(), QStringLiteral("Marcus Aurelius"));
+        QCOMPARE(q->assign_date(), QStringLiteral("2016-10-01"));
+        QCOMPARE(q->translation(), QStringLiteral("你生活的幸福取决于你思想的品质。"));
+        QCOMPARE(q->share_urls().value("weibo").toString(), QStringLiteral("http://q/share/quotes/2016-10-01/?via=weibo"));
+        QCOMPARE(q->origin_img_urls().value(0), QStringLiteral("http://q/media/quotes/2016-10-01.jpg"));
+        QCOMPARE(q->share_img_urls().size(), 1);
+        QCOMPARE(q->share_img_url().size(), 1);
+        // The JSON written back has the eight keys and the same values.
+        QCOMPARE(q->JSONObject(), QJsonDocument::fromJson(kWireQuote).object());
+    }
+
+    void onlyContentLeavesTheRestAbsentAndStillArchives()
+    {
+        OstQuotePtr q = quoteFrom("{\"content\": \"Know thyself.\", \"assign_date\": null, \"origin_img_urls\": \"x\"}");
+        QCOMPARE(q->content(), QStringLiteral("Know thyself."));
+        for (const QString &field : kFields)
+            QCOMPARE(q->hasValueForKey(field), field == "content");
+        QVERIFY(q->author().isNull());
+        auto back = OTModel::unarchiveObjectWithData(q->archivedData()).objectCast<OstQuote>();
+        QVERIFY(back);
+        QVERIFY(back->isEqualToModel(q.data()));
+        QVERIFY(back->assign_date().isNull());
+    }
+
+    void emptyStringIsPresentAndSurvivesTheArchive()
+    {
+        OstQuotePtr q = quoteFrom("{\"content\": \"\", \"author\": null}");
+        QVERIFY(!q->content().isNull());
+        QVERIFY(q->content().isEmpty());
+        QVERIFY(q->hasValueForKey("content"));
+        QVERIFY(q->author().isNull());
+        auto back = OTModel::unarchiveObjectWithData(q->archivedData()).objectCast<OstQuote>();
+        QVERIFY(back);
+        QVERIFY(!back->content().isNull());
+        QVERIFY(back->author().isNull());
+    }
+
+    void archiveRoundTripComparesEqualFieldByField()
+    {
+        OstQuotePtr q = quoteFrom(kWireQuote);
+        auto back = OTModel::unarchiveObjectWithData(q->archivedData()).objectCast<OstQuote>();
+        QVERIFY(back);
+        for (const QString &field : kFields)
+            QCOMPARE(back->property(field.toLatin1()), q->property(field.toLatin1()));
+        QVERIFY(back->isEqualToModel(q.data()));
+        back->setContent(QStringLiteral("changed"));
+        QVERIFY(!back->isEqualToModel(q.data()));
+    }
+
+    void setterCopiesStrings()
+    {
+        OstQuote q;
+        QString text = QStringLiteral("Be brief.");
+        q.setContent(text);
+        text.append(QStringLiteral(" Or not."));
+        QCOMPARE(q.content(), QStringLiteral("Be brief."));
+        int changes = 0;
+        connect(&q, &OTModel::changed, this, [&]() { ++changes; });
+        q.setContent(QStringLiteral("Be brief."));
+        QCOMPARE(changes, 0);
+        q.setContent(QStringLiteral(""));
+        QCOMPARE(changes, 1);
+        q.setContent(QString());
+        QCOMPARE(changes, 2);
+    }
+
+    // The latest-quote store
+
+    void freshStoreHasNoLatestQuoteAndLogsNothing()
+    {
+        QTest::failOnWarning(QRegularExpression(".*"));
+        QVERIFY(!latestQuote());
+    }
+
+    void updatesReplaceTheLatestQuoteAndKeepOtherSettings()
+    {
+        QVERIFY(OTUserInfoStore::synchronizeOstrelDefaults({{"theme", "dark"}, {"launches", 7}}));
+        OstQuotePtr first = quoteFrom(kWireQuote);
+        OstQuotePtr second = quoteFrom("{\"content\": \"Second.\", \"assign_date\": \"2016-10-02\"}");
+        QVERIFY(updateQuote(first.data()));
+        QVERIFY(updateQuote(second.data()));
+        auto latest = latestQuote().objectCast<OstQuote>();
+        QVERIFY(latest);
+        QVERIFY(latest->isEqualToModel(second.data()));
+        QVERIFY(latest->author().isNull());
+
+        const QVariantMap settings = OTUserInfoStore::ostrelDefaults();
+        QCOMPARE(settings.value("theme").toString(), QStringLiteral("dark"));
+        QCOMPARE(settings.value("launches").toInt(), 7);
+        QCOMPARE(settings.size(), 3);
+
+        QVERIFY(!updateQuote(nullptr));
+        QVERIFY(latestQuote()->isEqualToModel(second.data()));
+    }
+
+    void damagedEntryLogsAndStaysUntilTheNextUpdate()
+    {
+        QVERIFY(OTUserInfoStore::synchronizeOstrelDefaults({{OstQuoteLatestQuoteKey, QByteArray("not an archive")}}));
+        for (int i = 0; i < 2; ++i) {
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("damaged archive|not a keyed archive"));
+            QVERIFY(!latestQuote());
+        }
+        QVERIFY(OTUserInfoStore::ostrelDefaults().contains(OstQuoteLatestQuoteKey));
+        OstQuotePtr q = quoteFrom(kWireQuote);
+        QVERIFY(updateQuote(q.data()));
+        QVERIFY(latestQuote()->isEqualToModel(q.data()));
+    }
+
+    void failedWriteKeepsThePreviousQuote()
+    {
+        OstQuotePtr q = quoteFrom(kWireQuote);
+        QVERIFY(updateQuote(q.data()));
+        // Put a directory where the save file's temporary sibling cannot be made: point the
+        // store at a file inside a regular file.
+        QFile blocker(m_dir->filePath("blocker"));
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        const QString good = OTUserInfoStore::storePath();
+        OTUserInfoStore::setStorePath(m_dir->filePath("blocker/defaults.cbor"));
+        QVERIFY(!updateQuote(quoteFrom("{\"content\": \"lost\"}").data()));
+        OTUserInfoStore::setStorePath(good);
+        QVERIFY(latestQuote()->isEqualToModel(q.data()));
+    }
+
+    // Resources
+
+    void imagesComeFromTheModuleAtEveryScale_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("launch logo") << "launch_ostrel_logo";
+        QTest::newRow("viewer logo") << "ostrel_logo_quote";
+        QTest::newRow("default picture") << "default_launch_image";
+    }
+    void imagesComeFromTheModuleAtEveryScale()
+    {
+        QFETCH(QString, name);
+        const QImage image = OstQuoteResourceHelper::imageName(name);
+        QVERIFY2(!image.isNull(), qPrintable(name));
+        QVERIFY(OstQuoteResourceHelper::imageURL(name).toString().startsWith("qrc:/OstQuote/images/" + name));
+        // Each scale is its own drawing of the same size in points: 3x is three times 1x.
+        const QString base = OstQuoteResourceHelper::imageURL(name).toString().mid(3);
+        const QString suffix = base.mid(base.lastIndexOf('.'));
+        const QImage one(base);
+        const QImage three(base.left(base.lastIndexOf('.')) + "@3x" + suffix);
+        QVERIFY(!one.isNull() && !three.isNull());
+        QCOMPARE(three.size(), one.size() * 3);
+        // On a 1x screen the 1x file is chosen; the helper's image has the screen's ratio.
+        QCOMPARE(image.deviceIndependentSize().toSize(), one.size());
+    }
+
+    void missingOrEmptyImageNamesGiveNothing()
+    {
+        QVERIFY(OstQuoteResourceHelper::imageName(QString()).isNull());
+        QVERIFY(OstQuoteResourceHelper::imageName("").isNull());
+        QVERIFY(OstQuoteResourceHelper::imageName("no_such_image").isNull());
+        QVERIFY(OstQuoteResourceHelper::imageName("../images/ostrel_logo_quote").isNull());
+        QVERIFY(OstQuoteResourceHelper::imageURL("no_such_image").isEmpty());
+        // The host's own resources are never looked at.
+        QVERIFY(QFile::exists(":/images/host_only_image.png"));
+        QVERIFY(OstQuoteResourceHelper::imageName("host_only_image").isNull());
+    }
+
+    void textsComeFromTheModulesTable()
+    {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("quote_press_to_view", "每日一句"), QStringLiteral("Quote of the Day"));
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("share_view_copy_link_copied", ""), QStringLiteral("Link copied"));
+        QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("quote_press_to_view", "每日一句"), QStringLiteral("每日一句"));
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("share_success", "分享成功"), QStringLiteral("分享成功"));
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("home_item_quote_share_topic"), QStringLiteral("#每日一句#"));
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("share_view_copy_link_copied", ""), QStringLiteral("链接已复制"));
+        // A language the table lacks falls back to English.
+        QLocale::setDefault(QLocale(QLocale::Swahili, QLocale::Kenya));
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("share_success", "分享成功"), QStringLiteral("Shared"));
+        QLocale::setDefault(QLocale::c());
+    }
+
+    void missingKeysComeBackAsThemselvesAndTheHostTableIsIgnored()
+    {
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("no_such_key", "whatever"), QStringLiteral("no_such_key"));
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("", ""), QString());
+        // A host translator that knows the module's keys (and one of its own) changes nothing.
+        QTemporaryDir dir;
+        const QString ts = dir.filePath("host.ts");
+        QFile file(ts);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("<?xml version=\"1.0\" encoding=\"utf-8\"?><!DOCTYPE TS><TS version=\"2.1\" language=\"en\"><context><name></name>\n"
+    "<message id=\"share_success\"><source>x</source><translation>HOST TEXT</translation></message>\n"
+    "<message id=\"host_only_key\"><source>x</source><translation>HOST ONLY</translation></message></context></TS>");
+        file.close();
+        QProcess lrelease;
+        lrelease.start(QStringLiteral(QT_LRELEASE), {"-idbased", ts, "-qm", dir.filePath("host.qm")});
+        QVERIFY(lrelease.waitForFinished() && lrelease.exitCode() == 0);
+        QTranslator host;
+        QVERIFY(host.load(dir.filePath("host.qm")));
+        QCoreApplication::installTranslator(&host);
+        QCOMPARE(qtTrId("host_only_key"), QStringLiteral("HOST ONLY"));
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("share_success"), QStringLiteral("Shared"));
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("host_only_key"), QStringLiteral("host_only_key"));
+        QCoreApplication::removeTranslator(&host);
+        QLocale::setDefault(QLocale::c());
+    }
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+};
+
+QTEST_MAIN(TestOstQuote)
+#include "tst_ostquote.moc"

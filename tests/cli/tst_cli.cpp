@@ -1,0 +1,150 @@
+#include "TestServer.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+// ostquote-cli as a user runs it: against the real server, with the desktop's data
+// locations pointed at a temporary directory.
+class TestCli : public QObject
+{
+    Q_OBJECT
+
+    struct Run
+    {
+        int exitCode = -1;
+        QByteArray out;
+        QByteArray err;
+    };
+
+    Run cli(const QStringList &arguments, const QString &api = {})
+    {
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_DATA_HOME", m_home->filePath("data"));
+        env.insert("XDG_CONFIG_HOME", m_home->filePath("config"));
+        env.insert("XDG_CACHE_HOME", m_home->filePath("cache"));
+        env.insert("OSTQUOTE_TIME_ZONE", "Asia/Shanghai");
+        env.insert("OSTQUOTE_API_BASE", api.isEmpty() ? m_server.baseURL().toString() : api);
+        process.setProcessEnvironment(env);
+        process.start(QStringLiteral(OSTQUOTE_CLI_BINARY), arguments);
+        Run run;
+        if (!process.waitForFinished(30000))
+            return run;
+        run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
+        run.out = process.readAllStandardOutput();
+        run.err = process.readAllStandardError();
+        return run;
+    }
+
+    static QJsonObject object(const QByteArray &out) { return QJsonDocument::fromJson(out).object(); }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        TestServer::Options options;
+        options.now = QDateTime::fromString("2016-10-03T09:00:00+08:00", Qt::ISODate);
+        options.timeZone = "Asia/Shanghai";
+        QVERIFY2(m_server.start(options), qPrintable(m_server.errorString()));
+    }
+
+    void init() { m_home = std::make_unique<QTemporaryDir>(); }
+
+    void todayDayAndBatchPrintRecords()
+    {
+        const Run today = cli({"today"});
+        QCOMPARE(today.exitCode, 0);
+        const QJsonObject q = object(today.out);
+        QCOMPARE(q.size(), 8);
+        QCOMPARE(q.value("assign_date").toString(), QStringLiteral("2016-10-03"));
+        QVERIFY(q.value("share_urls").isObject());
+        QVERIFY(q.value("origin_img_urls").isArray());
+
+        const Run day = cli({"--api", m_server.baseURL().toString(), "day", "2016-10-01"}, "http://127.0.0.1:1");
+        QCOMPARE(day.exitCode, 0);
+        QCOMPARE(object(day.out).value("assign_date").toString(), QStringLiteral("2016-10-01"));
+
+        const Run batch = cli({"batch"});
+        QCOMPARE(batch.exitCode, 0);
+        const QJsonArray array = QJsonDocument::fromJson(batch.out).array();
+        QCOMPARE(array.size(), 8);
+        QCOMPARE(array.last().toObject().value("assign_date").toString(), QStringLiteral("2016-10-10"));
+    }
+
+    void updateThenLatestReadsItBack()
+    {
+        const Run fresh = cli({"latest"});
+        QCOMPARE(fresh.exitCode, 0);
+        QVERIFY(fresh.out.isEmpty());
+        QVERIFY(fresh.err.isEmpty());
+
+        const Run update = cli({"update"});
+        QCOMPARE(update.exitCode, 0);
+        const Run latest = cli({"latest"});
+        QCOMPARE(latest.exitCode, 0);
+        QCOMPARE(object(latest.out), object(update.out));
+        QCOMPARE(object(latest.out).value("assign_date").toString(), QStringLiteral("2016-10-03"));
+        // Kept where the desktop keeps application data.
+        QVERIFY(QFile::exists(m_home->filePath("data/ostrel/ostquote-cli/ostrel-defaults.cbor")));
+    }
+
+    void errorsGoToStderrWithAnExitStatus_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("says");
+        QTest::newRow("no command") << QStringList{} << 2 << "no command";
+        QTest::newRow("unknown command") << QStringList{"tomorrow"} << 2 << "unknown command";
+        QTest::newRow("day without a day") << QStringList{"day"} << 2 << "usage";
+        QTest::newRow("not a day") << QStringList{"day", "2016-02-30"} << 2 << "not a day";
+        QTest::newRow("extra argument") << QStringList{"today", "now"} << 2 << "takes no arguments";
+        QTest::newRow("bad api") << QStringList{"--api", "ftp://x", "today"} << 2 << "not an http";
+        QTest::newRow("day out of range") << QStringList{"day", "2016-09-30"} << 1 << "404";
+        QTest::newRow("bad option") << QStringList{"--frobnicate", "today"} << 2 << "frobnicate";
+    }
+    void errorsGoToStderrWithAnExitStatus()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, exitCode);
+        QFETCH(QString, says);
+        const Run run = cli(arguments);
+        QCOMPARE(run.exitCode, exitCode);
+        QVERIFY(run.out.isEmpty());
+        QVERIFY2(QString::fromUtf8(run.err).contains(says, Qt::CaseInsensitive), run.err.constData());
+    }
+
+    void unreachableServerFailsCleanly()
+    {
+        const Run run = cli({"--timeout", "3", "today"}, QStringLiteral("http://127.0.0.1:%1").arg(ot_unusedLoopbackPort()));
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY(run.err.contains("refused"));
+        // A failed update leaves nothing behind for latest.
+        QCOMPARE(cli({"update"}, QStringLiteral("http://127.0.0.1:%1").arg(ot_unusedLoopbackPort())).exitCode, 1);
+        const Run latest = cli({"latest"});
+        QCOMPARE(latest.exitCode, 0);
+        QVERIFY(latest.out.isEmpty());
+    }
+
+    void damagedStoreIsReportedByLatest()
+    {
+        QDir().mkpath(m_home->filePath("data/ostrel/ostquote-cli"));
+        QFile file(m_home->filePath("data/ostrel/ostquote-cli/ostrel-defaults.cbor"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        // A valid settings map whose latest-quote entry is not an archive.
+        file.write(QByteArray::fromHex("a1" "696b4e657751756f7465" "43010203"));
+        file.close();
+        const Run run = cli({"latest"});
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY(run.err.contains("cannot be read"));
+    }
+
+private:
+    TestServer m_server;
+    std::unique_ptr<QTemporaryDir> m_home;
+};
+
+QTEST_GUILESS_MAIN(TestCli)
+#include "tst_cli.moc"
