@@ -9,6 +9,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTranslator>
+#include <QQmlComponent>
+#include <QQmlEngine>
 
 namespace {
 
@@ -257,6 +259,16 @@ private Q_SLOTS:
         QCOMPARE(OstQuoteResourceHelper::LocalizedString("host_only_key"), QStringLiteral("host_only_key"));
         QCoreApplication::removeTranslator(&host);
         QLocale::setDefault(QLocale::c());
+    }
+
+    void bothLibrariesAreQmlModules()
+    {
+        QQmlEngine engine;
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        QQmlComponent component(&engine);
+        component.setData("import QtQml\nimport OstFoundation\nimport OstQuote\nQtObject {}", QUrl());
+        std::unique_ptr<QObject> object(component.create());
+        QVERIFY2(object, qPrintable(component.errorString()));
     }
 
 private:
