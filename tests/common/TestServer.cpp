@@ -28,7 +28,8 @@ bool TestServer::start(const Options &options)
     m_process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
     QStringList arguments = {QStringLiteral("--host"), QStringLiteral("127.0.0.1"),
                              QStringLiteral("--port"), QStringLiteral("0"),
-                             QStringLiteral("--database"), QStringLiteral("sqlite:") + databasePath(),
+                             QStringLiteral("--database"),
+                             options.database.isEmpty() ? QStringLiteral("sqlite:") + databasePath() : options.database,
                              QStringLiteral("--time-zone"), options.timeZone,
                              QStringLiteral("--access-log"), m_dir->filePath(QStringLiteral("access.log"))};
     arguments += options.extraArguments;

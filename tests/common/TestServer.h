@@ -18,6 +18,7 @@ public:
     {
         QDateTime now;                 // the server's clock starts here
         QString timeZone = QStringLiteral("UTC");
+        QString database;              // empty: a fresh SQLite file in a temporary directory
         QStringList extraArguments;
     };
 

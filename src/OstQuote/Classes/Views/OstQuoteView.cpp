@@ -1,0 +1,176 @@
+#include "OstQuoteView.h"
+
+#include <OTDate.h>
+
+#include <QPointer>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QTimer>
+#include <QVariantAnimation>
+
+namespace {
+
+const QUrl kSkinURL(QStringLiteral("qrc:/OstQuote/OstQuoteViewSkin.qml"));
+
+// One compiled skin per engine, kept with the engine.
+QQmlComponent *skinComponent(QQmlEngine *engine)
+{
+    static const char *key = "_ostQuoteViewSkin";
+    auto *component = engine->property(key).value<QQmlComponent *>();
+    if (!component) {
+        component = new QQmlComponent(engine, kSkinURL, QQmlComponent::PreferSynchronous, engine);
+        if (component->isError())
+            qWarning().noquote() << "OstQuoteView skin:" << component->errorString();
+        engine->setProperty(key, QVariant::fromValue(component));
+    }
+    return component;
+}
+
+} // namespace
+
+OstQuoteView::OstQuoteView(QQuickItem *parent)
+    : QQuickItem(parent)
+{
+    setAcceptedMouseButtons(Qt::LeftButton);
+    setAcceptTouchEvents(true);
+}
+
+OstQuoteView::~OstQuoteView() = default;
+
+OstQuoteView *OstQuoteView::create(QQuickItem *context)
+{
+    QQmlEngine *engine = context ? qmlEngine(context) : nullptr;
+    return engine ? create(engine) : nullptr;
+}
+
+OstQuoteView *OstQuoteView::create(QQmlEngine *engine)
+{
+    if (!engine)
+        return nullptr;
+    QQmlComponent *component = skinComponent(engine);
+    QObject *object = component->create();
+    auto *view = qobject_cast<OstQuoteView *>(object);
+    if (!view) {
+        delete object;
+        return nullptr;
+    }
+    QQmlEngine::setObjectOwnership(view, QQmlEngine::CppOwnership);
+    return view;
+}
+
+void OstQuoteView::setQuote(const OstQuotePtr &quote)
+{
+    m_quote = quote;
+    const OstQuote *q = quote.data();
+
+    if (q && !q->author().isNull())
+        m_authorText = QStringLiteral("\u2014 %1").arg(q->author());
+    m_translationText = q ? q->translation() : QString();
+    m_contentText = q ? q->content() : QString();
+    const QDateTime day = q ? ot_dateFromStringFormatDate(q->assign_date()) : QDateTime();
+    if (day.isValid()) {
+        m_dayText = descriptionWithFormat(day, QStringLiteral("dd"));
+        m_monthYearText = descriptionWithFormat(day, QStringLiteral("MMM. yyyy"), QStringLiteral("en_GB"));
+    }
+    if (q && !q->origin_img_urls().isEmpty()) {
+        const QUrl url(q->origin_img_urls().constFirst(), QUrl::StrictMode);
+        if (url.isValid() && !url.isRelative() && url != m_imageSource) {
+            m_imageSource = url;
+            Q_EMIT imageSourceChanged();
+        }
+    }
+    Q_EMIT textsChanged();
+    Q_EMIT quoteChanged();
+}
+
+void OstQuoteView::setItemIndex(qint64 index)
+{
+    if (m_itemIndex == index)
+        return;
+    m_itemIndex = index;
+    Q_EMIT itemIndexChanged();
+}
+
+void OstQuoteView::setIsShowing(bool showing)
+{
+    if (m_isShowing == showing)
+        return;
+    m_isShowing = showing;
+    Q_EMIT isShowingChanged();
+}
+
+void OstQuoteView::setContentScale(qreal scale)
+{
+    if (qFuzzyCompare(m_contentScale, scale))
+        return;
+    m_contentScale = scale;
+    Q_EMIT contentScaleChanged();
+}
+
+void OstQuoteView::setCoverOffset(qreal offset)
+{
+    if (qFuzzyCompare(m_coverOffset, offset))
+        return;
+    m_coverOffset = offset;
+    Q_EMIT coverOffsetChanged();
+}
+
+void OstQuoteView::showCoverViewWithAnimated(bool animated)
+{
+    moveCover(0, animated ? CoverSlideDuration : 0, [this]() { setIsShowing(true); });
+}
+
+void OstQuoteView::tapped()
+{
+    // The flag is read now and flipped only when the move completes: a second tap during
+    // the slide aims at the same place again, and both completions flip the flag.
+    moveCover(m_isShowing ? CoverSlideDistance : 0, CoverSlideDuration, [this]() { setIsShowing(!m_isShowing); });
+}
+
+void OstQuoteView::moveCover(qreal offset, int duration, std::function<void()> completion)
+{
+    // A move that is under way keeps running to its end (and completes), but from now on
+    // only the new move places the cover.
+    if (m_coverAnimation)
+        m_coverAnimation->disconnect(this, nullptr);
+
+    if (duration <= 0) {
+        setCoverOffset(offset);
+        QTimer::singleShot(0, this, [completion]() { completion(); });
+        return;
+    }
+    auto *animation = new QVariantAnimation(this);
+    animation->setStartValue(m_coverOffset);
+    animation->setEndValue(offset);
+    animation->setDuration(duration);
+    animation->setEasingCurve(QEasingCurve::InOutQuad);
+    connect(animation, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant &value) { setCoverOffset(value.toReal()); });
+    connect(animation, &QAbstractAnimation::finished, animation, [completion]() { completion(); });
+    m_coverAnimation = animation;
+    animation->start(QAbstractAnimation::DeleteWhenStopped);
+}
+
+// Touches and clicks that reach the page itself (not its covers, which take their own) are
+// taps on the bare picture. A drag that the gallery takes over ungrabs the page instead of
+// releasing it, so it never counts as a tap.
+
+void OstQuoteView::mousePressEvent(QMouseEvent *event)
+{
+    event->accept();
+}
+
+void OstQuoteView::mouseReleaseEvent(QMouseEvent *event)
+{
+    event->accept();
+    if (contains(event->position()))
+        tapped();
+}
+
+void OstQuoteView::touchEvent(QTouchEvent *event)
+{
+    event->accept();
+    if (event->type() == QEvent::TouchEnd && !event->points().isEmpty()
+        && contains(event->points().constFirst().position()))
+        tapped();
+}

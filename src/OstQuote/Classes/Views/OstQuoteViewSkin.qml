@@ -1,0 +1,112 @@
+import QtQuick
+import OstFoundation
+import OstQuote
+
+// The look of a quote page: picture, top cover, and the bottom cover with the text stacked
+// upwards from its bottom edge. An empty label takes no room: the label above it closes the
+// gap by the empty label's line height.
+OstQuoteView {
+    id: page
+
+    backgroundImageView: background
+    coverView: cover
+    topCoverView: topCover
+    authorLabel: author
+    translationLabel: translation
+    contentLabel: content
+    dateDayLabel: day
+    dateMonthYearLabel: monthYear
+
+    Item {
+        id: scaled
+        anchors.fill: parent
+        scale: page.contentScale
+
+        Image {
+            id: background
+            anchors.fill: parent
+            source: page.imageSource
+            fillMode: Image.PreserveAspectCrop
+            clip: true
+            asynchronous: true
+            cache: true
+        }
+
+        RVGradientOverView {
+            id: cover
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.bottom: parent.bottom
+            anchors.bottomMargin: -page.coverOffset
+            height: 250
+
+            Text {
+                id: day
+                anchors.bottom: content.top
+                anchors.bottomMargin: 10 - (content.text.length > 0 ? 0 : content.height)
+                anchors.left: content.left
+                text: page.dayText
+                font.pixelSize: 50
+                color: OTPalette.ostrelGreen
+            }
+            Text {
+                id: monthYear
+                anchors.bottom: day.bottom
+                anchors.bottomMargin: 7
+                anchors.left: day.right
+                anchors.leftMargin: 5
+                text: page.monthYearText
+                font.pixelSize: 20
+                color: OTPalette.ostrelGreen
+            }
+            Text {
+                id: author
+                anchors.right: parent.right
+                anchors.rightMargin: 18
+                anchors.bottom: parent.bottom
+                anchors.bottomMargin: 20
+                text: page.authorText
+                font.pixelSize: 15
+                color: OTPalette.ostrelFontColorWhite
+                style: Text.Outline
+                styleColor: OTPalette.ostrelShadowColor
+            }
+            Text {
+                id: translation
+                anchors.bottom: author.top
+                anchors.bottomMargin: 8 - (author.text.length > 0 ? 0 : author.height)
+                anchors.left: parent.left
+                anchors.leftMargin: 15
+                anchors.right: parent.right
+                anchors.rightMargin: 15
+                text: page.translationText
+                wrapMode: Text.Wrap
+                font.pixelSize: 15
+                color: OTPalette.ostrelFontColorWhite
+                style: Text.Outline
+                styleColor: OTPalette.ostrelShadowColor
+            }
+            Text {
+                id: content
+                anchors.bottom: translation.top
+                anchors.bottomMargin: 15 - (translation.text.length > 0 ? 0 : translation.height)
+                anchors.left: translation.left
+                anchors.right: translation.right
+                text: page.contentText
+                wrapMode: Text.Wrap
+                font.pixelSize: 16
+                color: OTPalette.ostrelFontColorWhite
+                style: Text.Outline
+                styleColor: OTPalette.ostrelShadowColor
+            }
+        }
+
+        RVGradientTopOverView {
+            id: topCover
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.top: parent.top
+            height: 100
+        }
+    }
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "OstQuoteGlobal.h"
+
+#include <QQuickPaintedItem>
+#include <QtQml/qqmlregistration.h>
+
+// Heights of the quote page's two covers, for hosts that lay things out around them.
+OSTQUOTE_EXPORT extern const double RVQuoteBottomCoverHeight; // 250.0
+OSTQUOTE_EXPORT extern const double RVQuoteTopCoverHeight;    // 100.0
+// The module's version.
+OSTQUOTE_EXPORT extern const double OstQuoteVersionNumber;    // 1.0
+
+// What both covers share: painted, see-through, and taking the touches that land on them so
+// that a tap on a cover never reaches the page below.
+class OSTQUOTE_EXPORT RVCoverItem : public QQuickPaintedItem
+{
+    Q_OBJECT
+public:
+    explicit RVCoverItem(QQuickItem *parent = nullptr);
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void touchEvent(QTouchEvent *event) override;
+};
+
+// The bottom cover of a quote page: black from transparent at the top edge to alpha 0.5 at
+// 80 % of the height and below. Not opaque; no background of its own.
+class OSTQUOTE_EXPORT RVGradientOverView : public RVCoverItem
+{
+    Q_OBJECT
+    QML_ELEMENT
+public:
+    explicit RVGradientOverView(QQuickItem *parent = nullptr);
+    void paint(QPainter *painter) override;
+};
+
+// The top cover: black at alpha 0.6 at the top edge to transparent at the bottom edge.
+class OSTQUOTE_EXPORT RVGradientTopOverView : public RVCoverItem
+{
+    Q_OBJECT
+    QML_ELEMENT
+public:
+    explicit RVGradientTopOverView(QQuickItem *parent = nullptr);
+    void paint(QPainter *painter) override;
+};
