@@ -1,0 +1,219 @@
+#pragma once
+
+#include "OstFoundationGlobal.h"
+
+#include <QColor>
+#include <QList>
+#include <QPointF>
+#include <QQuickItem>
+#include <QSizeF>
+#include <QtQml/qqmlregistration.h>
+
+#include <array>
+
+class QVariantAnimation;
+
+// The foundation's scroll view: a clipping viewport over a content item that the user drags
+// by touch (one finger) or with the left mouse button. Pages and other content are added
+// with addSubview() and positioned by their owner in content coordinates; the content item
+// sits at -contentOffset.
+//
+// Horizontal dragging is always on; vertical dragging only when the content is taller than
+// the view. Past either end of the content the drag follows the finger with rubber-band
+// resistance while `bounces` is set, and is held at the end otherwise.
+//
+// Callbacks, emitted synchronously, in this order for one swipe:
+//   scrollViewWillBeginDragging   the finger has moved past the drag distance of the style
+//                                 hints; a press that lands on a child still starts a drag
+//                                 (the view takes the grab over from the child), a tap
+//                                 without movement still reaches the child
+//   scrollViewDidScroll           at every change of contentOffset, whatever its cause
+//   scrollViewWillEndDragging     the finger lifted; `velocity` in points per second in the
+//                                 direction of a growing offset (measured over the last
+//                                 100 ms of movement, zero when the finger rested before
+//                                 lifting), `targetContentOffset` where the content will
+//                                 come to rest
+//   scrollViewDidEndDecelerating  the deceleration that followed the lift came to rest;
+//                                 not emitted when the content was already at rest on its
+//                                 target when the finger lifted
+//
+// With paging, a lift lands on a whole page (a page is the view's size): one page on from
+// the page where the drag started for a quick flick in the direction of travel, otherwise
+// the page nearest to the offset, never more than one page away from the start. Without
+// paging the content glides on and slows down, and springs back when it runs past an end.
+//
+// A press while the content is decelerating or animating stops it where it is and is not
+// passed on to the children. If that press turns into a drag the usual drag flow follows.
+// If it lifts without a drag the content decelerates onto the nearest page (or back inside
+// the content) and reports scrollViewDidEndDecelerating; a stopped deceleration that is
+// already at rest there reports it at once. Only one finger drags: further fingers are left
+// to the children.
+class OSTFOUNDATION_EXPORT OTScrollView : public QQuickItem
+{
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(QQuickItem *contentItem READ contentItem CONSTANT)
+    Q_PROPERTY(QSizeF contentSize READ contentSize WRITE setContentSize NOTIFY contentSizeChanged)
+    Q_PROPERTY(QPointF contentOffset READ contentOffset WRITE setContentOffset NOTIFY contentOffsetChanged)
+    Q_PROPERTY(bool pagingEnabled READ pagingEnabled WRITE setPagingEnabled NOTIFY pagingEnabledChanged)
+    Q_PROPERTY(bool bounces READ bounces WRITE setBounces NOTIFY bouncesChanged)
+    Q_PROPERTY(QColor backgroundColor READ backgroundColor WRITE setBackgroundColor NOTIFY backgroundColorChanged)
+    Q_PROPERTY(bool dragging READ dragging NOTIFY draggingChanged)
+    Q_PROPERTY(bool decelerating READ decelerating NOTIFY deceleratingChanged)
+
+public:
+    explicit OTScrollView(QQuickItem *parent = nullptr);
+    ~OTScrollView() override;
+
+    // Holds the subviews; moved to (-contentOffset.x, -contentOffset.y) and sized to
+    // contentSize (negative sizes count as empty).
+    QQuickItem *contentItem() const;
+
+    QSizeF contentSize() const;
+    void setContentSize(QSizeF size);
+
+    QPointF contentOffset() const;
+    // Without animation the content jumps there. With animation it eases out over 0.3 s and
+    // every frame is reported through scrollViewDidScroll; no scrollViewDidEndDecelerating.
+    // The offset is taken as given (it may lie outside the content). Either way a running
+    // deceleration or animation stops first, without scrollViewDidEndDecelerating. While
+    // the user drags, the content jumps and the drag carries on from there.
+    Q_INVOKABLE void setContentOffset(QPointF offset, bool animated = false);
+
+    bool pagingEnabled() const;
+    void setPagingEnabled(bool enabled);
+
+    bool bounces() const;
+    void setBounces(bool bounces);
+
+    // Painted behind the content; transparent by default.
+    QColor backgroundColor() const;
+    void setBackgroundColor(const QColor &color);
+
+    // True from scrollViewWillBeginDragging until the lift has been reported through
+    // scrollViewWillEndDragging.
+    bool dragging() const;
+    // True while the content moves on after a lift, until it comes to rest.
+    bool decelerating() const;
+
+    // Puts `child` into the content item on top of its siblings; a child that already has
+    // a parent item (the content item included) is moved, and to the top. A child without
+    // an owner becomes owned by the content item.
+    Q_INVOKABLE void addSubview(QQuickItem *child);
+    // The content item's children from bottom to top in the order they were added.
+    Q_INVOKABLE QList<QQuickItem *> subviews() const;
+
+Q_SIGNALS:
+    void contentSizeChanged();
+    void contentOffsetChanged();
+    void pagingEnabledChanged();
+    void bouncesChanged();
+    void backgroundColorChanged();
+    void draggingChanged();
+    void deceleratingChanged();
+
+    void scrollViewWillBeginDragging(OTScrollView *scrollView);
+    void scrollViewDidScroll(OTScrollView *scrollView);
+    void scrollViewWillEndDragging(OTScrollView *scrollView, QPointF velocity, QPointF targetContentOffset);
+    void scrollViewDidEndDecelerating(OTScrollView *scrollView);
+
+protected:
+    bool childMouseEventFilter(QQuickItem *item, QEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseUngrabEvent() override;
+    void touchEvent(QTouchEvent *event) override;
+    void touchUngrabEvent() override;
+    void itemChange(ItemChange change, const ItemChangeData &value) override;
+    void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;
+    QSGNode *updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *data) override;
+
+private:
+    enum class Motion { None, Animation, Deceleration };
+    enum class Press { Ignored, Tracked, Stopped };
+
+    // One eased stretch of a deceleration or animation: it leaves `from` at `startSpeed`
+    // times the average speed (3: cubic ease-out, 2: quadratic, 0: ease in and out) and
+    // comes to rest on `to`.
+    struct Segment
+    {
+        QPointF from;
+        QPointF to;
+        qreal startSpeed = 3;
+        int durationMs = 0;
+    };
+
+    struct Sample
+    {
+        ulong timestamp = 0;
+        QPointF position;
+    };
+
+    bool filterMouse(QMouseEvent *event);
+    bool filterTouch(QTouchEvent *event);
+    Press pointerPressed(const QInputDevice *device, bool touch, int pointId, QPointF scenePos, ulong timestamp);
+    bool pointerMoved(QPointF scenePos, ulong timestamp, bool mayStartDrag);
+    void pointerReleased(QPointF scenePos, ulong timestamp);
+    void pointerCancelled();
+    bool tracks(const QInputDevice *device, int pointId) const;
+    qsizetype trackedPointIndex(const QTouchEvent *event) const;
+    qsizetype pointToFollow(const QTouchEvent *event) const;
+    void endPress();
+
+    void dragTo(QPointF position);
+    void recordSample(QPointF position, ulong timestamp);
+    QPointF releaseVelocity() const;
+    void endDrag(QPointF velocity);
+    void settleAfterInterruptedPress(bool wasDecelerating);
+
+    bool scrollsVertically() const;
+    QPointF maximumOffset() const;
+    QPointF boundedOffset(QPointF raw) const;
+    QPointF unboundedOffset(QPointF offset) const;
+    QPointF pagingTarget(QPointF velocity) const;
+    QPointF nearestPage(QPointF offset) const;
+    QPointF clampedToContent(QPointF offset) const;
+
+    void applyOffset(QPointF offset);
+    void setDragging(bool dragging);
+    void setDecelerating(bool decelerating);
+    void startMotion(Motion motion, int segmentCount);
+    void animationFrame(qreal progress);
+    void animationFinished();
+    void stopMotion();
+
+    QQuickItem *m_contentItem = nullptr;
+    QVariantAnimation *m_animation = nullptr;
+    QSizeF m_contentSize;
+    QPointF m_contentOffset;
+    QColor m_backgroundColor = Qt::transparent;
+    bool m_pagingEnabled = false;
+    bool m_bounces = true;
+    bool m_dragging = false;
+    bool m_decelerating = false;
+
+    // The press being followed (one point of one device).
+    const QInputDevice *m_pressDevice = nullptr;
+    int m_pressPointId = -1;
+    bool m_pressed = false;
+    bool m_pressIsTouch = false;
+    bool m_pressStoppedMotion = false;
+    bool m_pressStoppedDeceleration = false;
+    ulong m_pressTimestamp = 0;
+    QPointF m_pressScenePos;     // where the press landed, as given by the event
+    QPointF m_pressPos;          // the same in this item's coordinates
+    QPointF m_lastPos;
+    QPointF m_pressOffset;       // contentOffset when the press (or drag) began
+    QPointF m_pressRawOffset;    // the same, before rubber-band resistance
+
+    // Recent finger positions for the lift velocity, a ring.
+    std::array<Sample, 32> m_samples;
+    int m_sampleCount = 0;
+    int m_sampleHead = 0;
+
+    Motion m_motion = Motion::None;
+    std::array<Segment, 2> m_segments;
+    int m_segmentCount = 0;
+    int m_motionDurationMs = 0;
+};

@@ -1,0 +1,254 @@
+#include "OstQuoteGalleryView.h"
+
+#include <OTScrollView.h>
+
+#include <QtMath>
+
+namespace {
+
+constexpr double kPinFactor = 0.5;
+constexpr double kMinimumScale = 0.8;
+constexpr double kBackDepth = -10.0;
+constexpr double kFrontDepth = 0.0;
+constexpr double kIndexStep = -1.0;
+
+// Children of the scroll view are read as pages without a type test where the gallery's
+// bookkeeping says so: their index and quote come through the property system, so anything
+// else in there simply reads as index 0 without a quote.
+qint64 itemIndexOf(const QQuickItem *child)
+{
+    return child->property("itemIndex").toLongLong();
+}
+
+bool hasQuote(const QQuickItem *child)
+{
+    return child->property("quote").value<QObject *>() != nullptr;
+}
+
+} // namespace
+
+OstQuoteGalleryView::OstQuoteGalleryView(QQuickItem *parent)
+    : QQuickItem(parent)
+    , m_scrollView(new OTScrollView(this))
+{
+    m_scrollView->setBackgroundColor(Qt::black);
+    m_scrollView->setPagingEnabled(true);
+    connect(m_scrollView, &OTScrollView::scrollViewWillBeginDragging, this, &OstQuoteGalleryView::scrollViewWillBeginDragging);
+    connect(m_scrollView, &OTScrollView::scrollViewDidScroll, this, &OstQuoteGalleryView::scrollViewDidScroll);
+    connect(m_scrollView, &OTScrollView::scrollViewWillEndDragging, this, &OstQuoteGalleryView::scrollViewWillEndDragging);
+    connect(m_scrollView, &OTScrollView::scrollViewDidEndDecelerating, this, &OstQuoteGalleryView::scrollViewDidEndDecelerating);
+}
+
+OstQuoteGalleryView::~OstQuoteGalleryView()
+{
+    // Pooled pages that are not in the scroll view belong to nobody else.
+    for (OstQuoteView *view : std::as_const(m_reusableViewPool)) {
+        if (!view->parentItem())
+            delete view;
+    }
+}
+
+void OstQuoteGalleryView::setDataSource(QObject *dataSource)
+{
+    m_dataSource = dataSource;
+}
+
+void OstQuoteGalleryView::setDelegate(QObject *delegate)
+{
+    m_delegate = delegate;
+}
+
+OstQuoteGalleryViewDataSource *OstQuoteGalleryView::dataSourceInterface() const
+{
+    return qobject_cast<OstQuoteGalleryViewDataSource *>(m_dataSource.data());
+}
+
+OstQuoteGalleryViewDelegate *OstQuoteGalleryView::delegateInterface() const
+{
+    return qobject_cast<OstQuoteGalleryViewDelegate *>(m_delegate.data());
+}
+
+void OstQuoteGalleryView::setCurrentIndex(qint64 index)
+{
+    if (m_currentIndex == index)
+        return;
+    m_currentIndex = index;
+    Q_EMIT currentIndexChanged();
+}
+
+void OstQuoteGalleryView::geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry)
+{
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    // The scroll view always has the gallery's size.
+    m_scrollView->setSize(newGeometry.size());
+}
+
+void OstQuoteGalleryView::reloadData()
+{
+    const double w = width();
+    const double h = height();
+    if (OstQuoteGalleryViewDataSource *source = dataSourceInterface()) {
+        const qint64 count = source->numberOfQuotesInGalleryView(this);
+        if (count != m_numberOfQuotes) {
+            m_numberOfQuotes = count;
+            Q_EMIT numberOfQuotesChanged();
+        }
+    }
+    m_scrollView->setContentSize(QSizeF(double(m_numberOfQuotes) * w, h));
+    m_scrollView->setContentOffset(QPointF(double(m_numberOfQuotes - 1 - m_currentIndex) * w, 0), true);
+    // One more page for the current index on every reload; the older one stays until pruned.
+    generateQuoteViewWithIndex(m_currentIndex);
+    if (OstQuoteGalleryViewDelegate *d = delegateInterface())
+        d->galleryViewDidScrollToIndex(this, m_currentIndex);
+    scrollViewDidEndDecelerating(m_scrollView);
+}
+
+OstQuoteView *OstQuoteGalleryView::currentQuoteView() const
+{
+    OstQuoteView *result = nullptr;
+    for (QQuickItem *child : m_scrollView->subviews()) {
+        auto *page = qobject_cast<OstQuoteView *>(child);
+        if (page && page->itemIndex() == m_currentIndex)
+            result = page;
+    }
+    return result;
+}
+
+OstQuoteView *OstQuoteGalleryView::dequeueReusableView()
+{
+    OstQuoteView *view = nullptr;
+    if (!m_reusableViewPool.isEmpty()) {
+        view = *m_reusableViewPool.begin();
+        m_scrollView->addSubview(view);
+        m_reusableViewPool.remove(view);
+        return view;
+    }
+    view = OstQuoteView::create(this);
+    if (!view)
+        view = new OstQuoteView; // outside a QML scene: a page without its skin
+    m_scrollView->addSubview(view);
+    return view;
+}
+
+void OstQuoteGalleryView::queueReusaleView(OstQuoteView *view)
+{
+    if (view)
+        m_reusableViewPool.insert(view);
+}
+
+OstQuoteView *OstQuoteGalleryView::generateQuoteViewWithIndex(qint64 index)
+{
+    OstQuoteGalleryViewDataSource *source = dataSourceInterface();
+    OstQuoteView *page = source ? source->galleryViewQuoteAtIndex(this, index) : nullptr;
+    if (!page)
+        return nullptr;
+    const double w = width();
+    page->setItemIndex(index);
+    page->setPosition(QPointF(double(m_numberOfQuotes - 1 - index) * w, 0));
+    page->setSize(QSizeF(w, height()));
+    return page;
+}
+
+void OstQuoteGalleryView::renderSpecificQuoteViewWithIndex(qint64 index, OTScrollView *scrollView)
+{
+    bool rendered = false;
+    for (QQuickItem *child : scrollView->subviews()) {
+        if (itemIndexOf(child) == index && hasQuote(child))
+            rendered = true;
+    }
+    if (rendered)
+        return;
+    if (m_numberOfQuotes > index)
+        generateQuoteViewWithIndex(index);
+}
+
+void OstQuoteGalleryView::renderSerialQuoteViewsWithIndex(qint64 index, OTScrollView *)
+{
+    // The oldest page is never rendered as a neighbour: it appears once it is current.
+    if (index + 1 < m_numberOfQuotes - 1)
+        renderSpecificQuoteViewWithIndex(index + 1, m_scrollView);
+    renderSpecificQuoteViewWithIndex(index, m_scrollView);
+    if (index - 1 >= 0)
+        renderSpecificQuoteViewWithIndex(index - 1, m_scrollView);
+}
+
+void OstQuoteGalleryView::removeFromSuperview(QQuickItem *view)
+{
+    view->setParentItem(nullptr);
+    auto *page = qobject_cast<OstQuoteView *>(view);
+    if (!page || !m_reusableViewPool.contains(page))
+        view->deleteLater();
+}
+
+void OstQuoteGalleryView::scrollViewWillBeginDragging(OTScrollView *scrollView)
+{
+    const double n = double(m_numberOfQuotes);
+    const double x = scrollView->contentOffset().x();
+    const double w = width();
+    setCurrentIndex(qint64((n - x / w) + kIndexStep));
+    for (QQuickItem *child : m_scrollView->subviews()) {
+        auto *page = qobject_cast<OstQuoteView *>(child);
+        if (page && (page->itemIndex() < m_currentIndex - 1 || page->itemIndex() > m_currentIndex + 1))
+            removeFromSuperview(page);
+    }
+    renderSerialQuoteViewsWithIndex(m_currentIndex, scrollView);
+    m_lastContentOffsetX = scrollView->contentOffset().x();
+}
+
+void OstQuoteGalleryView::scrollViewDidScroll(OTScrollView *scrollView)
+{
+    const double x = scrollView->contentOffset().x();
+    m_isDraggingToRight = x <= m_lastContentOffsetX;
+    for (QQuickItem *child : scrollView->subviews()) {
+        if (auto *page = qobject_cast<OstQuoteView *>(child))
+            transition(page, scrollView->contentOffset().x());
+    }
+}
+
+void OstQuoteGalleryView::transition(OstQuoteView *page, double x)
+{
+    const qint64 i = page->itemIndex();
+    auto pin = [this, page, x]() {
+        const QPointF center(x + kPinFactor * width(), kPinFactor * height());
+        page->setPosition(center - QPointF(page->width() / 2, page->height() / 2));
+        page->setZ(kBackDepth);
+    };
+    if (m_isDraggingToRight) {
+        if (i != m_currentIndex)
+            return;
+        pin();
+        const double s = x / width() - double(m_numberOfQuotes - 2 - m_currentIndex);
+        page->setOpacity(s); // the item keeps opacity within 0 to 1
+        page->setContentScale(qMax(s, kMinimumScale));
+    } else {
+        if (i == m_currentIndex) {
+            page->setZ(kFrontDepth);
+        } else if (i == m_currentIndex - 1) {
+            pin();
+            const double s = x / width() - double(m_numberOfQuotes - 1 - m_currentIndex);
+            page->setOpacity(s);
+            page->setContentScale(s);
+        }
+    }
+}
+
+void OstQuoteGalleryView::scrollViewWillEndDragging(OTScrollView *scrollView, QPointF velocity,
+                                                    QPointF targetContentOffset)
+{
+    Q_UNUSED(velocity);
+    const double w = width();
+    m_readyCurrentIndex = qint64((scrollView->contentSize().width() - targetContentOffset.x() - w) / w);
+    if (OstQuoteGalleryViewDelegate *d = delegateInterface())
+        d->galleryViewDidScrollToIndex(this, m_readyCurrentIndex);
+}
+
+void OstQuoteGalleryView::scrollViewDidEndDecelerating(OTScrollView *scrollView)
+{
+    setCurrentIndex(m_readyCurrentIndex);
+    for (QQuickItem *child : m_scrollView->subviews()) {
+        const qint64 index = itemIndexOf(child);
+        if (index < m_currentIndex - 1 || index > m_currentIndex + 1)
+            removeFromSuperview(child);
+    }
+    renderSerialQuoteViewsWithIndex(m_currentIndex, scrollView);
+}
