@@ -39,8 +39,12 @@ OstQuoteView::~OstQuoteView() = default;
 
 OstQuoteView *OstQuoteView::create(QQuickItem *context)
 {
-    QQmlEngine *engine = context ? qmlEngine(context) : nullptr;
-    return engine ? create(engine) : nullptr;
+    // The nearest item of the scene that QML made knows the engine.
+    for (QQuickItem *item = context; item; item = item->parentItem()) {
+        if (QQmlEngine *engine = qmlEngine(item))
+            return create(engine);
+    }
+    return nullptr;
 }
 
 OstQuoteView *OstQuoteView::create(QQmlEngine *engine)
