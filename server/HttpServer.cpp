@@ -1,0 +1,845 @@
+#define BOOST_BEAST_USE_STD_STRING_VIEW
+#include <utility>
+
+#include "HttpServer.h"
+
+#include "AccessLog.h"
+#include "HttpMessages.h"
+#include "PictureService.h"
+#include "Snapshot.h"
+
+#include <OTClock.h>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/http/basic_parser.hpp>
+#include <boost/beast/http/error.hpp>
+
+
+#include <algorithm>
+#include <atomic>
+#include <charconv>
+#include <cstring>
+#include <ctime>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace asio = boost::asio;
+namespace http = boost::beast::http;
+using boost::system::error_code;
+using tcp = asio::ip::tcp;
+using SteadyClock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr std::uint32_t HeaderLimit = 8 * 1024;
+constexpr std::uint64_t BodyLimit = 8 * 1024;
+constexpr std::size_t InitialInputBuffer = 4 * 1024;
+constexpr std::size_t InputBufferLimit = 16 * 1024;
+constexpr std::size_t MaxQueuedReplies = 16;
+constexpr auto LingerTime = std::chrono::seconds(2);
+constexpr auto MinimumWriteTime = std::chrono::seconds(60);
+
+void appendNumber(std::string &out, std::int64_t value)
+{
+    char digits[24];
+    const auto result = std::to_chars(digits, digits + sizeof digits, value);
+    out.append(digits, result.ptr);
+}
+
+// Request text in the access log: printable ASCII as it is, anything else as \xHH.
+void appendSanitized(std::string &out, std::string_view text)
+{
+    static constexpr char hex[] = "0123456789abcdef";
+    for (const char c : text) {
+        const auto u = static_cast<unsigned char>(c);
+        if (u > 0x20 && u < 0x7f && c != '\\') {
+            out += c;
+        } else {
+            out += "\\x";
+            out += hex[u >> 4];
+            out += hex[u & 0xf];
+        }
+    }
+}
+
+// "Now" for one network thread, read from the foundation's clock once a second: the Date
+// line, the seconds used for max-age, and the access log's time stamp.
+class ThreadClock
+{
+public:
+    // The steady time, refreshing the rest when the clock's second has moved on.
+    SteadyClock::time_point tick()
+    {
+        const SteadyClock::time_point now = SteadyClock::now();
+        if (now >= m_validUntil)
+            refresh(now);
+        return now;
+    }
+
+    std::int64_t seconds() const { return m_seconds; }
+    const std::string &dateLine() const { return m_dateLine; }
+    const std::string &logTime() const { return m_logTime; }
+
+private:
+    void refresh(SteadyClock::time_point now)
+    {
+        const std::int64_t msecs = OTClock::now().toMSecsSinceEpoch();
+        m_seconds = msecs >= 0 ? msecs / 1000 : (msecs - 999) / 1000;
+        m_validUntil = now + std::chrono::milliseconds(1000 - (msecs - m_seconds * 1000));
+        m_dateLine = "Date: " + Http::imfDate(m_seconds) + "\r\n";
+        const std::time_t t = std::time_t(m_seconds);
+        std::tm utc{};
+        gmtime_r(&t, &utc);
+        char text[32];
+        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
+        m_logTime = text;
+    }
+
+    SteadyClock::time_point m_validUntil{};
+    std::int64_t m_seconds = 0;
+    std::string m_dateLine;
+    std::string m_logTime;
+};
+
+// What the server keeps of a request: the parser hands it over field by field, and only
+// the few fields that matter are kept (no per-field allocation).
+struct RequestInfo
+{
+    http::verb method = http::verb::unknown;
+    std::string methodText;
+    std::string target;
+    std::string ifNoneMatch;
+    int version = 11;
+
+    void clear()
+    {
+        method = http::verb::unknown;
+        methodText.clear();
+        target.clear();
+        ifNoneMatch.clear();
+        version = 11;
+    }
+};
+
+class RequestParser final : public http::basic_parser<true>
+{
+public:
+    explicit RequestParser(RequestInfo &info)
+        : m_info(info)
+    {
+        header_limit(HeaderLimit);
+        body_limit(BodyLimit);
+        eager(true);
+    }
+
+private:
+    void on_request_impl(http::verb method, std::string_view methodText, std::string_view target, int version,
+                         error_code &) override
+    {
+        m_info.method = method;
+        m_info.methodText.assign(methodText);
+        m_info.target.assign(target);
+        m_info.version = version;
+    }
+    void on_response_impl(int, std::string_view, int, error_code &ec) override { ec = http::error::bad_version; }
+    void on_field_impl(http::field name, std::string_view, std::string_view value, error_code &) override
+    {
+        if (name == http::field::if_none_match) {
+            if (!m_info.ifNoneMatch.empty())
+                m_info.ifNoneMatch += ", ";
+            m_info.ifNoneMatch.append(value);
+        }
+    }
+    void on_header_impl(error_code &) override {}
+    void on_body_init_impl(const boost::optional<std::uint64_t> &, error_code &) override {}
+    // Bodies are read and dropped: nothing here takes one.
+    std::size_t on_body_impl(std::string_view body, error_code &) override { return body.size(); }
+    void on_chunk_header_impl(std::uint64_t, std::string_view, error_code &) override {}
+    std::size_t on_chunk_body_impl(std::uint64_t, std::string_view body, error_code &) override { return body.size(); }
+    void on_finish_impl(error_code &) override {}
+
+    RequestInfo &m_info;
+};
+
+// A buffer sequence over part of a vector, so that async_write does not copy the vector.
+struct BufferRange
+{
+    using value_type = asio::const_buffer;
+    using const_iterator = const asio::const_buffer *;
+    const asio::const_buffer *first;
+    const asio::const_buffer *last;
+    const_iterator begin() const { return first; }
+    const_iterator end() const { return last; }
+};
+
+class Connection;
+
+} // namespace
+
+class HttpServer::Impl
+{
+public:
+    Impl(const Settings &s, SnapshotHolder &h, PictureService &p, AccessLog &l)
+        : settings(s)
+        , snapshots(h)
+        , pictures(p)
+        , log(l)
+        , io(std::max(1, s.threads))
+    {
+    }
+    ~Impl();
+
+    // The snapshot in service, through a reference this thread keeps, so that serving a
+    // request does not touch a count that every thread shares.
+    const std::shared_ptr<const SnapshotPtr> &snapshot();
+    // The calling thread's view of the clock.
+    static ThreadClock &clock()
+    {
+        thread_local ThreadClock threadClock;
+        return threadClock;
+    }
+
+    void accept();
+    void housekeep();
+    void shutDown();
+    void attach(Connection *connection);
+    void detach(Connection *connection);
+
+    Settings settings;
+    SnapshotHolder &snapshots;
+    PictureService &pictures;
+    AccessLog &log;
+    asio::io_context io;
+    tcp::acceptor acceptor{io};
+    asio::steady_timer housekeeping{io};
+    tcp::endpoint endpoint;
+    std::vector<std::thread> threads;
+    bool running = false;
+    std::atomic<bool> stopping{false};
+
+    std::mutex connectionsMutex;
+    Connection *connections = nullptr;   // intrusive list, for the idle sweep and shutdown
+};
+
+namespace {
+
+class Connection : public std::enable_shared_from_this<Connection>
+{
+public:
+    Connection(HttpServer::Impl &server, tcp::socket socket)
+        : m_server(server)
+        , m_socket(std::move(socket))
+    {
+        error_code ec;
+        const tcp::endpoint peer = m_socket.remote_endpoint(ec);
+        m_peer = ec ? std::string("-") : peer.address().to_string();
+        m_in.resize(InitialInputBuffer);
+        setDeadline(HttpServer::Impl::clock().tick() + m_server.settings.idleTimeout);
+    }
+
+    ~Connection() { m_server.detach(this); }
+
+    void start()
+    {
+        std::lock_guard lock(m_mutex);
+        read();
+    }
+
+    // From the sweep, on any thread: closes the connection when it is past its deadline.
+    void closeIfExpired(SteadyClock::time_point now)
+    {
+        if (now < deadline())
+            return;
+        std::lock_guard lock(m_mutex);
+        if (now >= deadline())
+            close();
+    }
+
+    // From shutdown, on any thread.
+    void closeNow()
+    {
+        std::lock_guard lock(m_mutex);
+        close();
+    }
+
+    Connection *previous = nullptr;
+    Connection *next = nullptr;
+
+private:
+    // One answer waiting to be written.
+    struct Reply
+    {
+        const std::string *head = nullptr;   // prepared (owned by `keep`), else ownHead
+        const std::string *body = nullptr;   // prepared (owned by `keep`), else ownBody
+        std::string ownHead;
+        std::string ownBody;
+        std::string lines;                   // per-request header lines and the blank line
+        bool sendBody = true;
+        std::shared_ptr<const void> keep;
+        // for the access log
+        std::string request;                 // "METHOD target"
+        int status = 0;
+        SteadyClock::time_point started;
+
+        std::string_view headText() const { return head ? *head : ownHead; }
+        std::string_view bodyText() const
+        {
+            return sendBody ? (body ? std::string_view(*body) : std::string_view(ownBody)) : std::string_view();
+        }
+    };
+
+    // What a request needs remembered while its picture is drawn.
+    struct Pending
+    {
+        bool headOnly = false;
+        bool keepAlive = true;
+        int version = 11;
+        std::string ifNoneMatch;
+        std::string request;
+        SteadyClock::time_point started;
+    };
+
+    SteadyClock::time_point deadline() const
+    {
+        return SteadyClock::time_point(SteadyClock::duration(m_deadline.load(std::memory_order_relaxed)));
+    }
+    void setDeadline(SteadyClock::time_point when)
+    {
+        m_deadline.store(when.time_since_epoch().count(), std::memory_order_relaxed);
+    }
+    void setIdleDeadline(SteadyClock::time_point now) { setDeadline(now + m_server.settings.idleTimeout); }
+
+    // Everything below runs with m_mutex held: in completion handlers, which never run
+    // two at a time for one connection (it has one operation under way at most), and in
+    // the sweep.
+
+    void close()
+    {
+        if (m_closed)
+            return;
+        m_closed = true;
+        error_code ignored;
+        m_socket.shutdown(tcp::socket::shutdown_both, ignored);
+        m_socket.close(ignored);
+    }
+
+    void read()
+    {
+        if (m_inStart == m_inEnd) {
+            m_inStart = m_inEnd = 0;
+        } else if (m_inStart > 0) {
+            std::memmove(m_in.data(), m_in.data() + m_inStart, m_inEnd - m_inStart);
+            m_inEnd -= m_inStart;
+            m_inStart = 0;
+        }
+        if (m_inEnd == m_in.size()) {
+            if (m_in.size() >= InputBufferLimit) {
+                replyError(431, QStringLiteral("the request header is too large"), {}, false);
+                finishInput();
+                return;
+            }
+            m_in.resize(std::min(InputBufferLimit, m_in.size() * 2));
+        }
+        m_socket.async_read_some(asio::buffer(m_in.data() + m_inEnd, m_in.size() - m_inEnd),
+                                 [self = shared_from_this()](const error_code &ec, std::size_t n) {
+                                     std::lock_guard lock(self->m_mutex);
+                                     self->onRead(ec, n);
+                                 });
+    }
+
+    void onRead(const error_code &ec, std::size_t n)
+    {
+        if (ec || m_closed) {
+            close();
+            return;
+        }
+        m_inEnd += n;
+        m_lastRead = HttpServer::Impl::clock().tick();
+        processInput();
+    }
+
+    // Answers every complete request in the input, then writes or reads on.
+    void processInput()
+    {
+        while (!m_closeAfterWrite && !m_pending && m_replyCount < MaxQueuedReplies && m_inStart < m_inEnd) {
+            if (!m_parser) {
+                m_request.clear();
+                m_parser.emplace(m_request);
+            }
+            error_code ec;
+            const std::size_t used = m_parser->put(asio::buffer(m_in.data() + m_inStart, m_inEnd - m_inStart), ec);
+            m_inStart += used;
+            if (ec == http::error::need_more)
+                break;
+            if (ec) {
+                m_parser.reset();
+                if (ec == http::error::header_limit)
+                    replyError(431, QStringLiteral("the request header is too large"), {}, false);
+                else if (ec == http::error::body_limit)
+                    replyError(413, QStringLiteral("the request body is too large"), {}, false);
+                else
+                    replyError(400, QStringLiteral("the request is not valid HTTP/1.1"), {}, false);
+                break;
+            }
+            if (m_parser->is_done()) {
+                const bool keepAlive = m_parser->keep_alive();
+                m_parser.reset();
+                answer(keepAlive);
+            }
+        }
+        finishInput();
+    }
+
+    void finishInput()
+    {
+        if (m_writing || m_closed)
+            return;
+        if (m_replyCount > 0)
+            write();
+        else if (!m_pending && !m_closeAfterWrite)
+            read();
+    }
+
+    void answer(bool keepAlive)
+    {
+        if (!keepAlive)
+            m_closeAfterWrite = true;
+        const bool headOnly = m_request.method == http::verb::head;
+        if (m_request.method != http::verb::get && !headOnly) {
+            replyError(405, QStringLiteral("only GET and HEAD are supported"), "Allow: GET, HEAD\r\n", keepAlive);
+            return;
+        }
+        const std::string_view target = m_request.target;
+        const std::string_view path = target.substr(0, target.find('?'));
+        const std::shared_ptr<const SnapshotPtr> &held = m_server.snapshot();
+        const Snapshot *snapshot = held->get();
+        const Resource *resource = snapshot ? snapshot->find(path) : nullptr;
+        if (!resource) {
+            replyError(404, snapshot ? snapshot->missReason(path) : QStringLiteral("the server is starting"), {},
+                       keepAlive, headOnly);
+            return;
+        }
+        if (resource->kind == Resource::Kind::Document) {
+            const bool notModified = !m_request.ifNoneMatch.empty()
+                                     && Http::ifNoneMatchMatches(m_request.ifNoneMatch, resource->etag);
+            Reply &reply = nextReply(notModified ? 304 : 200, m_lastRead);
+            reply.head = notModified ? &resource->notModified : &resource->head;
+            reply.body = &resource->body;
+            reply.sendBody = !headOnly && !notModified;
+            reply.keep = held;
+            appendLines(reply.lines, resource->freshness, snapshot->nextMidnight, m_request.version, keepAlive);
+            return;
+        }
+
+        Pending pending{headOnly, keepAlive, m_request.version, m_request.ifNoneMatch, {}, m_lastRead};
+        describeRequest(pending.request);
+        if (EncodedPicturePtr picture = m_server.pictures.cached(resource->path)) {
+            replyPicture(picture, pending);
+            return;
+        }
+        m_pending = std::move(pending);
+        setDeadline(SteadyClock::time_point::max());   // drawing takes what it takes
+        const DayQuote &quote = snapshot->days[std::size_t(resource->dayIndex)];
+        m_server.pictures.render(resource->path, resource->kind, quote,
+                                 [self = shared_from_this(), &io = m_server.io](EncodedPicturePtr picture) mutable {
+                                     asio::post(io, [self = std::move(self), picture = std::move(picture)]() {
+                                         std::lock_guard lock(self->m_mutex);
+                                         self->onPictureReady(picture);
+                                     });
+                                 });
+    }
+
+    void onPictureReady(const EncodedPicturePtr &picture)
+    {
+        if (m_closed || !m_pending)
+            return;
+        Pending pending = std::move(*m_pending);
+        m_pending.reset();
+        if (picture) {
+            replyPicture(picture, pending);
+        } else {
+            Reply &reply = nextReply(500, pending.started);
+            reply.request = pending.request;
+            fillError(reply, 500, QStringLiteral("the picture could not be drawn"), {}, pending.keepAlive,
+                      pending.version, pending.headOnly);
+        }
+        setIdleDeadline(HttpServer::Impl::clock().tick());
+        processInput();
+    }
+
+    void replyPicture(const EncodedPicturePtr &picture, const Pending &pending)
+    {
+        const bool notModified = !pending.ifNoneMatch.empty() && Http::ifNoneMatchMatches(pending.ifNoneMatch, picture->etag);
+        Reply &reply = nextReply(notModified ? 304 : 200, pending.started);
+        reply.request = pending.request;
+        reply.head = notModified ? &picture->notModified : &picture->head;
+        reply.body = &picture->body;
+        reply.sendBody = !pending.headOnly && !notModified;
+        reply.keep = picture;
+        appendLines(reply.lines, Freshness::Immutable, 0, pending.version, pending.keepAlive);
+    }
+
+    // Date, a max-age counted down to midnight, and the connection's fate.
+    static void appendLines(std::string &lines, Freshness freshness, std::int64_t nextMidnight, int version,
+                            bool keepAlive)
+    {
+        const ThreadClock &clock = HttpServer::Impl::clock();
+        lines += clock.dateLine();
+        if (freshness == Freshness::UntilMidnight) {
+            lines += "Cache-Control: public, max-age=";
+            appendNumber(lines, std::max<std::int64_t>(0, nextMidnight - clock.seconds()));
+            lines += "\r\n";
+        }
+        if (!keepAlive)
+            lines += "Connection: close\r\n";
+        else if (version == 10)
+            lines += "Connection: keep-alive\r\n";
+        lines += "\r\n";
+    }
+
+    void describeRequest(std::string &out) const
+    {
+        out.clear();
+        if (m_request.methodText.empty()) {
+            out += "- -";
+            return;
+        }
+        appendSanitized(out, m_request.methodText);
+        out += ' ';
+        appendSanitized(out, m_request.target);
+    }
+
+    Reply &nextReply(int status, SteadyClock::time_point started)
+    {
+        if (m_replyCount == m_replies.size())
+            m_replies.emplace_back();
+        Reply &reply = m_replies[m_replyCount++];
+        reply.head = reply.body = nullptr;
+        reply.ownHead.clear();
+        reply.ownBody.clear();
+        reply.lines.clear();
+        reply.sendBody = true;
+        reply.status = status;
+        reply.started = started;
+        describeRequest(reply.request);
+        return reply;
+    }
+
+    // An error answer to the current request. Without keep-alive (and after any input
+    // that cannot be parsed) the connection closes once it is written.
+    void replyError(int status, const QString &reason, std::string_view extraHeaders, bool keepAlive,
+                    bool headOnly = false)
+    {
+        if (!keepAlive)
+            m_closeAfterWrite = true;
+        Reply &reply = nextReply(status, m_lastRead);
+        fillError(reply, status, reason, extraHeaders, keepAlive, m_request.version, headOnly);
+    }
+
+    static void fillError(Reply &reply, int status, const QString &reason, std::string_view extraHeaders,
+                          bool keepAlive, int version, bool headOnly)
+    {
+        reply.ownBody = Http::errorBody(reason);
+        reply.ownHead = Http::head(status, Http::JsonType, reply.ownBody.size(), {}, Http::NoStore, extraHeaders);
+        reply.sendBody = !headOnly;
+        reply.lines += HttpServer::Impl::clock().dateLine();
+        reply.lines += keepAlive ? (version == 10 ? "Connection: keep-alive\r\n" : "") : "Connection: close\r\n";
+        reply.lines += "\r\n";
+    }
+
+    void write()
+    {
+        m_buffers.clear();
+        for (std::size_t i = 0; i < m_replyCount; ++i) {
+            const Reply &reply = m_replies[i];
+            m_buffers.push_back(asio::buffer(reply.headText()));
+            m_buffers.push_back(asio::buffer(reply.lines));
+            const std::string_view body = reply.bodyText();
+            if (!body.empty())
+                m_buffers.push_back(asio::buffer(body));
+        }
+        m_writing = true;
+        setDeadline(SteadyClock::now() + std::max<SteadyClock::duration>(m_server.settings.idleTimeout, MinimumWriteTime));
+        asio::async_write(m_socket, BufferRange{m_buffers.data(), m_buffers.data() + m_buffers.size()},
+                          [self = shared_from_this()](const error_code &ec, std::size_t) {
+                              std::lock_guard lock(self->m_mutex);
+                              self->onWritten(ec);
+                          });
+    }
+
+    void onWritten(const error_code &ec)
+    {
+        m_writing = false;
+        const SteadyClock::time_point now = HttpServer::Impl::clock().tick();
+        logReplies(now);
+        for (std::size_t i = 0; i < m_replyCount; ++i)
+            m_replies[i].keep.reset();
+        m_replyCount = 0;
+        if (ec || m_closed) {
+            close();
+            return;
+        }
+        if (m_closeAfterWrite) {
+            linger(now);
+            return;
+        }
+        setIdleDeadline(now);
+        processInput();
+    }
+
+    void logReplies(SteadyClock::time_point now)
+    {
+        AccessLog::Line line(m_server.log);
+        std::string &text = line.text();
+        const std::string &time = HttpServer::Impl::clock().logTime();
+        for (std::size_t i = 0; i < m_replyCount; ++i) {
+            const Reply &reply = m_replies[i];
+            text += time;
+            text += ' ';
+            text += m_peer;
+            text += ' ';
+            text += reply.request;
+            text += ' ';
+            appendNumber(text, reply.status);
+            text += ' ';
+            appendNumber(text, std::int64_t(reply.bodyText().size()));
+            text += ' ';
+            appendNumber(text, std::chrono::duration_cast<std::chrono::microseconds>(now - reply.started).count());
+            text += "us\n";
+        }
+    }
+
+    // Closing at once could turn unread input into a reset that destroys the answer on its
+    // way; so the sending side closes first and the rest is read and dropped for a moment.
+    void linger(SteadyClock::time_point now)
+    {
+        error_code ignored;
+        m_socket.shutdown(tcp::socket::shutdown_send, ignored);
+        setDeadline(now + LingerTime);
+        drain();
+    }
+
+    void drain()
+    {
+        m_in.resize(std::max(m_in.size(), InitialInputBuffer));
+        m_socket.async_read_some(asio::buffer(m_in.data(), m_in.size()),
+                                 [self = shared_from_this()](const error_code &ec, std::size_t) {
+                                     std::lock_guard lock(self->m_mutex);
+                                     if (ec || self->m_closed)
+                                         self->close();
+                                     else
+                                         self->drain();
+                                 });
+    }
+
+    HttpServer::Impl &m_server;
+    std::mutex m_mutex;
+    tcp::socket m_socket;
+    std::string m_peer;
+    std::atomic<SteadyClock::rep> m_deadline{0};
+    SteadyClock::time_point m_lastRead;
+
+    std::vector<char> m_in;
+    std::size_t m_inStart = 0;
+    std::size_t m_inEnd = 0;
+    RequestInfo m_request;
+    std::optional<RequestParser> m_parser;
+    std::optional<Pending> m_pending;
+
+    std::vector<Reply> m_replies;
+    std::size_t m_replyCount = 0;
+    std::vector<asio::const_buffer> m_buffers;
+    bool m_writing = false;
+    bool m_closeAfterWrite = false;
+    bool m_closed = false;
+};
+
+} // namespace
+
+HttpServer::Impl::~Impl()
+{
+    // Completions still queued (aborted reads, late pictures) run here, on closed
+    // connections, so that every connection is gone before the loop is.
+    io.restart();
+    io.poll();
+}
+
+const std::shared_ptr<const SnapshotPtr> &HttpServer::Impl::snapshot()
+{
+    struct Held
+    {
+        const Impl *server = nullptr;
+        std::uint64_t generation = 0;
+        std::shared_ptr<const SnapshotPtr> snapshot;
+    };
+    thread_local Held held;
+    const std::uint64_t generation = snapshots.generation();
+    if (held.server != this || held.generation != generation || !held.snapshot) {
+        held.snapshot = std::make_shared<const SnapshotPtr>(snapshots.current());
+        held.generation = generation;
+        held.server = this;
+    }
+    return held.snapshot;
+}
+
+void HttpServer::Impl::attach(Connection *connection)
+{
+    std::lock_guard lock(connectionsMutex);
+    connection->next = connections;
+    if (connections)
+        connections->previous = connection;
+    connections = connection;
+}
+
+void HttpServer::Impl::detach(Connection *connection)
+{
+    std::lock_guard lock(connectionsMutex);
+    if (connection->previous)
+        connection->previous->next = connection->next;
+    else if (connections == connection)
+        connections = connection->next;
+    if (connection->next)
+        connection->next->previous = connection->previous;
+    connection->previous = connection->next = nullptr;
+}
+
+void HttpServer::Impl::accept()
+{
+    acceptor.async_accept([this](const error_code &ec, tcp::socket socket) {
+        if (stopping || ec == asio::error::operation_aborted)
+            return;
+        if (ec) {
+            // Out of descriptors, most likely: try again in a moment rather than spin.
+            auto retry = std::make_shared<asio::steady_timer>(io, std::chrono::milliseconds(50));
+            retry->async_wait([this, retry](const error_code &) {
+                if (!stopping)
+                    accept();
+            });
+            return;
+        }
+        accept();   // let another thread take the next connection meanwhile
+        error_code ignored;
+        socket.set_option(tcp::no_delay(true), ignored);
+        auto connection = std::make_shared<Connection>(*this, std::move(socket));
+        attach(connection.get());
+        connection->start();
+    });
+}
+
+// Every so often: hand the access log lines over, and close connections past their deadline.
+void HttpServer::Impl::housekeep()
+{
+    const auto period = std::clamp<std::chrono::milliseconds>(settings.idleTimeout / 4, std::chrono::milliseconds(20),
+                                                               std::chrono::milliseconds(200));
+    housekeeping.expires_after(period);
+    housekeeping.async_wait([this](const error_code &ec) {
+        if (ec || stopping)
+            return;
+        log.flush();
+        const SteadyClock::time_point now = clock().tick();
+        {
+            std::lock_guard lock(connectionsMutex);
+            for (Connection *c = connections; c; c = c->next)
+                c->closeIfExpired(now);
+        }
+        housekeep();
+    });
+}
+
+void HttpServer::Impl::shutDown()
+{
+    stopping = true;
+    error_code ignored;
+    acceptor.close(ignored);
+    housekeeping.cancel();
+    std::lock_guard lock(connectionsMutex);
+    for (Connection *c = connections; c; c = c->next)
+        c->closeNow();
+}
+
+HttpServer::HttpServer(const Settings &settings, SnapshotHolder &snapshots, PictureService &pictures, AccessLog &log)
+{
+    Settings resolved = settings;
+    if (resolved.threads <= 0)
+        resolved.threads = int(std::max(1u, std::thread::hardware_concurrency()));
+    d = std::make_unique<Impl>(resolved, snapshots, pictures, log);
+}
+
+HttpServer::~HttpServer()
+{
+    stop();
+}
+
+bool HttpServer::listen(QString *error)
+{
+    const std::string host = d->settings.host.toStdString();
+    error_code ec;
+    asio::ip::address address = asio::ip::make_address(host, ec);
+    if (ec) {
+        tcp::resolver resolver(d->io);
+        const auto results = resolver.resolve(host, std::to_string(d->settings.port), ec);
+        if (ec || results.empty()) {
+            *error = QStringLiteral("cannot resolve the host %1: %2")
+                         .arg(d->settings.host, QString::fromStdString(ec.message()));
+            return false;
+        }
+        address = results.begin()->endpoint().address();
+    }
+    tcp::acceptor &acceptor = d->acceptor;
+    const tcp::endpoint endpoint(address, d->settings.port);
+    acceptor.open(endpoint.protocol(), ec);
+    if (!ec)
+        acceptor.set_option(tcp::acceptor::reuse_address(true), ec);
+    if (!ec)
+        acceptor.bind(endpoint, ec);
+    if (!ec)
+        acceptor.listen(asio::socket_base::max_listen_connections, ec);
+    if (ec) {
+        *error = QStringLiteral("cannot listen on %1:%2: %3")
+                     .arg(QString::fromStdString(address.to_string()))
+                     .arg(endpoint.port())
+                     .arg(QString::fromStdString(ec.message()));
+        return false;
+    }
+    d->endpoint = acceptor.local_endpoint();
+    return true;
+}
+
+QString HttpServer::url() const
+{
+    const asio::ip::address address = d->endpoint.address();
+    const QString host = QString::fromStdString(address.to_string());
+    return QStringLiteral("http://%1:%2").arg(address.is_v6() ? u'[' + host + u']' : host).arg(d->endpoint.port());
+}
+
+quint16 HttpServer::port() const
+{
+    return d->endpoint.port();
+}
+
+void HttpServer::start()
+{
+    d->running = true;
+    d->accept();
+    d->housekeep();
+    for (int i = 0; i < d->settings.threads; ++i)
+        d->threads.emplace_back([this]() { d->io.run(); });
+}
+
+void HttpServer::stop()
+{
+    if (!d->running)
+        return;
+    d->running = false;
+    asio::post(d->io, [this]() { d->shutDown(); });
+    for (std::thread &thread : d->threads)
+        thread.join();
+    d->threads.clear();
+    d->log.flush();
+}

@@ -1,0 +1,219 @@
+#include "ServerHarness.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QProcessEnvironment>
+#include <QRegularExpression>
+
+namespace {
+
+QProcessEnvironment serverEnvironment(const QString &now, const QString &timeZone, const QString &dataHome)
+{
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("OSTQUOTE_NOW"), now);
+    env.insert(QStringLiteral("OSTQUOTE_TIME_ZONE"), timeZone);
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    if (!dataHome.isEmpty())
+        env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
+    return env;
+}
+
+} // namespace
+
+ServerProcess::ServerProcess(const QString &directory)
+    : m_directory(directory)
+{
+}
+
+ServerProcess::~ServerProcess()
+{
+    stop();
+}
+
+QString ServerProcess::accessLogPath() const
+{
+    return QDir(m_directory).filePath(QStringLiteral("access.log"));
+}
+
+bool ServerProcess::start(const Options &options)
+{
+    stop();
+    m_databaseURL = options.database.isEmpty()
+                        ? QStringLiteral("sqlite:") + QDir(m_directory).filePath(QStringLiteral("quotes.sqlite"))
+                        : options.database;
+    m_process = std::make_unique<QProcess>();
+    m_process->setProcessEnvironment(
+        serverEnvironment(options.now, options.timeZone, QDir(m_directory).filePath(QStringLiteral("data"))));
+    m_process->setProcessChannelMode(QProcess::SeparateChannels);
+    m_process->setStandardErrorFile(QDir(m_directory).filePath(QStringLiteral("server.err")), QIODevice::Append);
+    QStringList arguments{QStringLiteral("--host"), QStringLiteral("127.0.0.1"), QStringLiteral("--port"),
+                          QStringLiteral("0"), QStringLiteral("--database"), m_databaseURL,
+                          QStringLiteral("--time-zone"), options.timeZone, QStringLiteral("--access-log"),
+                          accessLogPath()};
+    arguments += options.arguments;
+    m_sinceStart.start();
+    m_process->start(QStringLiteral(OSTQUOTE_SERVER_PATH), arguments);
+    if (!m_process->waitForStarted(5000)) {
+        m_error = m_process->errorString();
+        return false;
+    }
+    static const QRegularExpression listening(QStringLiteral("^ostquote-server listening on (http://127\\.0\\.0\\.1:(\\d+))\n"));
+    QByteArray output;
+    const QDeadlineTimer deadline(20000);
+    while (!deadline.hasExpired() && m_process->state() == QProcess::Running) {
+        m_process->waitForReadyRead(50);
+        output += m_process->readAllStandardOutput();
+        const QRegularExpressionMatch match = listening.match(QString::fromUtf8(output));
+        if (match.hasMatch()) {
+            m_baseURL = match.captured(1);
+            m_port = quint16(match.captured(2).toUInt());
+            return true;
+        }
+    }
+    QFile err(QDir(m_directory).filePath(QStringLiteral("server.err")));
+    err.open(QIODevice::ReadOnly);
+    m_error = QStringLiteral("the server did not start; stdout: %1; stderr: %2")
+                  .arg(QString::fromUtf8(output), QString::fromUtf8(err.readAll()));
+    return false;
+}
+
+bool ServerProcess::stop()
+{
+    if (!m_process)
+        return true;
+    bool clean = true;
+    if (m_process->state() != QProcess::NotRunning) {
+        m_process->terminate();
+        if (!m_process->waitForFinished(10000)) {
+            m_process->kill();
+            m_process->waitForFinished(5000);
+            clean = false;
+        }
+    }
+    clean = clean && m_process->exitStatus() == QProcess::NormalExit && m_process->exitCode() == 0;
+    m_process.reset();
+    return clean;
+}
+
+ServerRun runServer(const QStringList &arguments, const QString &now, const QString &timeZone, const QString &dataHome)
+{
+    QProcess process;
+    process.setProcessEnvironment(serverEnvironment(now, timeZone, dataHome));
+    process.start(QStringLiteral(OSTQUOTE_SERVER_PATH), arguments);
+    ServerRun run;
+    if (!process.waitForFinished(60000)) {
+        process.kill();
+        process.waitForFinished();
+        return run;
+    }
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
+    run.out = process.readAllStandardOutput();
+    run.err = process.readAllStandardError();
+    return run;
+}
+
+bool HttpResponse::hasHeader(const QByteArray &name) const
+{
+    return headerCount(name) > 0;
+}
+
+QByteArray HttpResponse::header(const QByteArray &name) const
+{
+    for (const auto &[key, value] : headers) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
+int HttpResponse::headerCount(const QByteArray &name) const
+{
+    int count = 0;
+    for (const auto &header : headers)
+        count += header.first.compare(name, Qt::CaseInsensitive) == 0;
+    return count;
+}
+
+bool RawClient::connectTo(quint16 port)
+{
+    m_socket.connectToHost(QStringLiteral("127.0.0.1"), port);
+    return m_socket.waitForConnected(5000);
+}
+
+void RawClient::send(const QByteArray &bytes)
+{
+    m_socket.write(bytes);
+    m_socket.waitForBytesWritten(5000);
+}
+
+bool RawClient::fill(int timeoutMs)
+{
+    if (m_socket.bytesAvailable() == 0 && !m_socket.waitForReadyRead(timeoutMs))
+        return false;
+    m_buffer += m_socket.readAll();
+    return true;
+}
+
+std::optional<HttpResponse> RawClient::read(bool head, int timeoutMs)
+{
+    const QDeadlineTimer deadline(timeoutMs);
+    qsizetype end;
+    while ((end = m_buffer.indexOf("\r\n\r\n")) < 0) {
+        if (deadline.hasExpired() || !fill(int(std::max<qint64>(1, deadline.remainingTime()))))
+            return std::nullopt;
+    }
+    HttpResponse response;
+    const QList<QByteArray> lines = m_buffer.left(end).split('\n');
+    response.statusLine = lines.first().trimmed();
+    const QList<QByteArray> parts = response.statusLine.split(' ');
+    response.status = parts.value(1).toInt();
+    for (qsizetype i = 1; i < lines.size(); ++i) {
+        const QByteArray line = lines.at(i).trimmed();
+        const qsizetype colon = line.indexOf(':');
+        if (colon > 0)
+            response.headers.append({line.left(colon).trimmed(), line.mid(colon + 1).trimmed()});
+    }
+    m_buffer.remove(0, end + 4);
+    const bool bodyless = head || response.status == 304 || response.status / 100 == 1;
+    const qsizetype length = bodyless ? 0 : response.header("Content-Length").toLongLong();
+    while (m_buffer.size() < length) {
+        if (deadline.hasExpired() || !fill(int(std::max<qint64>(1, deadline.remainingTime()))))
+            return std::nullopt;
+    }
+    response.body = m_buffer.left(length);
+    m_buffer.remove(0, length);
+    return response;
+}
+
+bool RawClient::waitForClose(int timeoutMs)
+{
+    const QDeadlineTimer deadline(timeoutMs);
+    while (m_socket.state() == QAbstractSocket::ConnectedState && !deadline.hasExpired()) {
+        if (m_socket.waitForReadyRead(int(std::max<qint64>(1, deadline.remainingTime()))))
+            m_buffer += m_socket.readAll();
+    }
+    return m_socket.state() != QAbstractSocket::ConnectedState;
+}
+
+HttpResponse request(quint16 port, const QByteArray &method, const QByteArray &target, const QByteArray &extraHeaders)
+{
+    RawClient client;
+    if (!client.connectTo(port))
+        return {};
+    client.send(method + ' ' + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + extraHeaders + "Connection: close\r\n\r\n");
+    return client.read(method == "HEAD").value_or(HttpResponse());
+}
+
+QString writeDataset(const QString &path, const QList<QStringList> &quotes)
+{
+    QJsonArray array;
+    for (const QStringList &quote : quotes)
+        array.append(QJsonObject{{"author", quote.value(0)}, {"content", quote.value(1)}, {"translation", quote.value(2)}});
+    QFile file(path);
+    file.open(QIODevice::WriteOnly | QIODevice::Truncate);
+    file.write(QJsonDocument(array).toJson());
+    return path;
+}

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QJsonDocument>
+#include <QList>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTcpSocket>
+
+#include <memory>
+#include <optional>
+
+// The real ostquote-server binary on a loopback port, with its clock and zone pinned
+// through OSTQUOTE_NOW / OSTQUOTE_TIME_ZONE and --time-zone, its files in a directory the
+// test owns.
+class ServerProcess
+{
+public:
+    struct Options
+    {
+        QString now = QStringLiteral("2016-10-03T09:00:00+08:00");
+        QString timeZone = QStringLiteral("Asia/Shanghai");
+        QString database;          // empty: sqlite:<directory>/quotes.sqlite
+        QStringList arguments;     // more options
+    };
+
+    explicit ServerProcess(const QString &directory);
+    ~ServerProcess();
+
+    // Starts the server and reads its "listening on" line. False, with the reason in
+    // errorString(), when it did not come up within a few seconds.
+    bool start(const Options &options);
+    bool start() { return start(Options()); }
+    // SIGTERM, then waits for a clean exit. False when it did not exit cleanly.
+    bool stop();
+
+    quint16 port() const { return m_port; }
+    QString baseURL() const { return m_baseURL; }
+    QString accessLogPath() const;
+    QString databaseURL() const { return m_databaseURL; }
+    QString errorString() const { return m_error; }
+    // Milliseconds since start() was called: how far the server's clock has run at most.
+    qint64 elapsed() const { return m_sinceStart.elapsed(); }
+    bool isRunning() const { return m_process && m_process->state() == QProcess::Running; }
+
+private:
+    QString m_directory;
+    std::unique_ptr<QProcess> m_process;
+    QElapsedTimer m_sinceStart;
+    quint16 m_port = 0;
+    QString m_baseURL;
+    QString m_databaseURL;
+    QString m_error;
+};
+
+// Runs the binary to completion (for export and command-line errors).
+struct ServerRun
+{
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+ServerRun runServer(const QStringList &arguments, const QString &now, const QString &timeZone,
+                    const QString &dataHome = {});
+
+// One HTTP/1.1 answer as read off the wire.
+struct HttpResponse
+{
+    int status = 0;
+    QByteArray statusLine;
+    QList<std::pair<QByteArray, QByteArray>> headers;
+    QByteArray body;
+
+    bool hasHeader(const QByteArray &name) const;
+    QByteArray header(const QByteArray &name) const;     // the first with that name, case-insensitively
+    int headerCount(const QByteArray &name) const;
+    QJsonDocument json() const { return QJsonDocument::fromJson(body); }
+};
+
+// A raw client connection, for exact control over the bytes and the connection's life.
+class RawClient
+{
+public:
+    bool connectTo(quint16 port);
+    void send(const QByteArray &bytes);
+    // Reads one answer; `head` for the answer to a HEAD request (no body whatever the
+    // Content-Length). Nullopt when none arrives in time or the connection closes first.
+    std::optional<HttpResponse> read(bool head = false, int timeoutMs = 10000);
+    // True when the server closes the connection within `timeoutMs`.
+    bool waitForClose(int timeoutMs);
+    bool isOpen() const { return m_socket.state() == QAbstractSocket::ConnectedState; }
+    // Bytes received and not yet read as an answer.
+    QByteArray pending() const { return m_buffer; }
+
+private:
+    bool fill(int timeoutMs);
+
+    QTcpSocket m_socket;
+    QByteArray m_buffer;
+};
+
+// GET (or another method) on a fresh connection that asks to be closed afterwards.
+HttpResponse request(quint16 port, const QByteArray &method, const QByteArray &target,
+                     const QByteArray &extraHeaders = {});
+inline HttpResponse get(quint16 port, const QByteArray &target, const QByteArray &extraHeaders = {})
+{
+    return request(port, "GET", target, extraHeaders);
+}
+
+// Writes a dataset file of (author, content, translation) triples; returns its path.
+QString writeDataset(const QString &path, const QList<QStringList> &quotes);

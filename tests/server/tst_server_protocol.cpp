@@ -1,0 +1,266 @@
+#include "ServerHarness.h"
+
+#include <QFile>
+#include <QMap>
+#include <QJsonObject>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+// HTTP/1.1 as the server speaks it on the wire: connection handling, limits, pipelining,
+// timeouts, hostile input and the access log.
+class TestServerProtocol : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    std::unique_ptr<ServerProcess> m_server;
+
+    static QByteArray todayRequest(const QByteArray &headers = {})
+    {
+        return "GET /api/v2/quote/quotes/today/ HTTP/1.1\r\nHost: 127.0.0.1\r\n" + headers + "\r\n";
+    }
+
+    void verifyStillServing()
+    {
+        const HttpResponse response = get(m_server->port(), "/api/v2/quote/quotes/today/");
+        QCOMPARE(response.status, 200);
+        QCOMPARE(response.json().object().value("assign_date").toString(), u"2016-10-03"_s);
+    }
+
+    QString accessLog() const
+    {
+        QFile file(m_server->accessLogPath());
+        file.open(QIODevice::ReadOnly);
+        return QString::fromUtf8(file.readAll());
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        m_server = std::make_unique<ServerProcess>(m_dir.path());
+        QVERIFY2(m_server->start(), qPrintable(m_server->errorString()));
+    }
+
+    void cleanupTestCase() { QVERIFY(m_server->stop()); }
+
+    void keepsConnectionsAliveAndAnswersPipelinedRequestsInOrder()
+    {
+        RawClient client;
+        QVERIFY(client.connectTo(m_server->port()));
+        client.send("GET /api/v2/quote/quotes/2016-10-01/ HTTP/1.1\r\nHost: x\r\n\r\n"
+                    "GET /api/v2/quote/quotes/2016-09-30/ HTTP/1.1\r\nHost: x\r\n\r\n"
+                    "HEAD /media/quotes/2016-10-02.jpg HTTP/1.1\r\nHost: x\r\n\r\n"
+                    "GET /api/v2/quote/quotes/2016-10-02/ HTTP/1.1\r\nHost: x\r\n\r\n");
+        const std::optional<HttpResponse> first = client.read();
+        const std::optional<HttpResponse> second = client.read();
+        const std::optional<HttpResponse> third = client.read(true);
+        const std::optional<HttpResponse> fourth = client.read();
+        QVERIFY(first && second && third && fourth);
+        QCOMPARE(first->json().object().value("assign_date").toString(), u"2016-10-01"_s);
+        QCOMPARE(second->status, 404);
+        QCOMPARE(third->status, 200);
+        QCOMPARE(third->header("Content-Type"), QByteArray("image/jpeg"));
+        QCOMPARE(fourth->json().object().value("assign_date").toString(), u"2016-10-02"_s);
+        for (const HttpResponse &response : {*first, *second, *third, *fourth})
+            QVERIFY(!response.hasHeader("Connection"));
+
+        // Still open for more.
+        client.send(todayRequest());
+        QCOMPARE(client.read()->status, 200);
+        QVERIFY(client.isOpen());
+    }
+
+    void connectionCloseIsHonoured()
+    {
+        RawClient client;
+        QVERIFY(client.connectTo(m_server->port()));
+        // The second request follows a "close" and must not be answered.
+        client.send(todayRequest("Connection: close\r\n") + todayRequest());
+        const std::optional<HttpResponse> response = client.read();
+        QVERIFY(response);
+        QCOMPARE(response->status, 200);
+        QCOMPARE(response->header("Connection"), QByteArray("close"));
+        QVERIFY(client.waitForClose(5000));
+        QVERIFY2(client.pending().isEmpty(), client.pending().constData());
+    }
+
+    void http10ClosesUnlessAskedToKeepAlive()
+    {
+        RawClient once;
+        QVERIFY(once.connectTo(m_server->port()));
+        once.send("GET /api/v2/quote/quotes/today/ HTTP/1.0\r\n\r\n");
+        const std::optional<HttpResponse> answer = once.read();
+        QVERIFY(answer);
+        QCOMPARE(answer->status, 200);
+        QVERIFY(once.waitForClose(5000));
+
+        RawClient kept;
+        QVERIFY(kept.connectTo(m_server->port()));
+        kept.send("GET /api/v2/quote/quotes/today/ HTTP/1.0\r\nConnection: keep-alive\r\n\r\n");
+        const std::optional<HttpResponse> first = kept.read();
+        QVERIFY(first);
+        QCOMPARE(first->header("Connection"), QByteArray("keep-alive"));
+        kept.send("GET /api/v2/quote/quotes/batch/ HTTP/1.0\r\nConnection: keep-alive\r\n\r\n");
+        const std::optional<HttpResponse> second = kept.read();
+        QVERIFY(second);
+        QCOMPARE(second->status, 200);
+        QVERIFY(second->json().isArray());
+    }
+
+    void oversizedRequestsAreRefused_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("status");
+        QTest::newRow("one huge header") << todayRequest("X-Padding: " + QByteArray(16 * 1024, 'a') + "\r\n") << 431;
+        QByteArray many;
+        for (int i = 0; i < 600; ++i)
+            many += "X-Header-" + QByteArray::number(i) + ": value\r\n";
+        QTest::newRow("many headers") << todayRequest(many) << 431;
+        QTest::newRow("huge target") << "GET /" + QByteArray(12 * 1024, 'x') + " HTTP/1.1\r\nHost: x\r\n\r\n" << 431;
+        QTest::newRow("huge body") << QByteArray("POST /api/v2/quote/quotes/today/ HTTP/1.1\r\nHost: x\r\n"
+                                                 "Content-Length: 10000000\r\n\r\n") + QByteArray(1000, 'b')
+                                   << 413;
+    }
+
+    void oversizedRequestsAreRefused()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, status);
+        RawClient client;
+        QVERIFY(client.connectTo(m_server->port()));
+        client.send(bytes);
+        const std::optional<HttpResponse> response = client.read();
+        QVERIFY(response);
+        QCOMPARE(response->status, status);
+        QCOMPARE(response->header("Connection"), QByteArray("close"));
+        QVERIFY(response->json().object().value("error").isString());
+        QVERIFY(client.waitForClose(5000));
+        verifyStillServing();
+    }
+
+    void hostileInputNeverBringsItDown_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("binary") << QByteArray("\x00\x01\x02\xff\xfe\r\n\r\n", 9);
+        QTest::newRow("blank lines") << QByteArray("\r\n\r\n\r\n\r\n");
+        QTest::newRow("no target") << QByteArray("GET\r\n\r\n");
+        QTest::newRow("unknown version") << QByteArray("GET / HTTP/9.9\r\n\r\n");
+        QTest::newRow("HTTP/2 preface") << QByteArray("PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n");
+        QTest::newRow("header without colon") << QByteArray("GET / HTTP/1.1\r\nHost x\r\n\r\n");
+        QTest::newRow("NUL in target") << QByteArray("GET /api/\0v2 HTTP/1.1\r\n\r\n", 26);
+        QTest::newRow("space in target") << QByteArray("GET /api/ v2/ HTTP/1.1\r\n\r\n");
+        QTest::newRow("negative length") << todayRequest("Content-Length: -5\r\n");
+        QTest::newRow("two lengths") << todayRequest("Content-Length: 1\r\nContent-Length: 2\r\n");
+        QTest::newRow("bad chunk") << todayRequest("Transfer-Encoding: chunked\r\n") + "zz\r\n\r\n";
+        QTest::newRow("long method") << QByteArray(3000, 'G') + " / HTTP/1.1\r\n\r\n";
+        QTest::newRow("cut short") << QByteArray("GET /api/v2/quote/quotes/tod");
+        QRandomGenerator random(20161001);
+        QByteArray noise(64 * 1024, Qt::Uninitialized);
+        random.fillRange(reinterpret_cast<quint32 *>(noise.data()), noise.size() / 4);
+        QTest::newRow("64 KiB of noise") << noise;
+        QTest::newRow("noise after a request") << todayRequest() + noise.left(4096);
+    }
+
+    void hostileInputNeverBringsItDown()
+    {
+        QFETCH(QByteArray, bytes);
+        {
+            RawClient client;
+            QVERIFY(client.connectTo(m_server->port()));
+            client.send(bytes);
+            // Whatever comes back is a complete answer (a quote or a JSON error) or nothing.
+            while (std::optional<HttpResponse> response = client.read(false, 1000)) {
+                QVERIFY2(response->status == 200 || (response->status >= 400 && response->status < 500),
+                         response->statusLine.constData());
+                if (response->status >= 400)
+                    QVERIFY(response->json().object().value("error").isString());
+            }
+        }
+        verifyStillServing();
+    }
+
+    void idleConnectionsAreClosedAfterTheTimeout()
+    {
+        QTemporaryDir dir;
+        ServerProcess server(dir.path());
+        ServerProcess::Options options;
+        options.arguments = QStringList{"--idle-timeout", "1"};
+        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+
+        RawClient afterAnswer;
+        QVERIFY(afterAnswer.connectTo(server.port()));
+        afterAnswer.send(todayRequest());
+        QCOMPARE(afterAnswer.read()->status, 200);
+        RawClient silent;
+        QVERIFY(silent.connectTo(server.port()));
+        RawClient halfRequest;
+        QVERIFY(halfRequest.connectTo(server.port()));
+        halfRequest.send("GET /api/v2/quote/quotes/today/ HTTP/1.1\r\nHo");
+
+        QTest::qWait(300);
+        QVERIFY(afterAnswer.isOpen());
+        QVERIFY(afterAnswer.waitForClose(5000));
+        QVERIFY(silent.waitForClose(5000));
+        QVERIFY(halfRequest.waitForClose(5000));
+        QVERIFY2(halfRequest.pending().isEmpty(), halfRequest.pending().constData());
+        QVERIFY(server.stop());
+    }
+
+    void idleConnectionsStayOpenByDefault()
+    {
+        RawClient client;
+        QVERIFY(client.connectTo(m_server->port()));
+        client.send(todayRequest());
+        QCOMPARE(client.read()->status, 200);
+        QVERIFY(!client.waitForClose(2000));
+        client.send(todayRequest());
+        QCOMPARE(client.read()->status, 200);
+    }
+
+    void accessLogHasALinePerRequest()
+    {
+        const HttpResponse ok = get(m_server->port(), "/api/v2/quote/quotes/2016-10-04/?probe=log");
+        QCOMPARE(ok.status, 200);
+        QCOMPARE(get(m_server->port(), "/api/v2/quote/quotes/2016-09-01/?probe=log").status, 404);
+        QCOMPARE(request(m_server->port(), "HEAD", "/api/v2/quote/quotes/2016-10-04/?probe=log").status, 200);
+
+        // Lines are handed over in batches, within a fraction of a second; each network
+        // thread hands over its own, so lines of different connections may interleave.
+        const QRegularExpression line(
+            uR"(^\S+ 127\.0\.0\.1 (GET|HEAD) /api/v2/quote/quotes/(2016-\d\d-\d\d)/\?probe=log (\d{3}) (\d+) \d+us$)"_s,
+            QRegularExpression::MultilineOption);
+        QMap<QString, qint64> bytesByRequest;   // "METHOD day status" -> bytes
+        QTRY_VERIFY_WITH_TIMEOUT(([&]() {
+            bytesByRequest.clear();
+            for (auto it = line.globalMatch(accessLog()); it.hasNext();) {
+                const QRegularExpressionMatch match = it.next();
+                bytesByRequest.insert(match.captured(1) + ' ' + match.captured(2) + ' ' + match.captured(3),
+                                      match.captured(4).toLongLong());
+            }
+            return bytesByRequest.size() == 3;
+        }()), 5000);
+        QCOMPARE(bytesByRequest.value(u"GET 2016-10-04 200"_s, -1), ok.body.size());
+        QVERIFY(bytesByRequest.value(u"GET 2016-09-01 404"_s, -1) > 0);
+        QCOMPARE(bytesByRequest.value(u"HEAD 2016-10-04 200"_s, -1), 0);
+    }
+
+    void stoppingFlushesTheAccessLog()
+    {
+        QTemporaryDir dir;
+        ServerProcess server(dir.path());
+        QVERIFY2(server.start(), qPrintable(server.errorString()));
+        QCOMPARE(get(server.port(), "/api/v2/quote/quotes/today/?last=words").status, 200);
+        QVERIFY(server.stop());
+        QFile log(server.accessLogPath());
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        QVERIFY(log.readAll().contains("GET /api/v2/quote/quotes/today/?last=words 200"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestServerProtocol)
+#include "tst_server_protocol.moc"
