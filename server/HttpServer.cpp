@@ -1,5 +1,5 @@
+// Beast's string_view is std::string_view here, as everywhere else in the server.
 #define BOOST_BEAST_USE_STD_STRING_VIEW
-#include <utility>
 
 #include "HttpServer.h"
 
@@ -17,7 +17,6 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/basic_parser.hpp>
 #include <boost/beast/http/error.hpp>
-
 
 #include <algorithm>
 #include <atomic>
@@ -56,15 +55,17 @@ void appendNumber(std::string &out, std::int64_t value)
 void appendSanitized(std::string &out, std::string_view text)
 {
     static constexpr char hex[] = "0123456789abcdef";
-    for (const char c : text) {
-        const auto u = static_cast<unsigned char>(c);
-        if (u > 0x20 && u < 0x7f && c != '\\') {
-            out += c;
-        } else {
-            out += "\\x";
-            out += hex[u >> 4];
-            out += hex[u & 0xf];
-        }
+    const auto plain = [](char c) { return c > 0x20 && c < 0x7f && c != '\\'; };
+    while (!text.empty()) {
+        const auto run = std::size_t(std::find_if_not(text.begin(), text.end(), plain) - text.begin());
+        out.append(text.substr(0, run));
+        if (run == text.size())
+            break;
+        const auto u = static_cast<unsigned char>(text[run]);
+        out += "\\x";
+        out += hex[u >> 4];
+        out += hex[u & 0xf];
+        text.remove_prefix(run + 1);
     }
 }
 
@@ -443,16 +444,22 @@ private:
             replyPicture(picture, pending);
             return;
         }
+        const DayQuote &quote = snapshot->days[std::size_t(resource->dayIndex)];
+        const bool drawing = m_server.pictures.render(
+            resource->path, resource->kind, quote,
+            [self = shared_from_this(), &io = m_server.io](EncodedPicturePtr picture) mutable {
+                asio::post(io, [self = std::move(self), picture = std::move(picture)]() {
+                    std::lock_guard lock(self->m_mutex);
+                    self->onPictureReady(picture);
+                });
+            });
+        if (!drawing) {
+            replyError(503, QStringLiteral("too many pictures are being drawn, try again shortly"),
+                       "Retry-After: 1\r\n", keepAlive, headOnly);
+            return;
+        }
         m_pending = std::move(pending);
         setDeadline(SteadyClock::time_point::max());   // drawing takes what it takes
-        const DayQuote &quote = snapshot->days[std::size_t(resource->dayIndex)];
-        m_server.pictures.render(resource->path, resource->kind, quote,
-                                 [self = shared_from_this(), &io = m_server.io](EncodedPicturePtr picture) mutable {
-                                     asio::post(io, [self = std::move(self), picture = std::move(picture)]() {
-                                         std::lock_guard lock(self->m_mutex);
-                                         self->onPictureReady(picture);
-                                     });
-                                 });
     }
 
     void onPictureReady(const EncodedPicturePtr &picture)

@@ -9,6 +9,9 @@ PictureService::PictureService(std::size_t cacheBytes, int threads)
     : m_capacity(cacheBytes)
 {
     m_pool.setMaxThreadCount(threads > 0 ? threads : std::max(1, QThread::idealThreadCount()));
+    // Enough for every picture a page needs at once, few enough that a client asking for
+    // thousands cannot queue minutes of drawing.
+    m_maxWaiting = std::size_t(m_pool.maxThreadCount()) * 32;
     m_pool.setExpiryTimeout(60000);
 }
 
@@ -50,16 +53,20 @@ EncodedPicturePtr PictureService::encode(Resource::Kind kind, const DayQuote &qu
     return picture;
 }
 
-void PictureService::render(const std::string &path, Resource::Kind kind, const DayQuote &quote, Completion done)
+bool PictureService::render(const std::string &path, Resource::Kind kind, const DayQuote &quote, Completion done)
 {
     {
         std::lock_guard lock(m_mutex);
         if (m_shutDown)
-            return;
-        auto &waiting = m_waiting[path];
-        waiting.push_back(std::move(done));
-        if (waiting.size() > 1)
-            return;   // already being drawn
+            return false;
+        const auto drawing = m_waiting.find(path);
+        if (drawing != m_waiting.end()) {
+            drawing->second.push_back(std::move(done));
+            return true;
+        }
+        if (m_waiting.size() >= m_maxWaiting)
+            return false;
+        m_waiting[path].push_back(std::move(done));
     }
     m_pool.start([this, path, kind, quote]() {
         const EncodedPicturePtr picture = encode(kind, quote);
@@ -74,6 +81,7 @@ void PictureService::render(const std::string &path, Resource::Kind kind, const 
         for (Completion &completion : waiting)
             completion(picture);
     });
+    return true;
 }
 
 void PictureService::store(const std::string &path, const EncodedPicturePtr &picture)

@@ -39,8 +39,10 @@ public:
     EncodedPicturePtr cached(const std::string &path);
 
     // Renders the picture of `kind` for `quote`'s day, keeps it under `path` and hands it to
-    // `done` on a pool thread (null when it could not be encoded).
-    void render(const std::string &path, Resource::Kind kind, const DayQuote &quote, Completion done);
+    // `done` on a pool thread (null when it could not be encoded). False, without calling
+    // `done`, when too many pictures are already waiting to be drawn or the service is
+    // shutting down.
+    bool render(const std::string &path, Resource::Kind kind, const DayQuote &quote, Completion done);
 
     // Waits for the renderings under way; later calls to render() do nothing.
     void shutdown();
@@ -63,6 +65,7 @@ private:
     std::list<std::string> m_recent;                              // most recent first
     std::unordered_map<std::string, Entry> m_entries;
     std::unordered_map<std::string, std::vector<Completion>> m_waiting;   // renderings under way
+    std::size_t m_maxWaiting;
     bool m_shutDown = false;
     QThreadPool m_pool;
 };

@@ -15,6 +15,7 @@
 #include <QGuiApplication>
 #include <QTimeZone>
 
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <pthread.h>
@@ -65,13 +66,17 @@ int serve(const ServerOptions &options, QuoteDatabase &database)
     std::fflush(stdout);
     server.start();
 
-    std::thread signalWaiter([]() {
+    std::atomic<bool> signalled{false};
+    std::thread signalWaiter([&signalled]() {
         const sigset_t signals = stopSignals();
         int signal = 0;
         sigwait(&signals, &signal);
+        signalled = true;
         QMetaObject::invokeMethod(qApp, []() { QCoreApplication::quit(); }, Qt::QueuedConnection);
     });
     const int status = QCoreApplication::exec();
+    if (!signalled)
+        pthread_kill(signalWaiter.native_handle(), SIGTERM);   // the loop ended on its own: release the waiter
     signalWaiter.join();
     server.stop();
     pictures.shutdown();

@@ -8,6 +8,9 @@
 #include <QProcessEnvironment>
 #include <QRegularExpression>
 
+#include <csignal>
+#include <sys/prctl.h>
+
 namespace {
 
 QProcessEnvironment serverEnvironment(const QString &now, const QString &timeZone, const QString &dataHome)
@@ -19,6 +22,12 @@ QProcessEnvironment serverEnvironment(const QString &now, const QString &timeZon
     if (!dataHome.isEmpty())
         env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome);
     return env;
+}
+
+// A server outlives no test: should the test crash, the kernel stops the server too.
+void stopWithParent(QProcess &process)
+{
+    process.setChildProcessModifier([]() { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
 }
 
 } // namespace
@@ -48,6 +57,7 @@ bool ServerProcess::start(const Options &options)
     m_process->setProcessEnvironment(
         serverEnvironment(options.now, options.timeZone, QDir(m_directory).filePath(QStringLiteral("data"))));
     m_process->setProcessChannelMode(QProcess::SeparateChannels);
+    stopWithParent(*m_process);
     m_process->setStandardErrorFile(QDir(m_directory).filePath(QStringLiteral("server.err")), QIODevice::Append);
     QStringList arguments{QStringLiteral("--host"), QStringLiteral("127.0.0.1"), QStringLiteral("--port"),
                           QStringLiteral("0"), QStringLiteral("--database"), m_databaseURL,
@@ -102,6 +112,7 @@ ServerRun runServer(const QStringList &arguments, const QString &now, const QStr
 {
     QProcess process;
     process.setProcessEnvironment(serverEnvironment(now, timeZone, dataHome));
+    stopWithParent(process);
     process.start(QStringLiteral(OSTQUOTE_SERVER_PATH), arguments);
     ServerRun run;
     if (!process.waitForFinished(60000)) {
