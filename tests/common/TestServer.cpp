@@ -14,6 +14,11 @@ QString TestServer::databasePath() const
     return m_dir ? m_dir->filePath(QStringLiteral("quotes.sqlite")) : QString();
 }
 
+QString TestServer::accessLogPath() const
+{
+    return m_dir ? m_dir->filePath(QStringLiteral("access.log")) : QString();
+}
+
 bool TestServer::start(const Options &options)
 {
     stop();
@@ -31,7 +36,7 @@ bool TestServer::start(const Options &options)
                              QStringLiteral("--database"),
                              options.database.isEmpty() ? QStringLiteral("sqlite:") + databasePath() : options.database,
                              QStringLiteral("--time-zone"), options.timeZone,
-                             QStringLiteral("--access-log"), m_dir->filePath(QStringLiteral("access.log"))};
+                             QStringLiteral("--access-log"), accessLogPath()};
     arguments += options.extraArguments;
     m_process->start(QStringLiteral(OSTQUOTE_SERVER_BINARY), arguments);
     if (!m_process->waitForStarted(5000)) {

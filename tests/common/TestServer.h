@@ -34,6 +34,8 @@ public:
     quint16 port() const { return quint16(m_baseURL.port()); }
     QString errorString() const { return m_error; }
     QString databasePath() const;
+    // One line per request the server answered, flushed every ~200 ms.
+    QString accessLogPath() const;
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
