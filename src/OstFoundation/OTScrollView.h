@@ -60,6 +60,8 @@ class OSTFOUNDATION_EXPORT OTScrollView : public QQuickItem
     Q_PROPERTY(QColor backgroundColor READ backgroundColor WRITE setBackgroundColor NOTIFY backgroundColorChanged)
     Q_PROPERTY(bool dragging READ dragging NOTIFY draggingChanged)
     Q_PROPERTY(bool decelerating READ decelerating NOTIFY deceleratingChanged)
+    // True while an animated setContentOffset runs (polled; no change signal).
+    Q_PROPERTY(bool animating READ animating)
 
 public:
     explicit OTScrollView(QQuickItem *parent = nullptr);
@@ -95,6 +97,7 @@ public:
     bool dragging() const;
     // True while the content moves on after a lift, until it comes to rest.
     bool decelerating() const;
+    bool animating() const { return m_motion == Motion::Animation; }
 
     // Puts `child` into the content item on top of its siblings; a child that already has
     // a parent item (the content item included) is moved, and to the top. A child without

@@ -1,0 +1,114 @@
+#include "Global.h"
+
+#include "OTSkin_p.h"
+
+#include <QGuiApplication>
+#include <QPauseAnimation>
+#include <QPropertyAnimation>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QQuickWindow>
+#include <QSequentialAnimationGroup>
+
+namespace {
+
+const QUrl kHUDSkinURL(QStringLiteral("qrc:/OstFoundation/OTHUDSkin.qml"));
+
+// The window a message goes to: the focus window when it is a Qt Quick one, else the Qt
+// Quick window in view that was created last.
+QQuickWindow *currentWindow()
+{
+    if (auto *focus = qobject_cast<QQuickWindow *>(QGuiApplication::focusWindow())) {
+        if (focus->isVisible())
+            return focus;
+    }
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    for (auto it = windows.crbegin(); it != windows.crend(); ++it) {
+        auto *window = qobject_cast<QQuickWindow *>(*it);
+        if (window && window->isVisible())
+            return window;
+    }
+    return nullptr;
+}
+
+// The QML engine the window's scene was made in, found from the window or its items.
+QQmlEngine *engineForWindow(QQuickWindow *window)
+{
+    if (auto *view = qobject_cast<QQuickView *>(window))
+        return view->engine();
+    if (QQmlEngine *engine = qmlEngine(window))
+        return engine;
+    QList<QQuickItem *> items = window->contentItem()->childItems();
+    while (!items.isEmpty()) {
+        QQuickItem *item = items.takeFirst();
+        if (QQmlEngine *engine = qmlEngine(item))
+            return engine;
+        items.append(item->childItems());
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Global::Global(QObject *parent)
+    : QObject(parent)
+{
+}
+
+Global *Global::sharedGlobal()
+{
+    static Global *global = new Global;
+    return global;
+}
+
+void Global::showHUB(const QString &text, int status)
+{
+    m_lastText = text;
+    m_lastStatus = status;
+
+    // The message in view makes way at once.
+    if (m_hub) {
+        m_hub->setParentItem(nullptr);
+        m_hub->deleteLater();
+        m_hub.clear();
+    }
+
+    if (QQuickWindow *window = currentWindow()) {
+        QQmlEngine *engine = engineForWindow(window);
+        if (!engine) {
+            // A window built without QML: the foundation keeps an engine of its own for it.
+            static QQmlEngine *ownEngine = new QQmlEngine(this);
+            engine = ownEngine;
+        }
+        auto *hub = qobject_cast<QQuickItem *>(OTSkin::create(engine, kHUDSkinURL, "_otHUDSkin"));
+        if (hub) {
+            hub->setObjectName(QStringLiteral("OTHUD"));
+            hub->setProperty("text", text);
+            hub->setProperty("status", status);
+            // It goes with the window, and lies over everything in it.
+            QQuickItem *content = window->contentItem();
+            hub->setParent(content);
+            hub->setParentItem(content);
+            qreal top = 0;
+            for (QQuickItem *sibling : content->childItems())
+                top = qMax(top, sibling->z());
+            hub->setZ(qMax<qreal>(top + 1, 10000));
+
+            auto *life = new QSequentialAnimationGroup(hub);
+            life->addPause(HUBDuration);
+            auto *fade = new QPropertyAnimation(hub, "opacity", life);
+            fade->setStartValue(1.0);
+            fade->setEndValue(0.0);
+            fade->setDuration(HUBFadeDuration);
+            life->addAnimation(fade);
+            connect(life, &QAbstractAnimation::finished, hub, [hub]() {
+                hub->setParentItem(nullptr);
+                hub->deleteLater();
+            });
+            life->start();
+            m_hub = hub;
+        }
+    }
+    Q_EMIT hubShown(text, status);
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "OstFoundationGlobal.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+class QQuickItem;
+class QQuickWindow;
+
+// App-wide services of the foundation. showHUB puts a transient message (a "HUD") over the
+// current window: centred, dark rounded box, white text, shown for HUBDuration ms then faded
+// out; a new message replaces the one in view. The status picks the box's icon: 0 plain
+// text (success/information), 1 success tick, 2 error cross.
+class OSTFOUNDATION_EXPORT Global : public QObject
+{
+    Q_OBJECT
+public:
+    static constexpr int HUBDuration = 1500;     // ms in full view
+    static constexpr int HUBFadeDuration = 250;  // ms
+
+    static Global *sharedGlobal();
+
+    // Shows `text` over the current window (the focus window, else the last Qt Quick window
+    // that showed something). Does nothing but remember the message when there is no window.
+    Q_INVOKABLE void showHUB(const QString &text, int status);
+
+    // The message last shown (for hosts that log, and for tests), and its status.
+    QString lastHUBText() const { return m_lastText; }
+    int lastHUBStatus() const { return m_lastStatus; }
+    // The HUD item in view (objectName "OTHUD"), or null.
+    QQuickItem *currentHUB() const { return m_hub; }
+
+Q_SIGNALS:
+    void hubShown(const QString &text, int status);
+
+private:
+    explicit Global(QObject *parent = nullptr);
+    QString m_lastText;
+    int m_lastStatus = 0;
+    QPointer<QQuickItem> m_hub;
+};

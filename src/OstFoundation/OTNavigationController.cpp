@@ -1,0 +1,401 @@
+#include "OTNavigationController.h"
+
+#include "OTCommonsViewController.h"
+#include "OTSkin_p.h"
+
+#include <QJSEngine>
+#include <QJSValue>
+#include <QMetaEnum>
+#include <QMetaProperty>
+#include <QQmlEngine>
+#include <QVariantAnimation>
+
+#include <utility>
+
+namespace {
+
+const QUrl kSkinURL(QStringLiteral("qrc:/OstFoundation/OTNavigationControllerSkin.qml"));
+
+// The value of StackView's Operation `key`, read from the type itself.
+int stackOperation(QQuickItem *stackView, const char *key)
+{
+    const QMetaObject *meta = stackView->metaObject();
+    const int index = meta->indexOfEnumerator("Operation");
+    bool ok = false;
+    const int value = index >= 0 ? meta->enumerator(index).keyToValue(key, &ok) : -1;
+    if (!ok)
+        qWarning() << "OTNavigationController: the stack view has no operation" << key;
+    return value;
+}
+
+// Calls the stack view's QML method `name`: push and pop take their arguments the QML way.
+void callStackView(QQuickItem *stackView, const char *name, const QJSValueList &arguments)
+{
+    QJSEngine *engine = qjsEngine(stackView);
+    if (!engine) {
+        qWarning() << "OTNavigationController: the stack view is not in a QML engine";
+        return;
+    }
+    QJSValue view = engine->newQObject(stackView);
+    const QJSValue result = view.property(QString::fromLatin1(name)).callWithInstance(view, arguments);
+    if (result.isError())
+        qWarning().noquote() << "OTNavigationController:" << name << result.toString();
+}
+
+bool stackViewBusy(QQuickItem *stackView)
+{
+    return stackView && stackView->property("busy").toBool();
+}
+
+} // namespace
+
+// How the host follows its stack view: every push and pop is a "change" whose will-calls are
+// made when it starts and whose did-calls are made once the stack view is at rest again (its
+// `busy` turned false), or at once when nothing animates. A change that is still under way
+// when the next one starts has its did-calls made first, so the calls always pair up.
+// Popped screens are deleted only when the stack view is at rest: a transition that runs
+// may still move them.
+struct OTNavigationController::Private
+{
+    struct Change
+    {
+        QPointer<OTCommonsViewController> appearing;
+        QPointer<OTCommonsViewController> disappearing;
+        bool animated = false;
+    };
+
+    explicit Private(OTNavigationController *host) : q(host) {}
+
+    OTNavigationController *q;
+    QList<QPointer<OTCommonsViewController>> screens;
+    QList<Change> changes;
+    QList<QPointer<OTCommonsViewController>> popped;
+    QPointer<QVariantAnimation> barAnimation;
+    QPointer<QObject> titleWatch;    // owns the relay of the top screen's title signal
+    QPointer<OTCommonsViewController> titleSource;
+    QPointer<QQuickItem> wiredStackView;
+    QString title;
+    bool destroying = false;
+
+    QQuickItem *stackView()
+    {
+        // The skin hands its stack view over while it is being made; the host starts
+        // following it on first use.
+        QQuickItem *view = q->m_stackView;
+        if (view && wiredStackView != view) {
+            wiredStackView = view;
+            OTSkin::onSignal(view, "busyChanged()", q, [this]() {
+                if (!destroying)
+                    finishIfAtRest();
+            });
+        }
+        return view;
+    }
+
+    void prune()
+    {
+        screens.removeAll(QPointer<OTCommonsViewController>());
+    }
+
+    // The did-calls of every change under way.
+    void finishChanges()
+    {
+        const QList<Change> finishing = std::exchange(changes, {});
+        for (const Change &change : finishing) {
+            if (change.disappearing)
+                change.disappearing->viewDidDisappear(change.animated);
+            if (change.appearing)
+                change.appearing->viewDidAppear(change.animated);
+            Q_EMIT q->transitionFinished();
+        }
+    }
+
+    void finishIfAtRest()
+    {
+        if (stackViewBusy(stackView()))
+            return;
+        finishChanges();
+        // Screens pushed again in the meantime are back in the stack and stay.
+        const auto burying = std::exchange(popped, {});
+        for (const auto &screen : burying) {
+            if (!screen || screens.contains(screen))
+                continue;
+            screen->setNavigationController(nullptr);
+            screen->setParentItem(nullptr);
+            screen->deleteLater();
+        }
+    }
+
+    // Without a skin the top screen lies on the host itself, filling it.
+    void layoutBare()
+    {
+        if (q->m_stackView)
+            return;
+        OTCommonsViewController *top = q->topViewController();
+        for (const auto &screen : std::as_const(screens)) {
+            if (!screen)
+                continue;
+            screen->setParentItem(q);
+            screen->setSize(q->size());
+            screen->setVisible(screen == top);
+        }
+        for (const auto &screen : std::as_const(popped)) {
+            if (screen)
+                screen->setVisible(false);
+        }
+    }
+
+    void updateTitle()
+    {
+        OTCommonsViewController *top = q->topViewController();
+        if (top != titleSource) {
+            delete titleWatch;
+            titleSource = top;
+            if (top) {
+                titleWatch = new QObject(q);
+                const QMetaObject *meta = top->metaObject();
+                const int index = meta->indexOfProperty("title");
+                if (index >= 0 && meta->property(index).hasNotifySignal()) {
+                    const QByteArray signal = meta->property(index).notifySignal().methodSignature();
+                    OTSkin::onSignal(top, signal.constData(), titleWatch, [this]() { updateTitle(); });
+                }
+            }
+        }
+        const QString text = top ? top->property("title").toString() : QString();
+        if (text != title) {
+            title = text;
+            Q_EMIT q->titleChanged();
+        }
+    }
+
+    void setBarProgress(qreal progress)
+    {
+        if (qFuzzyCompare(q->m_navigationBarHiddenProgress, progress))
+            return;
+        q->m_navigationBarHiddenProgress = progress;
+        Q_EMIT q->navigationBarHiddenProgressChanged();
+    }
+
+    void adopt(OTCommonsViewController *screen)
+    {
+        popped.removeAll(screen);
+        screen->setParent(q);
+        QQmlEngine::setObjectOwnership(screen, QQmlEngine::CppOwnership);
+        screen->setNavigationController(q);
+        // A screen deleted by someone else leaves the stack.
+        QObject::connect(screen, &QObject::destroyed, q, [this]() {
+            if (destroying)
+                return;
+            const int before = int(screens.size());
+            prune();
+            if (screens.size() != before) {
+                Q_EMIT q->depthChanged();
+                updateTitle();
+            }
+        });
+    }
+};
+
+OTNavigationController::OTNavigationController(QQuickItem *parent)
+    : QQuickItem(parent)
+    , d(new Private(this))
+{
+    connect(this, &QQuickItem::widthChanged, this, [this]() { d->layoutBare(); });
+    connect(this, &QQuickItem::heightChanged, this, [this]() { d->layoutBare(); });
+}
+
+OTNavigationController::~OTNavigationController()
+{
+    d->destroying = true;
+    delete d->barAnimation;
+    delete d->titleWatch;
+    // The screens are ours: they go first, while the stack view still exists and lets go
+    // of each as it is deleted. (Clearing the stack view instead would lay every screen out
+    // once more, in a scene that is being torn down.)
+    if (d->wiredStackView)
+        QObject::disconnect(d->wiredStackView, nullptr, this, nullptr);
+    QList<QPointer<OTCommonsViewController>> screens = d->screens + d->popped;
+    for (const auto &change : std::as_const(d->changes))
+        screens << change.appearing << change.disappearing;
+    for (const auto &screen : std::as_const(screens)) {
+        if (screen) {
+            screen->disconnect(this);
+            delete screen.data();
+        }
+    }
+    delete d;
+}
+
+OTNavigationController *OTNavigationController::create(QQmlEngine *engine, QQuickItem *parent)
+{
+    QObject *object = OTSkin::create(engine, kSkinURL, "_otNavigationControllerSkin");
+    auto *host = qobject_cast<OTNavigationController *>(object);
+    if (!host) {
+        delete object;
+        return nullptr;
+    }
+    if (parent) {
+        host->setParent(parent);
+        host->setParentItem(parent);
+    }
+    return host;
+}
+
+void OTNavigationController::pushViewController(OTCommonsViewController *viewController, bool animated)
+{
+    if (!viewController) {
+        qWarning("OTNavigationController::pushViewController: no screen");
+        return;
+    }
+    d->prune();
+    if (d->screens.contains(viewController)) {
+        qWarning("OTNavigationController::pushViewController: the screen is on the stack already");
+        return;
+    }
+    d->finishChanges();
+
+    OTCommonsViewController *below = topViewController();
+    d->adopt(viewController);
+    viewController->loadViewIfNeeded();
+    if (below)
+        below->viewWillDisappear(animated);
+    viewController->viewWillAppear(animated);
+    d->screens.append(viewController);
+    d->changes.append({viewController, below, animated});
+
+    if (QQuickItem *stack = d->stackView()) {
+        // The first screen has nothing to slide over.
+        const char *operation = animated && below ? "PushTransition" : "Immediate";
+        QJSEngine *engine = qjsEngine(stack);
+        if (engine) {
+            callStackView(stack, "push",
+                          {engine->newQObject(viewController), engine->newObject(),
+                           QJSValue(stackOperation(stack, operation))});
+        }
+    } else {
+        d->layoutBare();
+    }
+    Q_EMIT depthChanged();
+    d->updateTitle();
+    d->finishIfAtRest();
+}
+
+OTCommonsViewController *OTNavigationController::popViewControllerAnimated(bool animated)
+{
+    d->prune();
+    if (d->screens.size() < 2)
+        return nullptr;
+    d->finishChanges();
+
+    OTCommonsViewController *top = d->screens.takeLast();
+    OTCommonsViewController *below = d->screens.last();
+    top->viewWillDisappear(animated);
+    below->viewWillAppear(animated);
+    d->changes.append({below, top, animated});
+    d->popped.append(top);
+
+    if (QQuickItem *stack = d->stackView()) {
+        if (QJSEngine *engine = qjsEngine(stack)) {
+            callStackView(stack, "pop",
+                          {engine->newQObject(below),
+                           QJSValue(stackOperation(stack, animated ? "PopTransition" : "Immediate"))});
+        }
+    } else {
+        d->layoutBare();
+    }
+    Q_EMIT depthChanged();
+    d->updateTitle();
+    d->finishIfAtRest();
+    return top;
+}
+
+void OTNavigationController::popToRootViewControllerAnimated(bool animated)
+{
+    d->prune();
+    if (d->screens.size() < 2)
+        return;
+    d->finishChanges();
+
+    OTCommonsViewController *root = d->screens.first();
+    OTCommonsViewController *top = d->screens.last();
+    // The screens in between are covered already: they only go.
+    for (qsizetype i = 1; i < d->screens.size(); ++i)
+        d->popped.append(d->screens.at(i));
+    d->screens.resize(1);
+    top->viewWillDisappear(animated);
+    root->viewWillAppear(animated);
+    d->changes.append({root, top, animated});
+
+    if (QQuickItem *stack = d->stackView()) {
+        if (QJSEngine *engine = qjsEngine(stack)) {
+            callStackView(stack, "pop",
+                          {engine->newQObject(root),
+                           QJSValue(stackOperation(stack, animated ? "PopTransition" : "Immediate"))});
+        }
+    } else {
+        d->layoutBare();
+    }
+    Q_EMIT depthChanged();
+    d->updateTitle();
+    d->finishIfAtRest();
+}
+
+QList<OTCommonsViewController *> OTNavigationController::viewControllers() const
+{
+    QList<OTCommonsViewController *> list;
+    for (const auto &screen : std::as_const(d->screens)) {
+        if (screen)
+            list.append(screen);
+    }
+    return list;
+}
+
+OTCommonsViewController *OTNavigationController::topViewController() const
+{
+    for (auto it = d->screens.crbegin(); it != d->screens.crend(); ++it) {
+        if (*it)
+            return *it;
+    }
+    return nullptr;
+}
+
+int OTNavigationController::depth() const
+{
+    return int(viewControllers().size());
+}
+
+bool OTNavigationController::isBusy() const
+{
+    return !d->changes.isEmpty() || stackViewBusy(m_stackView);
+}
+
+QString OTNavigationController::title() const
+{
+    return d->title;
+}
+
+void OTNavigationController::setNavigationBarHidden(bool hidden, bool animated)
+{
+    if (m_navigationBarHidden != hidden) {
+        m_navigationBarHidden = hidden;
+        Q_EMIT navigationBarHiddenChanged();
+    }
+    delete d->barAnimation;
+    const qreal target = hidden ? 1.0 : 0.0;
+    const qreal distance = qAbs(target - m_navigationBarHiddenProgress);
+    if (!animated || qFuzzyIsNull(distance)) {
+        d->setBarProgress(target);
+        return;
+    }
+    auto *animation = new QVariantAnimation(this);
+    animation->setStartValue(m_navigationBarHiddenProgress);
+    animation->setEndValue(target);
+    // A bar caught half way takes the rest of the time only.
+    animation->setDuration(qMax(1, qRound(NavigationBarAnimationDuration * distance)));
+    animation->setEasingCurve(QEasingCurve::InOutQuad);
+    connect(animation, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant &value) { d->setBarProgress(value.toReal()); });
+    connect(animation, &QAbstractAnimation::finished, this, [this, target]() { d->setBarProgress(target); });
+    d->barAnimation = animation;
+    animation->start(QAbstractAnimation::DeleteWhenStopped);
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+// Internal to OstFoundation.
+
+#include <QObject>
+#include <QUrl>
+#include <functional>
+
+class QQmlEngine;
+class QQuickItem;
+
+namespace OTSkin {
+
+// An object made from the skin at `url` in `engine`, the skin compiled once per engine (kept
+// with the engine under `key`). The object is owned by C++. Null when the skin cannot be made.
+QObject *create(QQmlEngine *engine, const QUrl &url, const char *key);
+
+// The QML engine of the nearest item from `item` up that QML knows, or null.
+QQmlEngine *engineForItem(const QQuickItem *item);
+
+// Calls `callback` whenever `signal` (a signal signature such as "busyChanged()") of
+// `sender` is emitted, as long as both `sender` and `context` live.
+void onSignal(QObject *sender, const char *signal, QObject *context, std::function<void()> callback);
+
+} // namespace OTSkin

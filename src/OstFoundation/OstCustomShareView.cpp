@@ -1,0 +1,236 @@
+#include "OstCustomShareView.h"
+
+#include "OTCommonsViewController.h"
+#include "OTSkin_p.h"
+#include "OTSocialService.h"
+
+#include <QEasingCurve>
+#include <QVariantAnimation>
+
+#include <functional>
+
+namespace {
+
+const QUrl kSkinURL(QStringLiteral("qrc:/OstFoundation/OstCustomShareViewSkin.qml"));
+
+bool isPlatform(int type)
+{
+    return type >= OTSharePlatformWeibo && type <= OTSharePlatformCopyImage;
+}
+
+} // namespace
+
+struct OstCustomShareView::Private
+{
+    explicit Private(OstCustomShareView *view) : q(view) {}
+
+    OstCustomShareView *q;
+    QPointer<QVariantAnimation> animation;   // the move that drives the sheet now
+    QPointer<OTCommonsViewController> controller;
+    QList<QMetaObject::Connection> controllerConnections;
+
+    OstCustomShareViewDelegate *delegate() const
+    {
+        return q->m_delegate ? qobject_cast<OstCustomShareViewDelegate *>(q->m_delegate.data()) : nullptr;
+    }
+
+    void setShowing(bool showing)
+    {
+        if (q->m_showing == showing)
+            return;
+        q->m_showing = showing;
+        Q_EMIT q->showingChanged();
+    }
+
+    void setSystemShareShowing(bool showing)
+    {
+        if (q->m_systemShareShowing == showing)
+            return;
+        q->m_systemShareShowing = showing;
+        Q_EMIT q->systemShareShowingChanged();
+    }
+
+    void setPresentation(qreal presentation)
+    {
+        if (qFuzzyCompare(q->m_presentation, presentation))
+            return;
+        q->m_presentation = presentation;
+        Q_EMIT q->presentationChanged();
+    }
+
+    // Lays the panel over `screen`, filling it, above everything the screen holds now.
+    void attach(OTCommonsViewController *screen)
+    {
+        if (controller != screen) {
+            detach();
+            controller = screen;
+            auto fit = [this]() {
+                if (controller) {
+                    q->setPosition(QPointF(0, 0));
+                    q->setSize(controller->size());
+                }
+            };
+            controllerConnections << QObject::connect(screen, &QQuickItem::widthChanged, q, fit)
+                                  << QObject::connect(screen, &QQuickItem::heightChanged, q, fit);
+            q->setParentItem(screen);
+            fit();
+        }
+        qreal top = 0;
+        for (QQuickItem *sibling : screen->childItems()) {
+            if (sibling != q)
+                top = qMax(top, sibling->z());
+        }
+        q->setZ(top + 1);
+    }
+
+    void detach()
+    {
+        for (const auto &connection : std::as_const(controllerConnections))
+            QObject::disconnect(connection);
+        controllerConnections.clear();
+        controller.clear();
+        q->setParentItem(nullptr);
+    }
+
+    // Moves the sheet to `target` (0 or 1). `done` runs when it gets there, and not at all
+    // when a later move takes over first.
+    void moveTo(qreal target, bool animated, std::function<void()> done)
+    {
+        if (animation) {
+            animation->disconnect(q);
+            animation->stop();
+        }
+        const qreal distance = qAbs(target - q->m_presentation);
+        if (!animated || qFuzzyIsNull(distance)) {
+            setPresentation(target);
+            if (done)
+                done();
+            return;
+        }
+        auto *move = new QVariantAnimation(q);
+        move->setStartValue(q->m_presentation);
+        move->setEndValue(target);
+        move->setDuration(qMax(1, qRound(AnimationDuration * distance)));
+        move->setEasingCurve(QEasingCurve::OutCubic);
+        QObject::connect(move, &QVariantAnimation::valueChanged, q,
+                         [this](const QVariant &value) { setPresentation(value.toReal()); });
+        QObject::connect(move, &QAbstractAnimation::finished, q, [this, target, done]() {
+            setPresentation(target);
+            if (done)
+                done();
+        });
+        animation = move;
+        move->start(QAbstractAnimation::DeleteWhenStopped);
+    }
+};
+
+OstCustomShareView::OstCustomShareView(QQuickItem *parent)
+    : QQuickItem(parent)
+    , d(new Private(this))
+{
+}
+
+OstCustomShareView::~OstCustomShareView()
+{
+    if (d->animation)
+        d->animation->disconnect(this);
+    for (const auto &connection : std::as_const(d->controllerConnections))
+        QObject::disconnect(connection);
+    delete d;
+}
+
+OstCustomShareView *OstCustomShareView::create(QQmlEngine *engine)
+{
+    QObject *object = OTSkin::create(engine, kSkinURL, "_ostCustomShareViewSkin");
+    auto *view = qobject_cast<OstCustomShareView *>(object);
+    if (!view)
+        delete object;
+    return view;
+}
+
+void OstCustomShareView::setDelegate(QObject *delegate)
+{
+    if (delegate && !qobject_cast<OstCustomShareViewDelegate *>(delegate))
+        qWarning() << "OstCustomShareView: the delegate does not implement OstCustomShareViewDelegate:" << delegate;
+    m_delegate = delegate;
+}
+
+QVariantList OstCustomShareView::platforms() const
+{
+    return OTSocialService::platforms();
+}
+
+void OstCustomShareView::showInController(OTCommonsViewController *controller, bool animated)
+{
+    if (!controller) {
+        qWarning("OstCustomShareView::showInController: no screen");
+        return;
+    }
+    d->attach(controller);
+    d->setShowing(true);
+    d->moveTo(1, animated, {});
+}
+
+void OstCustomShareView::hideWithAnimated(bool animated)
+{
+    d->setSystemShareShowing(false);
+    d->setShowing(false);
+    if (!parentItem()) {
+        d->moveTo(0, false, {});
+        return;
+    }
+    d->moveTo(0, animated, [this]() { d->detach(); });
+}
+
+void OstCustomShareView::showSystemShareModuleWithActivityItems(const QVariantList &activityItems,
+                                                                OTCommonsViewController *controller)
+{
+    if (!controller)
+        controller = d->controller;
+    if (!controller || activityItems.isEmpty()) {
+        qWarning("OstCustomShareView::showSystemShareModuleWithActivityItems: nothing to share or nowhere to show it");
+        return;
+    }
+    m_activityItems = activityItems;
+    d->attach(controller);
+    d->setSystemShareShowing(true);
+    d->setShowing(true);
+    d->moveTo(1, true, {});
+}
+
+void OstCustomShareView::platformClicked(int platformType)
+{
+    if (!isPlatform(platformType))
+        return;
+    if (OstCustomShareViewDelegate *delegate = d->delegate())
+        delegate->shareViewShareToPlatform(this, platformType);
+}
+
+void OstCustomShareView::copyLinkClicked(QObject *sender)
+{
+    // The delegate may take the panel down with it.
+    QPointer<OstCustomShareView> self(this);
+    if (OstCustomShareViewDelegate *delegate = d->delegate())
+        delegate->shareViewCopyLinkClicked(this, sender);
+    if (self)
+        hideWithAnimated(true);
+}
+
+void OstCustomShareView::moreClicked(QObject *sender)
+{
+    if (OstCustomShareViewDelegate *delegate = d->delegate())
+        delegate->shareViewMoreButtonClicked(this, sender);
+}
+
+void OstCustomShareView::cancelClicked()
+{
+    hideWithAnimated(true);
+}
+
+void OstCustomShareView::systemShareActivityClicked(const QString &activity)
+{
+    QPointer<OstCustomShareView> self(this);
+    OTSocialService::defaultService()->performActivity(activity, m_activityItems);
+    if (self)
+        hideWithAnimated(true);
+}

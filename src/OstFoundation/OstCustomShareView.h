@@ -1,0 +1,113 @@
+#pragma once
+
+#include "OstFoundationGlobal.h"
+
+#include <QPointer>
+#include <QQuickItem>
+#include <QVariantList>
+#include <QtQml/qqmlregistration.h>
+
+class OTCommonsViewController;
+class OstCustomShareView;
+
+// Told what the user picked in the share panel.
+class OSTFOUNDATION_EXPORT OstCustomShareViewDelegate
+{
+public:
+    virtual ~OstCustomShareViewDelegate() = default;
+    // A share target's button; `platformType` is one of OTSocialService's platform types.
+    virtual void shareViewShareToPlatform(OstCustomShareView *shareView, int platformType)
+    {
+        Q_UNUSED(shareView);
+        Q_UNUSED(platformType);
+    }
+    // "Copy link". `sender` is the button (unused by most delegates).
+    virtual void shareViewCopyLinkClicked(OstCustomShareView *shareView, QObject *sender)
+    {
+        Q_UNUSED(shareView);
+        Q_UNUSED(sender);
+    }
+    // "More": the system's share route.
+    virtual void shareViewMoreButtonClicked(OstCustomShareView *shareView, QObject *sender)
+    {
+        Q_UNUSED(shareView);
+        Q_UNUSED(sender);
+    }
+};
+
+#define OstCustomShareViewDelegate_iid "org.ostrel.OstFoundation.OstCustomShareViewDelegate"
+Q_DECLARE_INTERFACE(OstCustomShareViewDelegate, OstCustomShareViewDelegate_iid)
+
+// The share panel: a sheet that rises from the bottom of a screen over a dimmed backdrop,
+// with one button per share target (icon and name, from OTSocialService::platforms()), then
+// "copy link" and "more", and a cancel button. A tap on the backdrop or on cancel takes it
+// away (animated); so does "copy link" after telling the delegate. A share target's button
+// tells the delegate and leaves the panel where it is (the delegate decides).
+//
+// showSystemShareModuleWithActivityItems opens the system's share route over a screen: a
+// second sheet listing what the desktop offers for the items (copy the link, a mail draft,
+// open in the browser), carried out through OTSocialService.
+//
+// The delegate is a QObject implementing OstCustomShareViewDelegate, held weakly. The look is
+// the skin OstCustomShareViewSkin.qml (root: this type).
+class OSTFOUNDATION_EXPORT OstCustomShareView : public QQuickItem
+{
+    Q_OBJECT
+    QML_ELEMENT
+    // 0 out of view (below the screen), 1 fully risen; animates between.
+    Q_PROPERTY(qreal presentation READ presentation NOTIFY presentationChanged)
+    Q_PROPERTY(bool showing READ isShowing NOTIFY showingChanged)
+    Q_PROPERTY(bool systemShareShowing READ isSystemShareShowing NOTIFY systemShareShowingChanged)
+    Q_PROPERTY(QVariantList platforms READ platforms CONSTANT)
+    Q_PROPERTY(QVariantList activityItems READ activityItems NOTIFY systemShareShowingChanged)
+    Q_PROPERTY(QQuickItem *panel MEMBER m_panel)
+public:
+    static constexpr int AnimationDuration = 250; // ms
+
+    explicit OstCustomShareView(QQuickItem *parent = nullptr);
+    ~OstCustomShareView() override;
+
+    // A new panel with its skin, in `engine`.
+    static OstCustomShareView *create(QQmlEngine *engine);
+
+    QObject *delegate() const { return m_delegate; }
+    void setDelegate(QObject *delegate);
+
+    // Lays the panel over `controller` (filling it, on top of its children) and raises the
+    // sheet, animated or at once.
+    Q_INVOKABLE void showInController(OTCommonsViewController *controller, bool animated);
+    // Lowers the sheet (and the system share sheet) and takes the panel off the screen.
+    Q_INVOKABLE void hideWithAnimated(bool animated);
+    // Opens the system share route for `activityItems` (strings and URLs) over `controller`.
+    Q_INVOKABLE void showSystemShareModuleWithActivityItems(const QVariantList &activityItems,
+                                                            OTCommonsViewController *controller);
+
+    bool isShowing() const { return m_showing; }
+    bool isSystemShareShowing() const { return m_systemShareShowing; }
+    qreal presentation() const { return m_presentation; }
+    QVariantList platforms() const;
+    QVariantList activityItems() const { return m_activityItems; }
+
+    // What the skin's buttons call.
+    Q_INVOKABLE void platformClicked(int platformType);
+    Q_INVOKABLE void copyLinkClicked(QObject *sender = nullptr);
+    Q_INVOKABLE void moreClicked(QObject *sender = nullptr);
+    Q_INVOKABLE void cancelClicked();
+    // An entry of the system share sheet: "copy", "mail" or "browser".
+    Q_INVOKABLE void systemShareActivityClicked(const QString &activity);
+
+Q_SIGNALS:
+    void presentationChanged();
+    void showingChanged();
+    void systemShareShowingChanged();
+
+private:
+    QPointer<QObject> m_delegate;
+    QQuickItem *m_panel = nullptr;
+    bool m_showing = false;
+    bool m_systemShareShowing = false;
+    qreal m_presentation = 0;
+    QVariantList m_activityItems;
+    struct Private;
+    Private *d = nullptr;
+};

@@ -1,0 +1,56 @@
+import QtQuick
+import OstFoundation
+
+// A transient message over a window: a dark rounded box in the middle, white text, with a
+// tick (status 1) or a cross (status 2) above the text. It lets every touch through.
+Item {
+    id: hud
+    objectName: "OTHUD"
+
+    property string text
+    property int status: 0
+
+    anchors.fill: parent
+
+    Rectangle {
+        id: box
+        objectName: "OTHUDBox"
+        anchors.centerIn: hud
+        width: Math.max(column.width + 32, hud.status > 0 ? 112 : 0)
+        height: column.height + (hud.status > 0 ? 40 : 24)
+        radius: 10
+        color: Qt.rgba(0, 0, 0, 0.78)
+
+        Column {
+            id: column
+            anchors.centerIn: box
+            spacing: 8
+
+            Text {
+                anchors.horizontalCenter: column.horizontalCenter
+                visible: hud.status === 1 || hud.status === 2
+                text: hud.status === 2 ? "\u2715" : "\u2713"
+                font.pixelSize: 30
+                color: "#ffffff"
+            }
+            Text {
+                id: label
+                objectName: "OTHUDLabel"
+                anchors.horizontalCenter: column.horizontalCenter
+                width: Math.min(metrics.advanceWidth + 1, Math.max(120, hud.width - 96))
+                text: hud.text
+                wrapMode: Text.Wrap
+                horizontalAlignment: Text.AlignHCenter
+                font.family: "Noto Sans CJK SC"
+                font.pixelSize: 15
+                color: "#ffffff"
+
+                TextMetrics {
+                    id: metrics
+                    font: label.font
+                    text: label.text
+                }
+            }
+        }
+    }
+}

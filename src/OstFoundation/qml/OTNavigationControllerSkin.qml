@@ -1,0 +1,103 @@
+import QtQuick
+import QtQuick.Templates as T
+import OstFoundation
+
+// The look of a navigation host: a white bar, 44 high with a hairline at its foot, over the
+// stack of screens. The bar carries a back button on the left (only with a screen to go back
+// to) and the top screen's title in its middle. As the bar slides up out of view the stack
+// grows with it, so a screen under a hidden bar has the whole host.
+OTNavigationController {
+    id: host
+
+    stackView: stack
+    navigationBar: bar
+
+    T.StackView {
+        id: stack
+        objectName: "stackView"
+        x: 0
+        y: bar.y + bar.height
+        width: host.width
+        height: host.height - y
+        clip: true
+
+        // Screens slide in from the right and back out to it; the one underneath moves
+        // along by the full width. An exit puts its screen back in place once it is hidden,
+        // so that a later change without animation finds it there.
+        pushEnter: Transition {
+            NumberAnimation { property: "x"; from: stack.width; to: 0; duration: 300; easing.type: Easing.OutCubic }
+        }
+        pushExit: Transition {
+            SequentialAnimation {
+                NumberAnimation { property: "x"; from: 0; to: -stack.width; duration: 300; easing.type: Easing.OutCubic }
+                PropertyAction { property: "x"; value: 0 }
+            }
+        }
+        popEnter: Transition {
+            NumberAnimation { property: "x"; from: -stack.width; to: 0; duration: 300; easing.type: Easing.OutCubic }
+        }
+        popExit: Transition {
+            SequentialAnimation {
+                NumberAnimation { property: "x"; from: 0; to: stack.width; duration: 300; easing.type: Easing.OutCubic }
+                PropertyAction { property: "x"; value: 0 }
+            }
+        }
+    }
+
+    Rectangle {
+        id: bar
+        objectName: "navigationBar"
+        x: 0
+        y: -height * host.navigationBarHiddenProgress
+        z: 1
+        width: host.width
+        height: 44
+        visible: host.navigationBarHiddenProgress < 1
+        color: "#ffffff"
+
+        Rectangle {
+            objectName: "navigationBarHairline"
+            width: bar.width
+            height: 1 / Math.max(1, Screen.devicePixelRatio)
+            y: bar.height - height
+            color: "#d6d6d9"
+        }
+
+        T.AbstractButton {
+            id: back
+            objectName: "navigationBackButton"
+            x: 0
+            y: 0
+            width: 60
+            height: bar.height
+            padding: 0
+            visible: host.depth > 1
+            contentItem: Item {
+                Image {
+                    x: 10
+                    y: Math.round((back.height - height) / 2)
+                    source: back.pressed ? "qrc:/OstFoundation/images/ostrel_navigation_bar_back_highlight.png"
+                                         : "qrc:/OstFoundation/images/ostrel_navigation_bar_back.png"
+                }
+            }
+            onClicked: {
+                if (host.topViewController)
+                    host.topViewController.backAction()
+            }
+        }
+
+        Text {
+            id: titleLabel
+            objectName: "navigationTitle"
+            anchors.centerIn: bar
+            width: Math.min(implicitWidth, bar.width - 2 * back.width)
+            text: host.title
+            elide: Text.ElideRight
+            horizontalAlignment: Text.AlignHCenter
+            font.family: "Noto Sans CJK SC"
+            font.pixelSize: 17
+            font.weight: Font.DemiBold
+            color: "#333333"
+        }
+    }
+}
