@@ -280,6 +280,25 @@ private Q_SLOTS:
         QVERIFY(atRest.pixelColor(370, 5) != QColor(Qt::black));
     }
 
+    void aResizeKeepsThePageInViewFullSize()
+    {
+        reloadAndSettle();
+        drag(300);
+        QTRY_COMPARE(m_gallery->currentIndex(), 1);
+        QTRY_VERIFY(!m_gallery->scrollView()->decelerating());
+        // A bar above the gallery hides: the gallery grows by its height.
+        m_gallery->setSize(QSizeF(375, 711));
+        OTScrollView *scroll = m_gallery->scrollView();
+        QCOMPARE(scroll->contentSize(), QSizeF(1875, 711));
+        QCOMPARE(scroll->contentOffset(), QPointF(1125, 0));
+        for (QQuickItem *child : scroll->subviews()) {
+            const auto *page = qobject_cast<OstQuoteView *>(child);
+            QCOMPARE(page->size(), QSizeF(375, 711));
+            QCOMPARE(page->x(), double(4 - page->itemIndex()) * 375);
+        }
+        QCOMPARE(m_gallery->currentQuoteView()->itemIndex(), 1);
+    }
+
     void poolIsUsedOnlyWhenFilled()
     {
         OstQuoteView *fresh = m_gallery->dequeueReusableView();

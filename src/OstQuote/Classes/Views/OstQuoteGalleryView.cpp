@@ -81,6 +81,26 @@ void OstQuoteGalleryView::geometryChange(const QRectF &newGeometry, const QRectF
     QQuickItem::geometryChange(newGeometry, oldGeometry);
     // The scroll view always has the gallery's size.
     m_scrollView->setSize(newGeometry.size());
+    if (newGeometry.size() == oldGeometry.size() || m_numberOfQuotes <= 0)
+        return;
+    // Resized after loading (a bar hid, the window changed): the pages take the new size at
+    // their places, and the page in view stays in view. A drag in progress is left alone;
+    // its pages are laid out again at the next reload.
+    if (m_scrollView->dragging())
+        return;
+    const double w = newGeometry.width();
+    const double h = newGeometry.height();
+    m_scrollView->setContentSize(QSizeF(double(m_numberOfQuotes) * w, h));
+    for (QQuickItem *child : m_scrollView->subviews()) {
+        child->setPosition(QPointF(double(m_numberOfQuotes - 1 - itemIndexOf(child)) * w, 0));
+        child->setSize(QSizeF(w, h));
+    }
+    // A glide under way ends on its page at once, and settles as it would have.
+    const bool gliding = m_scrollView->decelerating();
+    const qint64 index = gliding ? m_readyCurrentIndex : m_currentIndex;
+    m_scrollView->setContentOffset(QPointF(double(m_numberOfQuotes - 1 - index) * w, 0));
+    if (gliding)
+        scrollViewDidEndDecelerating(m_scrollView);
 }
 
 void OstQuoteGalleryView::reloadData()

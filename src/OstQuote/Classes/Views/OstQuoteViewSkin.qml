@@ -43,7 +43,7 @@ OstQuoteView {
             Text {
                 id: day
                 anchors.bottom: content.top
-                anchors.bottomMargin: 10 - (content.text.length > 0 ? 0 : content.height)
+                anchors.bottomMargin: 10 - (page.contentText.length > 0 ? 0 : content.height)
                 anchors.left: content.left
                 text: page.dayText
                 font.pixelSize: 50
@@ -74,7 +74,7 @@ OstQuoteView {
             Text {
                 id: translation
                 anchors.bottom: author.top
-                anchors.bottomMargin: 8 - (author.text.length > 0 ? 0 : author.height)
+                anchors.bottomMargin: 8 - (page.authorText.length > 0 ? 0 : author.height)
                 anchors.left: parent.left
                 anchors.leftMargin: 15
                 anchors.right: parent.right
@@ -89,7 +89,7 @@ OstQuoteView {
             Text {
                 id: content
                 anchors.bottom: translation.top
-                anchors.bottomMargin: 15 - (translation.text.length > 0 ? 0 : translation.height)
+                anchors.bottomMargin: 15 - (page.translationText.length > 0 ? 0 : translation.height)
                 anchors.left: translation.left
                 anchors.right: translation.right
                 text: page.contentText
