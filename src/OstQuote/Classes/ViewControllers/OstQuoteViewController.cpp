@@ -1,0 +1,336 @@
+#include "OstQuoteViewController.h"
+
+#include "OstAPIClient+Quote.h"
+#include "OstQuoteResourceHelper.h"
+
+#include <Global.h>
+#include <OTClock.h>
+#include <OTDate.h>
+#include <OTImage.h>
+#include <OTNavigationController.h>
+#include <OTNotificationCenter.h>
+#include <OTSocialService.h>
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickWindow>
+
+namespace {
+
+const QUrl kSkinURL(QStringLiteral("qrc:/OstQuote/OstQuoteViewControllerSkin.qml"));
+constexpr qint64 kSecondsPerDay = 86400;
+
+QQmlComponent *skinComponent(QQmlEngine *engine)
+{
+    static const char *key = "_ostQuoteViewControllerSkin";
+    auto *component = engine->property(key).value<QQmlComponent *>();
+    if (!component) {
+        component = new QQmlComponent(engine, kSkinURL, QQmlComponent::PreferSynchronous, engine);
+        if (component->isError())
+            qWarning().noquote() << "OstQuoteViewController skin:" << component->errorString();
+        engine->setProperty(key, QVariant::fromValue(component));
+    }
+    return component;
+}
+
+} // namespace
+
+OstQuoteViewController::OstQuoteViewController(QQuickItem *parent)
+    : OTCommonsViewController(parent)
+{
+}
+
+OstQuoteViewController::~OstQuoteViewController() = default;
+
+OstQuoteViewController *OstQuoteViewController::create(QQmlEngine *engine)
+{
+    if (!engine)
+        return nullptr;
+    QObject *object = skinComponent(engine)->create();
+    auto *controller = qobject_cast<OstQuoteViewController *>(object);
+    if (!controller) {
+        delete object;
+        return nullptr;
+    }
+    QQmlEngine::setObjectOwnership(controller, QQmlEngine::CppOwnership);
+    return controller;
+}
+
+// Calendar
+
+QDateTime OstQuoteViewController::dateToday()
+{
+    if (!m_dateToday.isValid())
+        m_dateToday = OTClock::now();
+    return m_dateToday;
+}
+
+void OstQuoteViewController::setDateToday(const QDateTime &date)
+{
+    m_dateToday = date;
+}
+
+QString OstQuoteViewController::convertToDateStringWithIndex(qint64 index)
+{
+    const qint64 seconds = index * -kSecondsPerDay;
+    return descriptionWithFormat(dateToday().addSecs(seconds), QStringLiteral("yyyy-MM-dd"));
+}
+
+qint64 OstQuoteViewController::numberOfQuotesInGalleryView(OstQuoteGalleryView *galleryView)
+{
+    Q_UNUSED(galleryView);
+    const QDateTime start = ot_dateFromStringFormatDate(QString::fromLatin1(StartDayKey));
+    // Seconds from now to the start: negative once the start lies in the past.
+    const double sinceNow =
+        start.isValid() ? double(start.toMSecsSinceEpoch() - OTClock::now().toMSecsSinceEpoch()) / 1000.0 : 0.0;
+    // Days elapsed with their fraction, plus the start day itself, truncated toward zero.
+    return qint64(sinceNow / -double(kSecondsPerDay) + 1.0);
+}
+
+// Start
+
+void OstQuoteViewController::viewDidLoad()
+{
+    OTCommonsViewController::viewDidLoad();
+    commonInit();
+}
+
+void OstQuoteViewController::commonInit()
+{
+    setupSubviews();
+    connect(OTNotificationCenter::defaultCenter(), &OTNotificationCenter::sharedToWeiboSuccess, this,
+            &OstQuoteViewController::didShareToWeibo, Qt::DirectConnection);
+    requestQuoteWithDate(QStringLiteral("today"), true);
+}
+
+void OstQuoteViewController::setupSubviews()
+{
+    // The skin has laid out the gallery, the buttons and the logo (back to front); the
+    // gallery learns where its pages come from.
+    if (m_galleryView) {
+        m_galleryView->setDataSource(this);
+        m_galleryView->setDelegate(this);
+    }
+    if (m_ostrelLogo)
+        m_ostrelLogo->setVisible(false);
+}
+
+// Requests
+
+void OstQuoteViewController::requestQuoteWithDate(const QString &date, bool shouldReload)
+{
+    getQuoteWithDate(
+        OstAPIClient::sharedClient(), date,
+        [this, date, shouldReload](OstQuotePtr quote, const OTError &) {
+            if (!quote || quote->assign_date().isNull())
+                return;
+            if (date == QLatin1String("today"))
+                setDateToday(ot_dateFromStringFormatDate(quote->assign_date()));
+            m_quotes.insert(quote->assign_date(), quote);
+            if (shouldReload && m_galleryView)
+                m_galleryView->reloadData();
+        },
+        this);
+}
+
+// Gallery
+
+OstQuoteView *OstQuoteViewController::galleryViewQuoteAtIndex(OstQuoteGalleryView *galleryView, qint64 index)
+{
+    OstQuoteView *page = galleryView->dequeueReusableView();
+    if (!page)
+        return nullptr;
+    if (const OstQuotePtr quote = m_quotes.value(convertToDateStringWithIndex(index)))
+        page->setQuote(quote);
+    return page;
+}
+
+void OstQuoteViewController::galleryViewDidScrollToIndex(OstQuoteGalleryView *galleryView, qint64 index)
+{
+    Q_UNUSED(galleryView);
+    // The older neighbour first: it is the page the next swipe brings.
+    const QString older = convertToDateStringWithIndex(index + 1);
+    if (!m_quotes.contains(older))
+        requestQuoteWithDate(older, false);
+    const QString own = convertToDateStringWithIndex(index);
+    if (!m_quotes.contains(own))
+        requestQuoteWithDate(own, false);
+}
+
+// Navigation
+
+Qt::ScreenOrientations OstQuoteViewController::supportedInterfaceOrientations() const
+{
+    return Qt::PortraitOrientation;
+}
+
+void OstQuoteViewController::viewWillAppear(bool animated)
+{
+    OTCommonsViewController::viewWillAppear(animated);
+    // The back button stands in for the bar; the change always animates.
+    if (OTNavigationController *navigation = navigationController())
+        navigation->setNavigationBarHidden(true, true);
+}
+
+void OstQuoteViewController::viewWillDisappear(bool animated)
+{
+    OTCommonsViewController::viewWillDisappear(animated);
+    if (OTNavigationController *navigation = navigationController())
+        navigation->setNavigationBarHidden(false, true);
+}
+
+QUrl OstQuoteViewController::backImage() const
+{
+    return ostrelNavigationBackImage();
+}
+
+QUrl OstQuoteViewController::backHighlightImage() const
+{
+    return ostrelNavigationBackHighlightImage();
+}
+
+QUrl OstQuoteViewController::shareImage() const
+{
+    return OTSocialService::shareIconImageForBar();
+}
+
+QUrl OstQuoteViewController::shareHighlightImage() const
+{
+    return OTSocialService::highlightedShareIconImageForBar();
+}
+
+QUrl OstQuoteViewController::logoImage() const
+{
+    return OstQuoteResourceHelper::imageURL(QStringLiteral("ostrel_logo_quote"));
+}
+
+// Sharing
+
+OstCustomShareView *OstQuoteViewController::shareView()
+{
+    if (!m_shareView) {
+        m_shareView = OstCustomShareView::create(qmlEngineForScene());
+        if (m_shareView) {
+            m_shareView->setParent(this);
+            m_shareView->setDelegate(this);
+        }
+    }
+    return m_shareView;
+}
+
+void OstQuoteViewController::setShareView(OstCustomShareView *shareView)
+{
+    m_shareView = shareView;
+}
+
+void OstQuoteViewController::shareAction()
+{
+    if (OstCustomShareView *panel = shareView())
+        panel->showInController(this, true);
+}
+
+OstQuotePtr OstQuoteViewController::currentQuote()
+{
+    if (!m_galleryView)
+        return {};
+    return m_quotes.value(convertToDateStringWithIndex(m_galleryView->currentIndex()));
+}
+
+void OstQuoteViewController::shareViewShareToPlatform(OstCustomShareView *shareView, int platformType)
+{
+    Q_UNUSED(shareView);
+    shareQuoteViewWithPlatform(platformType);
+}
+
+void OstQuoteViewController::shareQuoteViewWithPlatform(int platformType)
+{
+    const QImage screenshot = screenShotOfCurrentQuoteView();
+    const OstQuotePtr quote = currentQuote();
+    const QString link = OTSocialService::getShareUrlForType(platformType, quote ? quote->share_urls() : QVariantMap());
+    OTSocialService *service = OTSocialService::defaultService();
+
+    if ((platformType | 1) == 7) {
+        // Saving and copying the picture need nothing but the picture.
+        service->shareContent(QString(), QString(), QString(), link, screenshot, platformType, this);
+    } else {
+        // Nothing to say without a quote. The chrome stays as the screenshot left it.
+        if (!quote)
+            return;
+        const QString topic = OstQuoteResourceHelper::LocalizedString(QStringLiteral("home_item_quote_share_topic"));
+        if (platformType == 3)
+            service->shareContent(quote->content(), topic, link, link, QImage(), platformType, this);
+        else
+            service->shareContent(quote->content(), topic, link, link, screenshot, platformType, this);
+    }
+    initNavigationBar();
+}
+
+QImage OstQuoteViewController::screenShotOfCurrentQuoteView()
+{
+    if (m_shareButton)
+        m_shareButton->setVisible(false);
+    if (m_backButton)
+        m_backButton->setVisible(false);
+    if (m_ostrelLogo)
+        m_ostrelLogo->setVisible(true);
+    if (OstCustomShareView *panel = shareView())
+        panel->hideWithAnimated(false);
+    if (m_galleryView) {
+        if (OstQuoteView *page = m_galleryView->currentQuoteView())
+            page->showCoverViewWithAnimated(false);
+    }
+
+    QQuickWindow *quickWindow = window();
+    if (!quickWindow)
+        return QImage();
+    // The window as it looks now, cut to this screen.
+    const QImage whole = quickWindow->grabWindow();
+    const qreal ratio = whole.devicePixelRatio();
+    const QRectF area = mapRectToScene(QRectF(0, 0, width(), height()));
+    const QRect pixels(qRound(area.x() * ratio), qRound(area.y() * ratio), qRound(area.width() * ratio),
+                       qRound(area.height() * ratio));
+    QImage screenshot = whole.copy(pixels);
+    screenshot.setDevicePixelRatio(ratio);
+    return screenshot;
+}
+
+void OstQuoteViewController::initNavigationBar()
+{
+    if (m_ostrelLogo)
+        m_ostrelLogo->setVisible(false);
+    if (m_backButton)
+        m_backButton->setVisible(true);
+    if (m_shareButton)
+        m_shareButton->setVisible(true);
+}
+
+void OstQuoteViewController::shareViewCopyLinkClicked(OstCustomShareView *shareView, QObject *sender)
+{
+    Q_UNUSED(shareView);
+    Q_UNUSED(sender);
+    const OstQuotePtr quote = currentQuote();
+    const QString link = OTSocialService::getDefaultShareUrl(quote ? quote->share_urls() : QVariantMap());
+    if (link.isNull())
+        return;
+    QGuiApplication::clipboard()->setText(link);
+    Global::sharedGlobal()->showHUB(
+        OstQuoteResourceHelper::LocalizedString(QStringLiteral("share_view_copy_link_copied"), QStringLiteral("")), 0);
+}
+
+void OstQuoteViewController::shareViewMoreButtonClicked(OstCustomShareView *shareView, QObject *sender)
+{
+    Q_UNUSED(sender);
+    const OstQuotePtr quote = currentQuote();
+    const QString link = OTSocialService::getDefaultShareUrl(quote ? quote->share_urls() : QVariantMap());
+    if (link.isNull() || !shareView)
+        return;
+    shareView->showSystemShareModuleWithActivityItems({link}, this);
+}
+
+void OstQuoteViewController::didShareToWeibo()
+{
+    Global::sharedGlobal()->showHUB(
+        OstQuoteResourceHelper::LocalizedString(QStringLiteral("share_success"), QStringLiteral("分享成功")), 0);
+}

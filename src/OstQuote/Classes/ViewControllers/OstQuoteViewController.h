@@ -1,0 +1,129 @@
+#pragma once
+
+#include "OstQuoteGlobal.h"
+#include "OstQuote.h"
+#include "OstQuoteGalleryView.h"
+
+#include <OTCommonsViewController.h>
+#include <OstCustomShareView.h>
+
+#include <QDateTime>
+#include <QHash>
+#include <QImage>
+#include <QPointer>
+#include <QUrl>
+#include <QtQml/qqmlregistration.h>
+
+class QQmlEngine;
+
+// The quote viewer: a full-screen gallery with one page per day from today back to
+// 1 October 2016, a back button and a share button over its top corners, and the app's logo,
+// which only share pictures show.
+//
+// On load it asks the server for today's quote; its answer fixes "today", is kept and loads
+// the gallery. From then on each day is asked for one swipe ahead: when the gallery comes to
+// rest on a page, the day before it and (if still missing) its own day are requested, and a
+// page is filled from the answers kept so far whenever the gallery asks for it. Nothing is
+// retried or reported: a day that failed is simply asked for again at the next rest.
+//
+// The look is the skin OstQuoteViewControllerSkin.qml (root: this type), which declares the
+// gallery, the two buttons and the logo and hands them over through the properties below.
+class OSTQUOTE_EXPORT OstQuoteViewController : public OTCommonsViewController,
+                                               public OstQuoteGalleryViewDataSource,
+                                               public OstQuoteGalleryViewDelegate,
+                                               public OstCustomShareViewDelegate
+{
+    Q_OBJECT
+    QML_ELEMENT
+    Q_INTERFACES(OstQuoteGalleryViewDataSource OstQuoteGalleryViewDelegate OstCustomShareViewDelegate)
+
+    Q_PROPERTY(QQuickItem *backButton MEMBER m_backButton)
+    Q_PROPERTY(QQuickItem *shareButton MEMBER m_shareButton)
+    Q_PROPERTY(QQuickItem *ostrelLogo MEMBER m_ostrelLogo)
+    Q_PROPERTY(OstQuoteGalleryView *galleryView MEMBER m_galleryView)
+
+    // The images the skin shows.
+    Q_PROPERTY(QUrl backImage READ backImage CONSTANT)
+    Q_PROPERTY(QUrl backHighlightImage READ backHighlightImage CONSTANT)
+    Q_PROPERTY(QUrl shareImage READ shareImage CONSTANT)
+    Q_PROPERTY(QUrl shareHighlightImage READ shareHighlightImage CONSTANT)
+    Q_PROPERTY(QUrl logoImage READ logoImage CONSTANT)
+
+public:
+    // The first day that has a quote.
+    static constexpr const char *StartDayKey = "2016-10-01";
+
+    explicit OstQuoteViewController(QQuickItem *parent = nullptr);
+    ~OstQuoteViewController() override;
+
+    // A new viewer with its skin, made in `engine`; push it onto an OTNavigationController.
+    static OstQuoteViewController *create(QQmlEngine *engine);
+
+    // Calendar: page index 0 is today, each further index one day (86400 s) earlier.
+    QDateTime dateToday();
+    void setDateToday(const QDateTime &date);
+    QString convertToDateStringWithIndex(qint64 index);
+
+    // The quotes received so far, by their own assign_date.
+    QHash<QString, OstQuotePtr> quotes() const { return m_quotes; }
+    void setQuotes(const QHash<QString, OstQuotePtr> &quotes) { m_quotes = quotes; }
+
+    // Asks the server for the day `date` ("yyyy-MM-dd" or "today"); the answer is kept and,
+    // with `shouldReload`, reloads the gallery.
+    void requestQuoteWithDate(const QString &date, bool shouldReload);
+
+    // The gallery's data source and delegate.
+    qint64 numberOfQuotesInGalleryView(OstQuoteGalleryView *galleryView) override;
+    OstQuoteView *galleryViewQuoteAtIndex(OstQuoteGalleryView *galleryView, qint64 index) override;
+    void galleryViewDidScrollToIndex(OstQuoteGalleryView *galleryView, qint64 index) override;
+
+    // Sharing.
+    Q_INVOKABLE void shareAction();
+    void shareViewShareToPlatform(OstCustomShareView *shareView, int platformType) override;
+    void shareViewCopyLinkClicked(OstCustomShareView *shareView, QObject *sender) override;
+    void shareViewMoreButtonClicked(OstCustomShareView *shareView, QObject *sender) override;
+    void shareQuoteViewWithPlatform(int platformType);
+    // The whole screen with the text cover of the page in view, as share pictures show it:
+    // buttons hidden, logo shown, share panel away. Restores nothing (see initNavigationBar).
+    QImage screenShotOfCurrentQuoteView();
+    // The chrome as in normal use: logo hidden, back and share buttons shown.
+    void initNavigationBar();
+    // Made on first use, with this screen as its delegate.
+    OstCustomShareView *shareView();
+    void setShareView(OstCustomShareView *shareView);
+
+    // A Weibo share went out (anywhere in the app): says so.
+    void didShareToWeibo();
+
+    Qt::ScreenOrientations supportedInterfaceOrientations() const override;
+    void viewWillAppear(bool animated) override;
+    void viewWillDisappear(bool animated) override;
+
+    OstQuoteGalleryView *galleryView() const { return m_galleryView; }
+    QQuickItem *backButton() const { return m_backButton; }
+    QQuickItem *shareButton() const { return m_shareButton; }
+    QQuickItem *ostrelLogo() const { return m_ostrelLogo; }
+
+    QUrl backImage() const;
+    QUrl backHighlightImage() const;
+    QUrl shareImage() const;
+    QUrl shareHighlightImage() const;
+    QUrl logoImage() const;
+
+protected:
+    void viewDidLoad() override;
+
+private:
+    void commonInit();
+    void setupSubviews();
+    // The quote of the page in view, or null.
+    OstQuotePtr currentQuote();
+
+    QQuickItem *m_backButton = nullptr;
+    QQuickItem *m_shareButton = nullptr;
+    QQuickItem *m_ostrelLogo = nullptr;
+    OstQuoteGalleryView *m_galleryView = nullptr;
+    QPointer<OstCustomShareView> m_shareView;
+    QHash<QString, OstQuotePtr> m_quotes;
+    QDateTime m_dateToday;
+};

@@ -1,0 +1,477 @@
+#include "OstQuoteViewController.h"
+#include "OstAPIClient+Quote.h"
+#include "TestServer.h"
+
+#include <Global.h>
+#include <OTClock.h>
+#include <OTNavigationController.h>
+#include <OTNotificationCenter.h>
+#include <OTScrollView.h>
+#include <OTSocialService.h>
+#include <OstAPIClient.h>
+
+#include <QClipboard>
+#include <QFile>
+#include <QGuiApplication>
+#include <QQmlEngine>
+#include <QQuickView>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+
+namespace {
+
+// The server's and the app's "now": 1 March 2017, 10:00 UTC.
+const QDateTime kNow(QDate(2017, 3, 1), QTime(10, 0), Qt::UTC);
+
+} // namespace
+
+// The viewer on a navigation host in a real window, against the real server on loopback. The
+// server's access log tells which days were asked for; the social service records shares.
+class TestOstQuoteViewController : public QObject
+{
+    Q_OBJECT
+
+    TestServer m_server;
+    std::unique_ptr<QQuickView> m_view;
+    OTNavigationController *m_navigation = nullptr;
+    QPointer<OstQuoteViewController> m_viewer;
+    OTRecordingSocialServiceBackend *m_shares = nullptr;
+
+    bool startServer(const QDateTime &now)
+    {
+        TestServer::Options options;
+        options.now = now;
+        if (!m_server.start(options)) {
+            qWarning() << m_server.errorString();
+            return false;
+        }
+        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
+        return true;
+    }
+
+    // What the server was asked for, in order: "today", "batch" or a day key.
+    QStringList requestedDays() const
+    {
+        QFile file(m_server.accessLogPath());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        static const QRegularExpression request(QStringLiteral("GET /api/v2/quote/quotes/([^/ ]+)/"));
+        QStringList days;
+        for (auto it = request.globalMatch(QString::fromUtf8(file.readAll())); it.hasNext();)
+            days.append(it.next().captured(1));
+        return days;
+    }
+
+    // Opens a viewer on top of a plain root screen.
+    void openViewer()
+    {
+        m_viewer = OstQuoteViewController::create(m_view->engine());
+        QVERIFY(m_viewer);
+        m_navigation->pushViewController(m_viewer, false);
+        QVERIFY(m_viewer->isViewLoaded());
+        QCOMPARE(m_navigation->topViewController(), m_viewer.data());
+    }
+
+    OstQuoteGalleryView *gallery() const { return m_viewer->galleryView(); }
+
+    void waitForRest()
+    {
+        OTScrollView *scroll = gallery()->scrollView();
+        QTRY_VERIFY(!scroll->dragging() && !scroll->decelerating() && !scroll->property("animating").toBool());
+    }
+
+    // Today's page in view, filled, at rest.
+    void openViewerOnToday()
+    {
+        openViewer();
+        QTRY_VERIFY(gallery()->numberOfQuotes() > 0);
+        waitForRest();
+        QTRY_VERIFY(gallery()->currentQuoteView() && gallery()->currentQuoteView()->quote());
+        QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 1.0);
+    }
+
+    // A touch swipe across the window by `dx` points: quick (a flick) or slow.
+    void swipe(int dx, bool quick)
+    {
+        QPointingDevice *touch = QTest::createTouchDevice();
+        const QPoint from(dx > 0 ? 40 : 335, 400);
+        QTest::touchEvent(m_view.get(), touch).press(0, from);
+        const int steps = quick ? 4 : 20;
+        for (int i = 1; i <= steps; ++i) {
+            QTest::qWait(quick ? 8 : 16);
+            QTest::touchEvent(m_view.get(), touch).move(0, from + QPoint(dx * i / steps, 0));
+        }
+        QTest::touchEvent(m_view.get(), touch).release(0, from + QPoint(dx, 0));
+        waitForRest();
+    }
+
+    static QPoint centreOf(QQuickItem *item)
+    {
+        return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+    }
+
+    bool chromeIsNormal() const
+    {
+        return m_viewer->backButton()->isVisible() && m_viewer->shareButton()->isVisible()
+            && !m_viewer->ostrelLogo()->isVisible();
+    }
+
+    bool chromeIsScreenshot() const
+    {
+        return !m_viewer->backButton()->isVisible() && !m_viewer->shareButton()->isVisible()
+            && m_viewer->ostrelLogo()->isVisible();
+    }
+
+    void saveScreenshot(const QString &name)
+    {
+        const QByteArray dir = qgetenv("OSTQUOTE_SCREENSHOTS");
+        if (!dir.isEmpty())
+            m_view->grabWindow().save(QString::fromLocal8Bit(dir) + QLatin1Char('/') + name);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        auto backend = std::make_unique<OTRecordingSocialServiceBackend>();
+        m_shares = backend.get();
+        OTSocialService::defaultService()->setBackend(std::move(backend));
+    }
+
+    void init()
+    {
+        OTClock::setTimeZone(QTimeZone("UTC"));
+        OTClock::setNow(kNow);
+        QVERIFY(startServer(kNow));
+        m_shares->shares.clear();
+        m_shares->activities.clear();
+
+        m_view = std::make_unique<QQuickView>();
+        m_view->engine()->addImportPath(QStringLiteral(OST_QML_DIR));
+        m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+        m_view->setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
+        m_view->resize(375, 667);
+        m_view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+        m_navigation = OTNavigationController::create(m_view->engine(), m_view->rootObject());
+        QVERIFY(m_navigation);
+        m_navigation->setSize(QSizeF(375, 667));
+        m_navigation->pushViewController(new OTCommonsViewController, false);
+    }
+
+    void cleanup()
+    {
+        delete m_navigation;
+        m_view.reset();
+        m_server.stop();
+    }
+
+    // --- Requests and the gallery ---------------------------------------------------------
+
+    void onlyTodayIsAskedBeforeItsAnswer()
+    {
+        openViewer();
+        // Until the answer the gallery has no pages and nothing else is asked.
+        QCOMPARE(gallery()->numberOfQuotes(), 0);
+        QVERIFY(gallery()->scrollView()->subviews().isEmpty());
+        QSignalSpy reloads(gallery(), &OstQuoteGalleryView::numberOfQuotesChanged);
+        QTRY_COMPARE(reloads.count(), 1);
+        // 2016-10-01 through 2017-03-01.
+        QCOMPARE(gallery()->numberOfQuotes(), 152);
+        waitForRest();
+        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2017-02-28"}));
+
+        // Page 0 shows today, its text and date in place.
+        OstQuoteView *page = gallery()->currentQuoteView();
+        QCOMPARE(gallery()->currentIndex(), 0);
+        QCOMPARE(page->quote()->assign_date(), QStringLiteral("2017-03-01"));
+        QVERIFY(!page->contentText().isEmpty());
+        QCOMPARE(page->dayText(), QStringLiteral("01"));
+        QCOMPARE(m_viewer->dateToday(), QDateTime(QDate(2017, 3, 1), QTime(0, 0), Qt::UTC));
+        QTRY_COMPARE(page->backgroundImageView()->property("status").toInt(), 1); // Image.Ready
+        QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 1.0);
+        QCOMPARE(page->size(), QSizeF(375, 667));
+        saveScreenshot(QStringLiteral("viewer.png"));
+        QCOMPARE(reloads.count(), 1);
+    }
+
+    void swipingAsksOneDayAhead()
+    {
+        openViewerOnToday();
+        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2017-02-28"}));
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
+
+        swipe(200, true);   // towards the older day on the left
+        QCOMPARE(gallery()->currentIndex(), 1);
+        // Its own day was there already: only the next older one is asked.
+        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2017-02-28", "2017-02-27"}));
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-27")));
+        QCOMPARE(gallery()->currentQuoteView()->quote()->assign_date(), QStringLiteral("2017-02-28"));
+
+        swipe(150, false);  // a slow drag, far enough to land on the next page
+        QCOMPARE(gallery()->currentIndex(), 2);
+        QTRY_COMPARE(requestedDays().size(), 4);
+        QCOMPARE(requestedDays().last(), QStringLiteral("2017-02-26"));
+        QCOMPARE(gallery()->currentQuoteView()->quote()->assign_date(), QStringLiteral("2017-02-27"));
+
+        // Back to today: every day on the way is known, nothing more is asked.
+        swipe(-200, true);
+        swipe(-200, true);
+        QCOMPARE(gallery()->currentIndex(), 0);
+        QTest::qWait(300);  // the access log is flushed every ~200 ms
+        QCOMPARE(requestedDays().size(), 4);
+    }
+
+    void aMissingDayIsAskedAgainAtEachRest()
+    {
+        // Second day of all: page 1 is 1 October 2016, and the day before it never exists.
+        const QDateTime secondDay(QDate(2016, 10, 2), QTime(10, 0), Qt::UTC);
+        OTClock::setNow(secondDay);
+        QVERIFY(startServer(secondDay));
+        openViewerOnToday();
+        QCOMPARE(gallery()->numberOfQuotes(), 2);
+        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01"}));
+
+        swipe(200, true);
+        QCOMPARE(gallery()->currentIndex(), 1);
+        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01", "2016-09-30"}));
+        // Past the end and back: the gallery rests on page 1 again and asks again.
+        swipe(120, false);
+        QCOMPARE(gallery()->currentIndex(), 1);
+        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01", "2016-09-30", "2016-09-30"}));
+        QVERIFY(!m_viewer->quotes().contains(QStringLiteral("2016-09-30")));
+    }
+
+    void aFailedTodayLeavesTheGalleryEmpty()
+    {
+        OstAPIClient::sharedClient()->setBaseURL(QUrl(QStringLiteral("http://127.0.0.1:%1").arg(ot_unusedLoopbackPort())));
+        openViewer();
+        // A second request to the same refused port, sent after the viewer's: once it has
+        // failed, so has the viewer's.
+        bool failed = false;
+        getQuoteWithDate(OstAPIClient::sharedClient(), QStringLiteral("today"),
+                         [&failed](OstQuotePtr quote, const OTError &error) { failed = !quote && error; });
+        QTRY_VERIFY(failed);
+        QCoreApplication::processEvents();
+        QCOMPARE(gallery()->numberOfQuotes(), 0);
+        QVERIFY(gallery()->scrollView()->subviews().isEmpty());
+        QVERIFY(m_viewer->quotes().isEmpty());
+        QVERIFY(chromeIsNormal());
+    }
+
+    void calendarCountsFromTheStartDay()
+    {
+        openViewer();
+        // Before today's answer, "today" is the app's clock.
+        OTClock::setNow(QDateTime(QDate(2016, 10, 1), QTime(23, 59, 59), Qt::UTC));
+        QCOMPARE(m_viewer->numberOfQuotesInGalleryView(nullptr), 1);
+        OTClock::setNow(QDateTime(QDate(2016, 10, 2), QTime(0, 0, 1), Qt::UTC));
+        QCOMPARE(m_viewer->numberOfQuotesInGalleryView(nullptr), 2);
+        // Before the start: truncated toward zero, then negative, never clamped.
+        OTClock::setNow(QDateTime(QDate(2016, 9, 29), QTime(12, 0), Qt::UTC));
+        QCOMPARE(m_viewer->numberOfQuotesInGalleryView(nullptr), 0);
+        OTClock::setNow(QDateTime(QDate(2016, 9, 28), QTime(12, 0), Qt::UTC));
+        QCOMPARE(m_viewer->numberOfQuotesInGalleryView(nullptr), -1);
+
+        m_viewer->setDateToday(QDateTime(QDate(2016, 10, 3), QTime(9, 0), Qt::UTC));
+        QCOMPARE(m_viewer->convertToDateStringWithIndex(0), QStringLiteral("2016-10-03"));
+        QCOMPARE(m_viewer->convertToDateStringWithIndex(2), QStringLiteral("2016-10-01"));
+        QCOMPARE(m_viewer->convertToDateStringWithIndex(-1), QStringLiteral("2016-10-04"));
+        // A null reference counts from the clock again.
+        m_viewer->setDateToday(QDateTime());
+        QCOMPARE(m_viewer->convertToDateStringWithIndex(0), QStringLiteral("2016-09-28"));
+    }
+
+    void dayKeysKeepTheFixedStepAcrossDaylightSaving()
+    {
+        // Steps are 86400 s, never calendar days: near midnight, a 25-hour day gives two
+        // pages the same day and a 23-hour day skips one.
+        const QTimeZone london("Europe/London");
+        OTClock::setTimeZone(london);
+        openViewer();
+        m_viewer->setDateToday(QDateTime(QDate(2016, 10, 30), QTime(23, 30), london));
+        QCOMPARE(m_viewer->convertToDateStringWithIndex(0), QStringLiteral("2016-10-30"));
+        QCOMPARE(m_viewer->convertToDateStringWithIndex(1), QStringLiteral("2016-10-30"));
+        QCOMPARE(m_viewer->convertToDateStringWithIndex(2), QStringLiteral("2016-10-29"));
+        m_viewer->setDateToday(QDateTime(QDate(2017, 3, 27), QTime(0, 30), london));
+        QCOMPARE(m_viewer->convertToDateStringWithIndex(0), QStringLiteral("2017-03-27"));
+        QCOMPARE(m_viewer->convertToDateStringWithIndex(1), QStringLiteral("2017-03-25"));
+    }
+
+    // --- Navigation -----------------------------------------------------------------------
+
+    void theBarHidesInTheViewerAndComesBackAfterIt()
+    {
+        QVERIFY(!m_navigation->isNavigationBarHidden());
+        openViewerOnToday();
+        QVERIFY(m_navigation->isNavigationBarHidden());
+        QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 1.0);
+        QCOMPARE(m_viewer->backButton()->size(), QSizeF(60, 40));
+        QCOMPARE(m_viewer->backButton()->mapToScene(QPointF(0, 0)), QPointF(15, 25));
+        QCOMPARE(m_viewer->shareButton()->mapToScene(QPointF(60, 0)), QPointF(375 - 15, 25));
+        QVERIFY(chromeIsNormal());
+
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(m_viewer->backButton()));
+        QTRY_COMPARE(m_navigation->depth(), 1);
+        QVERIFY(!m_navigation->isNavigationBarHidden());
+        QTRY_VERIFY(!m_viewer);   // popped screens go away
+    }
+
+    // --- Sharing --------------------------------------------------------------------------
+
+    void theShareButtonOpensThePanel()
+    {
+        openViewerOnToday();
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(m_viewer->shareButton()));
+        QVERIFY(m_viewer->shareView()->isShowing());
+        QCOMPARE(m_viewer->shareView()->parentItem(), m_viewer.data());
+        QTRY_COMPARE(m_viewer->shareView()->presentation(), 1.0);
+        saveScreenshot(QStringLiteral("viewer-share-panel.png"));
+    }
+
+    void sharingToEachKindOfTarget_data()
+    {
+        QTest::addColumn<int>("platform");
+        QTest::addColumn<QString>("linkKey");
+        QTest::addColumn<bool>("withText");
+        QTest::addColumn<bool>("withImage");
+        QTest::newRow("mail: text and link") << 3 << "mail" << true << false;
+        QTest::newRow("save image: picture only") << 6 << "save_image" << false << true;
+        QTest::newRow("copy image: picture only") << 7 << "copy_image" << false << true;
+        QTest::newRow("weibo: everything") << 0 << "weibo" << true << true;
+        QTest::newRow("qzone: everything") << 2 << "qzone" << true << true;
+        QTest::newRow("twitter: everything") << 5 << "twitter" << true << true;
+    }
+
+    void sharingToEachKindOfTarget()
+    {
+        QFETCH(int, platform);
+        QFETCH(QString, linkKey);
+        QFETCH(bool, withText);
+        QFETCH(bool, withImage);
+        openViewerOnToday();
+        // The reader has slid the text away: the share picture shows it anyway.
+        OstQuoteView *page = gallery()->currentQuoteView();
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, QPoint(187, 160));
+        QTRY_VERIFY(!page->isShowing());
+        m_viewer->shareAction();
+
+        m_viewer->shareViewShareToPlatform(m_viewer->shareView(), platform);
+
+        QCOMPARE(m_shares->shares.size(), 1);
+        const OTShareRequest &share = m_shares->shares.first();
+        const OstQuotePtr quote = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
+        const QString link = quote->share_urls().value(linkKey).toString();
+        QVERIFY(link.startsWith(m_server.baseURL().toString()));
+        QCOMPARE(share.platform, platform);
+        QCOMPARE(share.controller.data(), m_viewer.data());
+        QCOMPARE(share.logUrl, link);
+        QCOMPARE(share.content, withText ? quote->content() : QString());
+        QCOMPARE(share.topic, withText ? QStringLiteral("#Quote of the Day#") : QString());
+        QCOMPARE(share.url, withText ? link : QString());
+        QCOMPARE(share.image.isNull(), !withImage);
+        if (withImage) {
+            QCOMPARE(share.image.deviceIndependentSize(), QSizeF(375, 667));
+            // The logo is in the picture, over the top right corner.
+            const qreal ratio = share.image.devicePixelRatio();
+            bool logoSeen = false;
+            for (int x = 280; x < 357 && !logoSeen; ++x)
+                logoSeen = share.image.pixelColor(int(x * ratio), int(44 * ratio)).lightness() > 200;
+            QVERIFY(logoSeen);
+        }
+        // Afterwards: the chrome is back, the text cover stays, the panel is away.
+        QVERIFY(chromeIsNormal());
+        QCOMPARE(page->coverOffset(), 0.0);
+        QTRY_VERIFY(page->isShowing());
+        QVERIFY(!m_viewer->shareView()->isShowing());
+    }
+
+    void sharingWithoutAStoredQuote()
+    {
+        openViewerOnToday();
+        m_viewer->setQuotes({});
+
+        // The picture-only targets go ahead with whatever link there is for nothing.
+        m_viewer->shareQuoteViewWithPlatform(6);
+        QCOMPARE(m_shares->shares.size(), 1);
+        QVERIFY(m_shares->shares.first().logUrl.isNull());
+        QVERIFY(!m_shares->shares.first().image.isNull());
+        QVERIFY(chromeIsNormal());
+
+        // Any other target shares nothing and leaves the chrome as the screenshot set it.
+        m_viewer->shareQuoteViewWithPlatform(3);
+        QCOMPARE(m_shares->shares.size(), 1);
+        QVERIFY(chromeIsScreenshot());
+    }
+
+    void copyLinkPutsTheLinkOnTheClipboard()
+    {
+        openViewerOnToday();
+        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+        m_viewer->shareViewCopyLinkClicked(m_viewer->shareView(), nullptr);
+        const OstQuotePtr quote = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
+        QCOMPARE(QGuiApplication::clipboard()->text(), quote->share_urls().value("default").toString());
+        QCOMPARE(Global::sharedGlobal()->lastHUBText(), QStringLiteral("Link copied"));
+        QVERIFY(Global::sharedGlobal()->currentHUB());
+
+        // A quote without a default link: nothing copied, nothing said.
+        auto bare = OstQuotePtr::create();
+        bare->setAssign_date(QStringLiteral("2017-03-01"));
+        bare->setShare_urls({{QStringLiteral("weibo"), QStringLiteral("http://example.org/w")}});
+        m_viewer->setQuotes({{QStringLiteral("2017-03-01"), bare}});
+        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
+        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+        m_viewer->shareViewCopyLinkClicked(m_viewer->shareView(), nullptr);
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
+        QCOMPARE(messages.count(), 0);
+    }
+
+    void moreOffersTheLinkToTheSystemShareRoute()
+    {
+        openViewerOnToday();
+        OstCustomShareView *panel = m_viewer->shareView();
+        m_viewer->shareViewMoreButtonClicked(panel, nullptr);
+        QVERIFY(panel->isSystemShareShowing());
+        const OstQuotePtr quote = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
+        QCOMPARE(panel->activityItems(), QVariantList{quote->share_urls().value("default")});
+    }
+
+    void aWeiboShareIsAnnounced()
+    {
+        openViewerOnToday();
+        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
+        OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification);
+        QCOMPARE(messages.count(), 1);
+        QCOMPARE(messages.first().at(0).toString(), QStringLiteral("Shared"));
+        QCOMPARE(messages.first().at(1).toInt(), 0);
+
+        // A gone screen says nothing.
+        m_navigation->popViewControllerAnimated(false);
+        QTRY_VERIFY(!m_viewer);
+        OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification);
+        QCOMPARE(messages.count(), 1);
+    }
+
+    void midSwipeScreenshot()
+    {
+        openViewerOnToday();
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
+        swipe(200, true);
+        QTRY_COMPARE(gallery()->currentQuoteView()->backgroundImageView()->property("status").toInt(), 1);
+        OTScrollView *scroll = gallery()->scrollView();
+        gallery()->scrollViewWillBeginDragging(scroll);
+        scroll->setContentOffset(scroll->contentOffset() + QPointF(140, 0));
+        QTest::qWait(100);
+        saveScreenshot(QStringLiteral("viewer-mid-swipe.png"));
+        // The newer page comes in small from the right, pinned behind the sliding one: black
+        // shows round it.
+        const QImage frame = m_view->grabWindow();
+        QCOMPARE(frame.pixelColor(370, 5), QColor(Qt::black));
+        QVERIFY(frame.pixelColor(5, 5) != QColor(Qt::black));
+    }
+};
+
+QTEST_MAIN(TestOstQuoteViewController)
+#include "tst_ostquoteviewcontroller.moc"
