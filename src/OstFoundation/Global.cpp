@@ -1,6 +1,6 @@
 #include "Global.h"
 
-#include "OTSkin_p.h"
+#include "OTSkin.h"
 
 #include <QGuiApplication>
 #include <QPauseAnimation>

@@ -1,7 +1,7 @@
 #include "OTCommonsViewController.h"
 
 #include "OTNavigationController.h"
-#include "OTSkin_p.h"
+#include "OTSkin.h"
 
 OTCommonsViewController::OTCommonsViewController(QQuickItem *parent)
     : QQuickItem(parent)

@@ -1,7 +1,7 @@
 #include "OTNavigationController.h"
 
 #include "OTCommonsViewController.h"
-#include "OTSkin_p.h"
+#include "OTSkin.h"
 
 #include <QJSEngine>
 #include <QJSValue>

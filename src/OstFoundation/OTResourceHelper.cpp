@@ -10,20 +10,20 @@
 
 namespace {
 
-// One translator per language, loaded from the library's resources on first use and kept
+// One translator per table and language, loaded from its resources on first use and kept
 // for the life of the process. It is asked directly, never installed in the application.
-QTranslator *translatorFor(const QLocale &locale)
+QTranslator *translatorFor(const QString &bundle, const QString &table, const QLocale &locale)
 {
     static QMutex mutex;
     static QHash<QString, std::shared_ptr<QTranslator>> translators;
     QMutexLocker lock(&mutex);
-    const QString name = locale.name();
+    const QString name = bundle + u'/' + table + u'_' + locale.name();
     auto it = translators.find(name);
     if (it == translators.end()) {
         auto translator = std::make_shared<QTranslator>();
-        const QString folder = OTResourceHelper::resourceBundle() + QStringLiteral("/i18n");
-        if (!translator->load(locale, QStringLiteral("OstFoundationLocalizable"), QStringLiteral("_"), folder)
-            && !translator->load(QStringLiteral("OstFoundationLocalizable_en"), folder)) {
+        const QString folder = bundle + QStringLiteral("/i18n");
+        if (!translator->load(locale, table, QStringLiteral("_"), folder)
+            && !translator->load(table + QStringLiteral("_en"), folder)) {
             translator.reset();
         }
         it = translators.insert(name, translator);
@@ -48,7 +48,12 @@ QUrl OTResourceHelper::imageURL(const QString &name)
 
 QString OTResourceHelper::LocalizedString(const QString &key)
 {
-    if (QTranslator *translator = translatorFor(QLocale())) {
+    return localizedStringFromTable(resourceBundle(), QStringLiteral("OstFoundationLocalizable"), key);
+}
+
+QString OTResourceHelper::localizedStringFromTable(const QString &bundle, const QString &table, const QString &key)
+{
+    if (QTranslator *translator = translatorFor(bundle, table, QLocale())) {
         const QString text = translator->translate(nullptr, key.toUtf8().constData());
         if (!text.isEmpty())
             return text;

@@ -24,6 +24,12 @@ public:
     // of QLocale() (English where the table has no such language). A key the table lacks
     // comes back as itself.
     static QString LocalizedString(const QString &key);
+
+    // The text for `key` from the id-based strings table `table` compiled into the resource
+    // folder `bundle` + "/i18n" (`table`_<language>.qm), in the language of QLocale(),
+    // English where the table has no such language; `key` itself when the table lacks it.
+    // Libraries keep their texts this way without touching the app's translators.
+    static QString localizedStringFromTable(const QString &bundle, const QString &table, const QString &key);
 };
 
 // The strings table from QML: OTLocalizable.string("share_view_title").

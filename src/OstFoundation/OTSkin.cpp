@@ -1,4 +1,4 @@
-#include "OTSkin_p.h"
+#include "OTSkin.h"
 
 #include "OTSignalRelay_p.h"
 

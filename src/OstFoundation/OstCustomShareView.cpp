@@ -1,7 +1,7 @@
 #include "OstCustomShareView.h"
 
 #include "OTCommonsViewController.h"
-#include "OTSkin_p.h"
+#include "OTSkin.h"
 #include "OTSocialService.h"
 
 #include <QEasingCurve>

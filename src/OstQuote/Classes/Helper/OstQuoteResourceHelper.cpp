@@ -1,5 +1,7 @@
 #include "OstQuoteResourceHelper.h"
 
+#include <OTResourceHelper.h>
+
 #include <QFile>
 #include <QGuiApplication>
 #include <QHash>
@@ -23,26 +25,6 @@ QString imageBasePath(const QString &name)
             return path;
     }
     return {};
-}
-
-// One translator per language, loaded from the module's resources on first use.
-QTranslator *translatorFor(const QLocale &locale)
-{
-    static QMutex mutex;
-    static QHash<QString, std::shared_ptr<QTranslator>> translators;
-    QMutexLocker lock(&mutex);
-    const QString name = locale.name();
-    auto it = translators.find(name);
-    if (it == translators.end()) {
-        auto translator = std::make_shared<QTranslator>();
-        const QString folder = OstQuoteResourceHelper::resourceBundle() + QStringLiteral("/i18n");
-        if (!translator->load(locale, QStringLiteral("OstQuoteLocalizable"), QStringLiteral("_"), folder)
-            && !translator->load(QStringLiteral("OstQuoteLocalizable_en"), folder)) {
-            translator.reset();
-        }
-        it = translators.insert(name, translator);
-    }
-    return it->get();
 }
 
 } // namespace
@@ -82,10 +64,5 @@ QUrl OstQuoteResourceHelper::imageURL(const QString &name)
 QString OstQuoteResourceHelper::LocalizedString(const QString &key, const QString &comment)
 {
     Q_UNUSED(comment);
-    if (QTranslator *translator = translatorFor(QLocale())) {
-        const QString text = translator->translate(nullptr, key.toUtf8().constData());
-        if (!text.isEmpty())
-            return text;
-    }
-    return key;
+    return OTResourceHelper::localizedStringFromTable(resourceBundle(), QStringLiteral("OstQuoteLocalizable"), key);
 }

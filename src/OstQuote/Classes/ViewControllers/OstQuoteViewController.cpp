@@ -13,6 +13,7 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <OTSkin.h>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
@@ -21,19 +22,6 @@ namespace {
 
 const QUrl kSkinURL(QStringLiteral("qrc:/OstQuote/OstQuoteViewControllerSkin.qml"));
 constexpr qint64 kSecondsPerDay = 86400;
-
-QQmlComponent *skinComponent(QQmlEngine *engine)
-{
-    static const char *key = "_ostQuoteViewControllerSkin";
-    auto *component = engine->property(key).value<QQmlComponent *>();
-    if (!component) {
-        component = new QQmlComponent(engine, kSkinURL, QQmlComponent::PreferSynchronous, engine);
-        if (component->isError())
-            qWarning().noquote() << "OstQuoteViewController skin:" << component->errorString();
-        engine->setProperty(key, QVariant::fromValue(component));
-    }
-    return component;
-}
 
 } // namespace
 
@@ -46,16 +34,11 @@ OstQuoteViewController::~OstQuoteViewController() = default;
 
 OstQuoteViewController *OstQuoteViewController::create(QQmlEngine *engine)
 {
-    if (!engine)
-        return nullptr;
-    QObject *object = skinComponent(engine)->create();
-    auto *controller = qobject_cast<OstQuoteViewController *>(object);
-    if (!controller) {
+    QObject *object = OTSkin::create(engine, kSkinURL, "_ostQuoteViewControllerSkin");
+    auto *made = qobject_cast<OstQuoteViewController *>(object);
+    if (!made)
         delete object;
-        return nullptr;
-    }
-    QQmlEngine::setObjectOwnership(controller, QQmlEngine::CppOwnership);
-    return controller;
+    return made;
 }
 
 // Calendar

@@ -3,6 +3,7 @@
 #include <OTDate.h>
 
 #include <QPointer>
+#include <OTSkin.h>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QTimer>
@@ -13,19 +14,6 @@ namespace {
 const QUrl kSkinURL(QStringLiteral("qrc:/OstQuote/OstQuoteViewSkin.qml"));
 
 // One compiled skin per engine, kept with the engine.
-QQmlComponent *skinComponent(QQmlEngine *engine)
-{
-    static const char *key = "_ostQuoteViewSkin";
-    auto *component = engine->property(key).value<QQmlComponent *>();
-    if (!component) {
-        component = new QQmlComponent(engine, kSkinURL, QQmlComponent::PreferSynchronous, engine);
-        if (component->isError())
-            qWarning().noquote() << "OstQuoteView skin:" << component->errorString();
-        engine->setProperty(key, QVariant::fromValue(component));
-    }
-    return component;
-}
-
 } // namespace
 
 OstQuoteView::OstQuoteView(QQuickItem *parent)
@@ -40,26 +28,17 @@ OstQuoteView::~OstQuoteView() = default;
 OstQuoteView *OstQuoteView::create(QQuickItem *context)
 {
     // The nearest item of the scene that QML made knows the engine.
-    for (QQuickItem *item = context; item; item = item->parentItem()) {
-        if (QQmlEngine *engine = qmlEngine(item))
-            return create(engine);
-    }
-    return nullptr;
+    QQmlEngine *engine = OTSkin::engineForItem(context);
+    return engine ? create(engine) : nullptr;
 }
 
 OstQuoteView *OstQuoteView::create(QQmlEngine *engine)
 {
-    if (!engine)
-        return nullptr;
-    QQmlComponent *component = skinComponent(engine);
-    QObject *object = component->create();
-    auto *view = qobject_cast<OstQuoteView *>(object);
-    if (!view) {
+    QObject *object = OTSkin::create(engine, kSkinURL, "_ostQuoteViewSkin");
+    auto *made = qobject_cast<OstQuoteView *>(object);
+    if (!made)
         delete object;
-        return nullptr;
-    }
-    QQmlEngine::setObjectOwnership(view, QQmlEngine::CppOwnership);
-    return view;
+    return made;
 }
 
 void OstQuoteView::setQuote(const OstQuotePtr &quote)

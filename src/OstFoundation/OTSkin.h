@@ -1,6 +1,8 @@
 #pragma once
 
-// Internal to OstFoundation.
+// Skins: the QML files that give C++ visual types their look.
+
+#include "OstFoundationGlobal.h"
 
 #include <QObject>
 #include <QUrl>
@@ -13,10 +15,10 @@ namespace OTSkin {
 
 // An object made from the skin at `url` in `engine`, the skin compiled once per engine (kept
 // with the engine under `key`). The object is owned by C++. Null when the skin cannot be made.
-QObject *create(QQmlEngine *engine, const QUrl &url, const char *key);
+OSTFOUNDATION_EXPORT QObject *create(QQmlEngine *engine, const QUrl &url, const char *key);
 
 // The QML engine of the nearest item from `item` up that QML knows, or null.
-QQmlEngine *engineForItem(const QQuickItem *item);
+OSTFOUNDATION_EXPORT QQmlEngine *engineForItem(const QQuickItem *item);
 
 // Calls `callback` whenever `signal` (a signal signature such as "busyChanged()") of
 // `sender` is emitted, as long as both `sender` and `context` live.
