@@ -15,6 +15,7 @@ class OSTFOUNDATION_EXPORT OTPalette : public QObject
     Q_PROPERTY(QColor ostrelFontColorWhite READ ostrelFontColorWhite CONSTANT)
     Q_PROPERTY(QColor ostrelShadowColor READ ostrelShadowColor CONSTANT)
     Q_PROPERTY(QColor ostrelGreen READ ostrelGreen CONSTANT)
+    Q_PROPERTY(QColor ostrelFontColorSummary READ ostrelFontColorSummary CONSTANT)
 public:
     using QObject::QObject;
 
@@ -24,4 +25,6 @@ public:
     static QColor ostrelShadowColor() { return QColor(0, 0, 0, 0x66); }
     // The brand green.
     static QColor ostrelGreen() { return QColor(0x3C, 0xB3, 0x71); }
+    // Secondary text and hairline frames on light backgrounds: a mid grey, #8C8C8C.
+    static QColor ostrelFontColorSummary() { return QColor(0x8C, 0x8C, 0x8C); }
 };

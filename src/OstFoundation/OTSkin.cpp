@@ -1,6 +1,7 @@
 #include "OTSkin.h"
 
 #include "OTSignalRelay_p.h"
+#include "OTWebImage.h"
 
 #include <QDebug>
 #include <QMetaMethod>
@@ -14,6 +15,8 @@ QObject *create(QQmlEngine *engine, const QUrl &url, const char *key)
 {
     if (!engine)
         return nullptr;
+    // Remote pictures in skins go through the shared disk cache (a host's own factory stays).
+    OTWebImage::installDiskCache(engine);
     auto *component = engine->property(key).value<QQmlComponent *>();
     if (!component) {
         component = new QQmlComponent(engine, url, QQmlComponent::PreferSynchronous, engine);

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "OstFoundationGlobal.h"
+
+#include <QObject>
+
+// What kind of device the app runs on. Screens that set text larger on tablets ask here.
+//
+// The idiom is Phone unless the environment variable OSTQUOTE_DEVICE_IDIOM says "pad" (or
+// "phone"), or a host (or a test) sets it with setUserInterfaceIdiom(). A desktop window has
+// no idiom of its own, so it behaves like a phone by default.
+class OSTFOUNDATION_EXPORT OTDevice : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(UserInterfaceIdiom userInterfaceIdiom READ userInterfaceIdiom WRITE setUserInterfaceIdiom
+                   RESET resetUserInterfaceIdiom NOTIFY userInterfaceIdiomChanged)
+public:
+    enum UserInterfaceIdiom {
+        Phone = 0,
+        Pad = 1,
+    };
+    Q_ENUM(UserInterfaceIdiom)
+
+    // The one device object (GUI thread).
+    static OTDevice *currentDevice();
+
+    UserInterfaceIdiom userInterfaceIdiom() const;
+    // Overrides what the environment says until resetUserInterfaceIdiom().
+    void setUserInterfaceIdiom(UserInterfaceIdiom idiom);
+    // Back to what the environment says.
+    void resetUserInterfaceIdiom();
+
+Q_SIGNALS:
+    void userInterfaceIdiomChanged();
+
+private:
+    explicit OTDevice(QObject *parent = nullptr);
+    static UserInterfaceIdiom environmentIdiom();
+
+    bool m_overridden = false;
+    UserInterfaceIdiom m_idiom = Phone;
+};

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "OstFoundationGlobal.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QUrl>
+
+class QNetworkAccessManager;
+class QNetworkReply;
+
+// Fetches pictures ahead of their showing into the disk cache that Qt Quick's Image reads
+// through (OTWebImage), so that a later Image of the same address needs no network request
+// while the server's Cache-Control says the copy is fresh. A picture already in the cache is
+// not asked for again.
+//
+// The prefetcher lives on the GUI thread; prefetchURLs() may be called from any thread and
+// hops there. Failures are quiet: a picture that does not load is simply not cached.
+class OSTFOUNDATION_EXPORT OTImagePrefetcher : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(int pendingCount READ pendingCount NOTIFY pendingCountChanged)
+public:
+    // The one prefetcher. Safe to call from any thread.
+    static OTImagePrefetcher *sharedImagePrefetcher();
+
+    // GETs every address of `urls` (strings as given, parsed with QUrl) through the disk
+    // cache. Addresses that are empty or not valid are skipped. An empty list asks for
+    // nothing (and still announces itself through prefetchURLsRequested()).
+    Q_INVOKABLE void prefetchURLs(const QStringList &urls);
+
+    // Requests under way (GUI thread).
+    int pendingCount() const { return m_pending; }
+    // Every address that finished since start, loaded or not (GUI thread).
+    int finishedCount() const { return m_finished; }
+
+Q_SIGNALS:
+    // A call of prefetchURLs() reached the GUI thread, with its list as given.
+    void prefetchURLsRequested(const QStringList &urls);
+    // One address finished: loaded into the cache (`succeeded`) or not.
+    void urlPrefetched(const QUrl &url, bool succeeded);
+    // Nothing is under way any more (also after a list with nothing to fetch).
+    void didFinishPrefetching();
+    void pendingCountChanged();
+
+private:
+    explicit OTImagePrefetcher(QObject *parent = nullptr);
+    QNetworkAccessManager *networkAccessManager();
+    void finish(QNetworkReply *reply, const QUrl &url);
+
+    QPointer<QNetworkAccessManager> m_manager;
+    QString m_cacheDirectory;
+    int m_pending = 0;
+    int m_finished = 0;
+};

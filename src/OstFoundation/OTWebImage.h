@@ -1,0 +1,46 @@
+#pragma once
+
+// Remote pictures on disk: the one HTTP disk cache that Qt Quick's Image and the prefetcher
+// share, so that a picture fetched once (shown or prefetched) is shown later without asking
+// the network again while the server's Cache-Control says it is fresh.
+
+#include "OstFoundationGlobal.h"
+
+#include <QQmlNetworkAccessManagerFactory>
+#include <QString>
+
+class QNetworkAccessManager;
+class QNetworkDiskCache;
+class QObject;
+class QQmlEngine;
+
+// Makes the network access managers of a QML engine: each with a QNetworkDiskCache on the
+// shared picture directory. Qt Quick calls create() from its pixmap reader thread (and from
+// the GUI thread for everything else); it is reentrant.
+class OSTFOUNDATION_EXPORT OTWebImageNetworkAccessManagerFactory : public QQmlNetworkAccessManagerFactory
+{
+public:
+    QNetworkAccessManager *create(QObject *parent) override;
+};
+
+namespace OTWebImage {
+
+// The disk cache's directory: "<QStandardPaths::CacheLocation>/images". Read at every call,
+// so it follows the environment (XDG_CACHE_HOME) of the moment.
+OSTFOUNDATION_EXPORT QString diskCacheDirectory();
+
+// A disk cache on diskCacheDirectory(), 50 MB at most, owned by `parent`.
+OSTFOUNDATION_EXPORT QNetworkDiskCache *createDiskCache(QObject *parent = nullptr);
+
+// A network access manager whose cache is a new createDiskCache().
+OSTFOUNDATION_EXPORT QNetworkAccessManager *createNetworkAccessManager(QObject *parent = nullptr);
+
+// The factory shared by every engine (lives as long as the process).
+OSTFOUNDATION_EXPORT QQmlNetworkAccessManagerFactory *networkAccessManagerFactory();
+
+// Gives `engine` the shared factory unless it has a factory already (a host's own stays).
+// True when the engine uses the shared factory afterwards. Call it before the engine loads
+// its first remote picture; OTSkin::create() does so for every skin it makes.
+OSTFOUNDATION_EXPORT bool installDiskCache(QQmlEngine *engine);
+
+} // namespace OTWebImage
