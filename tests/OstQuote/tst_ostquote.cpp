@@ -221,7 +221,7 @@ private Q_SLOTS:
     void textsComeFromTheModulesTable()
     {
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
-        QCOMPARE(OstQuoteResourceHelper::LocalizedString("quote_press_to_view", "每日一句"), QStringLiteral("Quote of the Day"));
+        QCOMPARE(OstQuoteResourceHelper::LocalizedString("quote_press_to_view", "每日一句"), QStringLiteral("Quotes"));
         QCOMPARE(OstQuoteResourceHelper::LocalizedString("share_view_copy_link_copied", ""), QStringLiteral("Link copied"));
         QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
         QCOMPARE(OstQuoteResourceHelper::LocalizedString("quote_press_to_view", "每日一句"), QStringLiteral("每日一句"));

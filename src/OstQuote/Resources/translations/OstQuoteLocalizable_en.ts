@@ -5,8 +5,8 @@
     <name></name>
     <message id="quote_press_to_view">
         <extracomment>每日一句</extracomment>
-        <source>Quote of the Day</source>
-        <translation>Quote of the Day</translation>
+        <source>Quotes</source>
+        <translation>Quotes</translation>
     </message>
     <message id="home_item_quote_share_topic">
         <source>#Quote of the Day#</source>

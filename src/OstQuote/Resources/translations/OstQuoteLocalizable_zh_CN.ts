@@ -5,7 +5,7 @@
     <name></name>
     <message id="quote_press_to_view">
         <extracomment>每日一句</extracomment>
-        <source>Quote of the Day</source>
+        <source>Quotes</source>
         <translation>每日一句</translation>
     </message>
     <message id="home_item_quote_share_topic">

@@ -1,0 +1,299 @@
+#include "OstQuoteLaunchViewController.h"
+
+#include "OstAPIClient+Quote.h"
+#include "OstQuoteResourceHelper.h"
+#include "OstQuoteViewController.h"
+
+#include <OTClock.h>
+#include <OTDate.h>
+#include <OTDevice.h>
+#include <OTImagePrefetcher.h>
+#include <OTNavigationController.h>
+#include <OTSkin.h>
+
+#include <QDebug>
+#include <QDir>
+#include <QFileInfo>
+#include <QFontDatabase>
+#include <QStandardPaths>
+#include <QThreadPool>
+#include <QtConcurrent/QtConcurrentRun>
+
+namespace {
+
+const QUrl kSkinURL(QStringLiteral("qrc:/OstQuote/OstQuoteLaunchViewControllerSkin.qml"));
+
+constexpr qreal kQuoteLineSpacing = 5.0;
+constexpr int kPhoneQuoteFontSize = 16;
+constexpr int kPadQuoteFontSize = 24;
+
+// The sentence's face: Helvetica Neue Light where the system has it, otherwise a light cut
+// of a plain sans.
+QString quoteFontFamily()
+{
+    static const QString family = [] {
+        const QStringList preferred = {QStringLiteral("HelveticaNeue-Light"), QStringLiteral("Helvetica Neue"),
+                                       QStringLiteral("DejaVu Sans Light")};
+        for (const QString &candidate : preferred) {
+            if (QFontDatabase::hasFamily(candidate))
+                return candidate;
+        }
+        return QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();
+    }();
+    return family;
+}
+
+} // namespace
+
+OstQuoteLaunchViewController::OstQuoteLaunchViewController(QQuickItem *parent)
+    : OTCommonsViewController(parent)
+{
+    // Made here, on the GUI thread, before a batch write on the pool first asks for it.
+    OTImagePrefetcher::sharedImagePrefetcher();
+}
+
+OstQuoteLaunchViewController::~OstQuoteLaunchViewController()
+{
+    // A batch being filed still uses this screen; it is one small file per day.
+    for (QFuture<void> &write : m_cacheWrites)
+        write.waitForFinished();
+}
+
+OstQuoteLaunchViewController *OstQuoteLaunchViewController::create(QQmlEngine *engine)
+{
+    QObject *object = OTSkin::create(engine, kSkinURL, "_ostQuoteLaunchViewControllerSkin");
+    auto *made = qobject_cast<OstQuoteLaunchViewController *>(object);
+    if (!made)
+        delete object;
+    return made;
+}
+
+void OstQuoteLaunchViewController::setDelegate(QObject *delegate)
+{
+    if (m_delegate == delegate)
+        return;
+    m_delegate = delegate;
+    Q_EMIT delegateChanged();
+}
+
+void OstQuoteLaunchViewController::setPopFromQuote(bool popFromQuote)
+{
+    if (m_popFromQuote == popFromQuote)
+        return;
+    m_popFromQuote = popFromQuote;
+    Q_EMIT popFromQuoteChanged();
+}
+
+OstQuoteLaunchViewControllerDelegate *OstQuoteLaunchViewController::launchDelegate() const
+{
+    return m_delegate ? qobject_cast<OstQuoteLaunchViewControllerDelegate *>(m_delegate.data()) : nullptr;
+}
+
+void OstQuoteLaunchViewController::tellDelegate()
+{
+    // The host may take the screen away (even delete it) while it is being told.
+    const QPointer<OstQuoteLaunchViewController> self(this);
+    if (OstQuoteLaunchViewControllerDelegate *delegate = launchDelegate())
+        delegate->willDismissLaunchViewController(this);
+    if (self)
+        Q_EMIT willDismiss();
+}
+
+// Start
+
+void OstQuoteLaunchViewController::viewDidLoad()
+{
+    OTCommonsViewController::viewDidLoad();
+    if (OTNavigationController *navigation = navigationController())
+        navigation->setNavigationBarHidden(true, false);
+    configureSubviews();
+    loadCachedQuote();
+    fetchQuotes();
+}
+
+void OstQuoteLaunchViewController::configureSubviews()
+{
+    // The skin has laid out the picture, the logo, the sentence and the button, back to
+    // front; the button's action is ours.
+    if (m_button)
+        connect(m_button, SIGNAL(clicked()), this, SLOT(buttonPressed()), Qt::UniqueConnection);
+}
+
+void OstQuoteLaunchViewController::renderQuote(const OstQuotePtr &quote)
+{
+    const QString content = quote ? quote->content() : QString();
+    m_quoteText = content.isNull() ? QString::fromLatin1(DefaultQuote) : content;
+    m_quoteLineSpacing = kQuoteLineSpacing;
+    m_quoteColor = QColor::fromRgbF(72.0 / 255.0, 72.0 / 255.0, 72.0 / 255.0, 1.0);
+    QFont font(quoteFontFamily());
+    font.setWeight(QFont::Light);
+    font.setPixelSize(OTDevice::currentDevice()->userInterfaceIdiom() == OTDevice::Pad ? kPadQuoteFontSize
+                                                                                      : kPhoneQuoteFontSize);
+    m_quoteFont = font;
+
+    const QStringList pictures = quote ? quote->origin_img_urls() : QStringList();
+    if (!pictures.isEmpty()) {
+        // Loaded by the skin's Image through the picture cache, without a placeholder.
+        m_imageSource = QUrl(pictures.first());
+    } else {
+        m_imageSource = OstQuoteResourceHelper::imageURL(QStringLiteral("default_launch_image"));
+    }
+    Q_EMIT quoteRendered();
+}
+
+QUrl OstQuoteLaunchViewController::logoImage() const
+{
+    return OstQuoteResourceHelper::imageURL(QStringLiteral("launch_ostrel_logo"));
+}
+
+QString OstQuoteLaunchViewController::buttonTitle() const
+{
+    return OstQuoteResourceHelper::LocalizedString(QStringLiteral("quote_press_to_view"), QStringLiteral("每日一句"));
+}
+
+// Launch cache
+
+QString OstQuoteLaunchViewController::quotesCachePath()
+{
+    const QString path =
+        QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/launch_quotes");
+    // Whatever stands in the way shows up later, as files that cannot be read or written.
+    QDir().mkpath(path);
+    return path;
+}
+
+void OstQuoteLaunchViewController::loadCachedQuote()
+{
+    const QString path = quotesCachePath() + QLatin1Char('/') + descriptionWithFormat(OTClock::now());
+    if (!QFileInfo::exists(path)) {
+        renderQuote({});
+        return;
+    }
+    OTError error;
+    const OTModelPtr model = OTModel::unarchiveObjectWithFile(path, &error);
+    // A damaged file is reported and left where it is; the next batch may replace it.
+    if (error.kind() == OTError::Undecodable)
+        qWarning().noquote() << error.description();
+    renderQuote(model.objectCast<OstQuote>());
+}
+
+void OstQuoteLaunchViewController::fetchQuotes()
+{
+    getQuotesWithBlock(
+        OstAPIClient::sharedClient(),
+        [this](const QList<OstQuotePtr> &quotes, const OTError &error) {
+            if (error)
+                return;
+            // The records stay referenced here too, so they are released on this thread.
+            m_cachedBatches.append(quotes);
+            m_cacheWrites.removeIf([](const QFuture<void> &write) { return write.isFinished(); });
+            m_cacheWrites.append(
+                QtConcurrent::run(QThreadPool::globalInstance(), [this, quotes]() { cacheQuotes(quotes); }));
+        },
+        this);
+}
+
+void OstQuoteLaunchViewController::cacheQuotes(const QList<OstQuotePtr> &quotes)
+{
+    if (quotes.isEmpty())
+        return;
+    QStringList pictures;
+    QStringList written;
+    const QString directory = quotesCachePath();
+    for (const OstQuotePtr &quote : quotes) {
+        if (!quote)
+            continue;
+        const QString dayKey = quote->assign_date();
+        // A name that would leave the directory is not a day key; it is not written.
+        if (!dayKey.isNull() && !dayKey.contains(QLatin1Char('/')) && dayKey != QLatin1String("..")) {
+            // A file that cannot be written is skipped without a word.
+            if (quote->archiveRootObjectToFile(directory + QLatin1Char('/') + dayKey))
+                written.append(dayKey);
+        }
+        const QStringList images = quote->origin_img_urls();
+        if (!images.isEmpty())
+            pictures.append(images.first());
+    }
+    Q_EMIT quotesCached(written);
+    OTImagePrefetcher::sharedImagePrefetcher()->prefetchURLs(pictures);
+}
+
+void OstQuoteLaunchViewController::clearEarlyQuotes()
+{
+    const QString directory = quotesCachePath();
+    const QFileInfo info(directory);
+    if (!info.isDir() || !info.isReadable())
+        return;
+    const QStringList names =
+        QDir(directory).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    const QDateTime now = OTClock::now();
+    for (const QString &name : names) {
+        const QDateTime day = ot_dateFromStringFormatDate(name);
+        // A day key stands for the start of its day, so today's file goes too.
+        if (!day.isValid() || !(day < now))
+            continue;
+        const QString path = directory + QLatin1Char('/') + name;
+        if (QFileInfo(path).isDir() && !QFileInfo(path).isSymLink())
+            QDir(path).removeRecursively();
+        else
+            QFile::remove(path);
+    }
+}
+
+// Countdown and exit
+
+void OstQuoteLaunchViewController::viewWillAppear(bool animated)
+{
+    OTCommonsViewController::viewWillAppear(animated);
+    // Back from the viewer: the host may go on at once.
+    if (m_popFromQuote)
+        tellDelegate();
+}
+
+void OstQuoteLaunchViewController::viewDidAppear(bool animated)
+{
+    OTCommonsViewController::viewDidAppear(animated);
+    // Every appearance starts its own countdown; one still pending runs on.
+    auto *countdown = new QTimer(this);
+    countdown->setSingleShot(true);
+    countdown->setTimerType(Qt::PreciseTimer);
+    countdown->setInterval(DismissInterval);
+    connect(countdown, &QTimer::timeout, this, [this, countdown]() { timerFired(countdown); });
+    countdown->start();
+    m_timer = countdown;
+}
+
+void OstQuoteLaunchViewController::timerFired(QTimer *timer)
+{
+    const QPointer<QTimer> fired(timer);
+    const QPointer<OstQuoteLaunchViewController> self(this);
+    tellDelegate();
+    if (!self)
+        return;
+    const bool current = fired && fired == m_timer;
+    resetTimer();
+    // An earlier countdown that has run out goes as well.
+    if (!current && fired)
+        fired->deleteLater();
+}
+
+void OstQuoteLaunchViewController::resetTimer()
+{
+    if (m_timer) {
+        m_timer->stop();
+        m_timer->deleteLater();
+    }
+    m_timer = nullptr;
+}
+
+void OstQuoteLaunchViewController::buttonPressed()
+{
+    setPopFromQuote(true);
+    resetTimer();
+    // Without a navigation host there is nowhere to show the viewer.
+    OTNavigationController *navigation = navigationController();
+    if (!navigation)
+        return;
+    if (OstQuoteViewController *viewer = OstQuoteViewController::create(qmlEngineForScene()))
+        navigation->pushViewController(viewer, true);
+}

@@ -1,0 +1,177 @@
+#pragma once
+
+#include "OstQuoteGlobal.h"
+#include "OstQuote.h"
+
+#include <OTCommonsViewController.h>
+
+#include <QColor>
+#include <QFont>
+#include <QFuture>
+#include <QList>
+#include <QPointer>
+#include <QStringList>
+#include <QTimer>
+#include <QUrl>
+#include <QtQml/qqmlregistration.h>
+
+class OstQuoteLaunchViewController;
+class QQmlEngine;
+
+// The host's side of the launch screen: told when the screen may be taken away. It may be
+// told more than once (see OstQuoteLaunchViewController) and must not mind.
+class OSTQUOTE_EXPORT OstQuoteLaunchViewControllerDelegate
+{
+public:
+    virtual ~OstQuoteLaunchViewControllerDelegate() = default;
+    virtual void willDismissLaunchViewController(OstQuoteLaunchViewController *controller)
+    {
+        Q_UNUSED(controller);
+    }
+};
+
+#define OstQuoteLaunchViewControllerDelegate_iid "org.ostrel.OstQuote.OstQuoteLaunchViewControllerDelegate"
+Q_DECLARE_INTERFACE(OstQuoteLaunchViewControllerDelegate, OstQuoteLaunchViewControllerDelegate_iid)
+
+// The splash a host shows while it starts: today's sentence under a large picture, the logo in
+// the bottom right corner and a framed button at the top right that opens the quote viewer.
+//
+// Today's quote comes from the launch cache on disk, filled by earlier launches: one file per
+// day in "<CacheLocation>/launch_quotes", named by the day key and holding the quote's archive.
+// Without a file for today the screen shows a fixed sentence over the default picture. Every
+// launch also asks the server for the batch of coming days and files it, on the thread pool,
+// for the launches to come (never showing it), and prefetches each quote's first picture into
+// the picture cache.
+//
+// 2.5 seconds after each appearance the delegate (a QObject implementing
+// OstQuoteLaunchViewControllerDelegate, held weakly) is told that the host may remove the
+// screen; willDismiss() is emitted at the same moments for QML hosts. The screen never removes
+// itself. The button stops the countdown and pushes a quote viewer; on the way back the
+// delegate is told at once and again 2.5 seconds after the screen has reappeared.
+//
+// The look is the skin OstQuoteLaunchViewControllerSkin.qml (root: this type), which declares
+// the picture, the sentence, the logo and the button, hands them over through the properties
+// below and binds to the rendered state.
+class OSTQUOTE_EXPORT OstQuoteLaunchViewController : public OTCommonsViewController
+{
+    Q_OBJECT
+    QML_ELEMENT
+
+    Q_PROPERTY(QQuickItem *imageView MEMBER m_imageView)
+    Q_PROPERTY(QQuickItem *quoteLabel MEMBER m_quoteLabel)
+    Q_PROPERTY(QQuickItem *ostrelLogo MEMBER m_ostrelLogo)
+    Q_PROPERTY(QQuickItem *button MEMBER m_button)
+
+    Q_PROPERTY(QObject *delegate READ delegate WRITE setDelegate NOTIFY delegateChanged)
+    Q_PROPERTY(bool popFromQuote READ popFromQuote WRITE setPopFromQuote NOTIFY popFromQuoteChanged)
+
+    // What renderQuote() drew.
+    Q_PROPERTY(QString quoteText READ quoteText NOTIFY quoteRendered)
+    Q_PROPERTY(QFont quoteFont READ quoteFont NOTIFY quoteRendered)
+    Q_PROPERTY(QColor quoteColor READ quoteColor NOTIFY quoteRendered)
+    Q_PROPERTY(qreal quoteLineSpacing READ quoteLineSpacing NOTIFY quoteRendered)
+    Q_PROPERTY(QUrl imageSource READ imageSource NOTIFY quoteRendered)
+
+    Q_PROPERTY(QUrl logoImage READ logoImage CONSTANT)
+    Q_PROPERTY(QString buttonTitle READ buttonTitle CONSTANT)
+
+public:
+    // Shown when there is no quote for today.
+    static constexpr const char *DefaultQuote = "Success is falling nine times and getting up ten.";
+    // From an appearance to telling the delegate.
+    static constexpr int DismissInterval = 2500; // ms
+
+    explicit OstQuoteLaunchViewController(QQuickItem *parent = nullptr);
+    // Waits for batch writes still under way.
+    ~OstQuoteLaunchViewController() override;
+
+    // A new launch screen with its skin, made in `engine`; push it onto an
+    // OTNavigationController.
+    static OstQuoteLaunchViewController *create(QQmlEngine *engine);
+
+    QObject *delegate() const { return m_delegate; }
+    void setDelegate(QObject *delegate);
+    bool popFromQuote() const { return m_popFromQuote; }
+    void setPopFromQuote(bool popFromQuote);
+    // The pending countdown, or null.
+    QTimer *timer() const { return m_timer; }
+
+    // Views.
+    void configureSubviews();
+    // Draws `quote` (null: the fixed sentence and the default picture).
+    void renderQuote(const OstQuotePtr &quote);
+
+    // The launch cache.
+    // "<CacheLocation>/launch_quotes", created (with its parents) on every call.
+    QString quotesCachePath();
+    // Draws today's cached quote, or the fixed sentence.
+    void loadCachedQuote();
+    // Asks for the batch; the answer is filed on the thread pool.
+    void fetchQuotes();
+    // Files `quotes`, one file per assign_date (later ones win), then prefetches each quote's
+    // first picture. Runs on any thread; the batch goes through here on the pool.
+    void cacheQuotes(const QList<OstQuotePtr> &quotes);
+    // Removes every file whose day began before now, today's included; names that are no
+    // day key stay.
+    void clearEarlyQuotes();
+
+    // Countdown and exit.
+    void timerFired(QTimer *timer);
+    void resetTimer();
+
+    void viewWillAppear(bool animated) override;
+    void viewDidAppear(bool animated) override;
+
+    QQuickItem *imageView() const { return m_imageView; }
+    QQuickItem *quoteLabel() const { return m_quoteLabel; }
+    QQuickItem *ostrelLogo() const { return m_ostrelLogo; }
+    QQuickItem *button() const { return m_button; }
+
+    QString quoteText() const { return m_quoteText; }
+    QFont quoteFont() const { return m_quoteFont; }
+    QColor quoteColor() const { return m_quoteColor; }
+    qreal quoteLineSpacing() const { return m_quoteLineSpacing; }
+    QUrl imageSource() const { return m_imageSource; }
+    QUrl logoImage() const;
+    QString buttonTitle() const;
+
+public Q_SLOTS:
+    // The button's action: stops the countdown and pushes a new quote viewer.
+    void buttonPressed();
+
+Q_SIGNALS:
+    // The host may remove the screen (emitted whenever the delegate is asked, with or without
+    // one).
+    void willDismiss();
+    // A batch has been filed; `dayKeys` are the files written, in order. Emitted on the thread
+    // that wrote them.
+    void quotesCached(const QStringList &dayKeys);
+    void quoteRendered();
+    void delegateChanged();
+    void popFromQuoteChanged();
+
+protected:
+    void viewDidLoad() override;
+
+private:
+    OstQuoteLaunchViewControllerDelegate *launchDelegate() const;
+    void tellDelegate();
+
+    QQuickItem *m_imageView = nullptr;
+    QQuickItem *m_quoteLabel = nullptr;
+    QQuickItem *m_ostrelLogo = nullptr;
+    QQuickItem *m_button = nullptr;
+
+    QPointer<QObject> m_delegate;
+    QPointer<QTimer> m_timer;
+    bool m_popFromQuote = false;
+
+    QString m_quoteText;
+    QFont m_quoteFont;
+    QColor m_quoteColor;
+    qreal m_quoteLineSpacing = 0;
+    QUrl m_imageSource;
+
+    QList<QFuture<void>> m_cacheWrites;
+    QList<QList<OstQuotePtr>> m_cachedBatches;
+};

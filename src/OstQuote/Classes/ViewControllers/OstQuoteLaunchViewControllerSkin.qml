@@ -1,0 +1,101 @@
+import QtQuick
+import QtQuick.Templates as T
+import OstFoundation
+import OstQuote
+
+// The look of the launch screen. Back to front: the picture, the logo, the sentence and the
+// button.
+//
+// The logo sits 16 from the right edge and 20 above the bottom, at its image's own size; the
+// sentence ends 16 above the logo, 26 in from either side, as tall as its text; the picture
+// takes the full width and everything above the sentence but a 22-point gap (the gap holds
+// both ways: picture bottom = sentence top - 22). The button floats 20 below the top edge,
+// right-aligned with the logo, 80 wide and as tall as its title.
+OstQuoteLaunchViewController {
+    id: screen
+
+    imageView: picture
+    ostrelLogo: logo
+    quoteLabel: label
+    button: pressToView
+
+    Image {
+        id: picture
+        objectName: "imageView"
+        anchors.top: parent.top
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.bottom: label.top
+        anchors.bottomMargin: 22
+        fillMode: Image.PreserveAspectCrop
+        clip: true
+        // Resources come at once; remote pictures always load in the background.
+        asynchronous: false
+        source: screen.imageSource
+    }
+
+    Image {
+        id: logo
+        objectName: "ostrelLogo"
+        anchors.right: parent.right
+        anchors.rightMargin: 16
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: 20
+        source: screen.logoImage
+    }
+
+    FontMetrics {
+        id: quoteMetrics
+        font: screen.quoteFont
+    }
+
+    Text {
+        id: label
+        objectName: "quoteLabel"
+        anchors.left: picture.left
+        anchors.leftMargin: 26
+        anchors.right: picture.right
+        anchors.rightMargin: 26
+        anchors.bottom: logo.top
+        anchors.bottomMargin: 16
+        wrapMode: Text.Wrap
+        text: screen.quoteText
+        font: screen.quoteFont
+        color: screen.quoteColor
+        lineHeightMode: Text.FixedHeight
+        lineHeight: quoteMetrics.height + screen.quoteLineSpacing
+    }
+
+    T.Button {
+        id: pressToView
+        objectName: "button"
+        anchors.right: logo.right
+        anchors.top: parent.top
+        anchors.topMargin: 20
+        width: 80
+        topPadding: 8
+        leftPadding: 12
+        bottomPadding: 8
+        rightPadding: 12
+        implicitHeight: implicitContentHeight + topPadding + bottomPadding
+        text: screen.buttonTitle
+        font.pixelSize: 13
+
+        contentItem: Text {
+            text: pressToView.text
+            font: pressToView.font
+            color: OTPalette.ostrelFontColorSummary
+            horizontalAlignment: Text.AlignHCenter
+            verticalAlignment: Text.AlignVCenter
+            // A title wider than the frame loses its middle.
+            elide: Text.ElideMiddle
+        }
+
+        background: Rectangle {
+            color: Qt.rgba(1, 1, 1, 0.6)
+            border.color: OTPalette.ostrelFontColorSummary
+            border.width: 1
+            radius: 4
+        }
+    }
+}

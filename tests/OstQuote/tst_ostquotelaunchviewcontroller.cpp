@@ -1,0 +1,706 @@
+#include "OstQuoteLaunchViewController.h"
+#include "OstAPIClient+Quote.h"
+#include "OstQuoteResourceHelper.h"
+#include "OstQuoteViewController.h"
+#include "TestServer.h"
+
+#include <OTClock.h>
+#include <OTDevice.h>
+#include <OTImagePrefetcher.h>
+#include <OTNavigationController.h>
+#include <OTWebImage.h>
+#include <OstAPIClient.h>
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFontMetricsF>
+#include <QNetworkAccessManager>
+#include <QNetworkDiskCache>
+#include <QFileInfo>
+#include <QQmlEngine>
+#include <QQuickView>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+
+namespace {
+
+// The server's and the app's "now": 1 March 2017, 10:00 UTC.
+const QDateTime kNow(QDate(2017, 3, 1), QTime(10, 0), Qt::UTC);
+// The batch of that day: today and the seven days after it.
+const QStringList kBatchDays = {"2017-03-01", "2017-03-02", "2017-03-03", "2017-03-04",
+                                "2017-03-05", "2017-03-06", "2017-03-07", "2017-03-08"};
+
+// Warnings seen while a capture is on.
+QStringList *g_warnings = nullptr;
+QtMessageHandler g_previousHandler = nullptr;
+
+void captureWarnings(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (g_warnings && type == QtWarningMsg)
+        g_warnings->append(message);
+    if (g_previousHandler)
+        g_previousHandler(type, context, message);
+}
+
+OstQuotePtr makeQuote(const QString &day, const QString &content, const QStringList &pictures)
+{
+    auto quote = OstQuotePtr::create();
+    if (!day.isNull())
+        quote->setAssign_date(day);
+    if (!content.isNull())
+        quote->setContent(content);
+    quote->setOrigin_img_urls(pictures);
+    return quote;
+}
+
+} // namespace
+
+// A host's delegate that notes when it is told.
+class RecordingLaunchDelegate : public QObject, public OstQuoteLaunchViewControllerDelegate
+{
+    Q_OBJECT
+    Q_INTERFACES(OstQuoteLaunchViewControllerDelegate)
+public:
+    RecordingLaunchDelegate() { clock.start(); }
+    void willDismissLaunchViewController(OstQuoteLaunchViewController *controller) override
+    {
+        calls.append(clock.elapsed());
+        senders.append(controller);
+    }
+
+    QElapsedTimer clock;
+    QList<qint64> calls;                               // ms since the delegate was made
+    QList<OstQuoteLaunchViewController *> senders;
+};
+
+// The launch screen on a navigation host in a real offscreen window, against the real server on
+// loopback, with its cache location in a fresh temporary directory for every test.
+class TestOstQuoteLaunchViewController : public QObject
+{
+    Q_OBJECT
+
+    TestServer m_server;
+    std::unique_ptr<QTemporaryDir> m_cacheHome;
+    std::unique_ptr<QQuickView> m_view;
+    OTNavigationController *m_navigation = nullptr;
+    QPointer<OstQuoteLaunchViewController> m_launch;
+    // Every batch filed by the screens of a test, with the thread that wrote it, noted on the
+    // GUI thread.
+    QList<QStringList> m_cached;
+    QList<QThread *> m_writingThreads;
+
+    static QString launchQuotesPath()
+    {
+        return QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/launch_quotes");
+    }
+
+    static QStringList cachedDays()
+    {
+        return QDir(launchQuotesPath()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name);
+    }
+
+    static OstQuotePtr cachedQuote(const QString &day)
+    {
+        OTError error;
+        const OTModelPtr model = OTModel::unarchiveObjectWithFile(launchQuotesPath() + u'/' + day, &error);
+        return model.objectCast<OstQuote>();
+    }
+
+    void openWindow()
+    {
+        m_view = std::make_unique<QQuickView>();
+        m_view->engine()->addImportPath(QStringLiteral(OST_QML_DIR));
+        m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+        m_view->setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
+        m_view->resize(375, 667);
+        m_view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+        m_navigation = OTNavigationController::create(m_view->engine(), m_view->rootObject());
+        QVERIFY(m_navigation);
+        m_navigation->setSize(QSizeF(375, 667));
+    }
+
+    void closeWindow()
+    {
+        delete m_navigation;
+        m_navigation = nullptr;
+        m_view.reset();
+    }
+
+    // A launch screen with its skin, not shown yet; it notes the thread that files its batch.
+    OstQuoteLaunchViewController *makeLaunch()
+    {
+        auto *launch = OstQuoteLaunchViewController::create(m_view->engine());
+        if (!launch)
+            return nullptr;
+        connect(
+            launch, &OstQuoteLaunchViewController::quotesCached, this,
+            [this](const QStringList &days) {
+                QThread *writer = QThread::currentThread();
+                QMetaObject::invokeMethod(
+                    this, [this, days, writer]() { m_cached.append(days); m_writingThreads.append(writer); },
+                    Qt::QueuedConnection);
+            },
+            Qt::DirectConnection);
+        return launch;
+    }
+
+    // The host starts: the launch screen is the first screen of its navigation stack.
+    void launch(QObject *delegate = nullptr)
+    {
+        m_launch = makeLaunch();
+        QVERIFY(m_launch);
+        m_launch->setDelegate(delegate);
+        m_navigation->pushViewController(m_launch, false);
+        QVERIFY(m_launch->isViewLoaded());
+        QVERIFY(m_launch->isVisibleOnScreen());
+    }
+
+    QStringList accessLogRequests(const QString &pattern) const
+    {
+        QFile file(m_server.accessLogPath());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        const QRegularExpression request(pattern);
+        QStringList found;
+        for (auto it = request.globalMatch(QString::fromUtf8(file.readAll())); it.hasNext();)
+            found.append(it.next().captured(0));
+        return found;
+    }
+    int pictureRequests() const { return int(accessLogRequests(QStringLiteral("GET /media/quotes/\\S+")).size()); }
+    int batchRequests() const { return int(accessLogRequests(QStringLiteral("GET /api/v2/quote/quotes/batch/")).size()); }
+
+    static QPoint centreOf(QQuickItem *item)
+    {
+        return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+    }
+
+    static QRectF frameOf(QQuickItem *item, QQuickItem *root)
+    {
+        return item->mapRectToItem(root, QRectF(0, 0, item->width(), item->height()));
+    }
+
+    // The layout table, checked on the screen as it stands.
+    void checkLayout()
+    {
+        QQuickItem *root = m_launch;
+        const qreal width = root->width();
+        const qreal height = root->height();
+        QCOMPARE(QSizeF(width, height), QSizeF(375, 667));
+        const QRectF picture = frameOf(m_launch->imageView(), root);
+        const QRectF label = frameOf(m_launch->quoteLabel(), root);
+        const QRectF logo = frameOf(m_launch->ostrelLogo(), root);
+        const QRectF button = frameOf(m_launch->button(), root);
+
+        // The logo at its image's own size, 16 from the right, 20 above the bottom.
+        QVERIFY(logo.width() > 0 && logo.height() > 0);
+        QCOMPARE(logo.size(), QSizeF(m_launch->ostrelLogo()->implicitWidth(), m_launch->ostrelLogo()->implicitHeight()));
+        QCOMPARE(logo.right(), width - 16);
+        QCOMPARE(logo.bottom(), height - 20);
+        // The sentence 16 above the logo, 26 in from the picture's sides, as tall as its text.
+        QCOMPARE(label.bottom(), logo.top() - 16);
+        QCOMPARE(label.left(), picture.left() + 26);
+        QCOMPARE(label.right(), picture.right() - 26);
+        QVERIFY(label.height() > 0);
+        QCOMPARE(label.height(), m_launch->quoteLabel()->implicitHeight());
+        // The picture: full width from the top, 22 above the sentence.
+        QCOMPARE(picture.topLeft(), QPointF(0, 0));
+        QCOMPARE(picture.width(), width);
+        QCOMPARE(picture.bottom(), label.top() - 22);
+        // The button: 20 below the top, right-aligned with the logo, 80 wide, its own height.
+        QCOMPARE(button.top(), 20.0);
+        QCOMPARE(button.right(), logo.right());
+        QCOMPARE(button.width(), 80.0);
+        QVERIFY(button.height() > 0);
+        QCOMPARE(button.height(), m_launch->button()->implicitHeight());
+        // Back to front: picture, logo, sentence, button.
+        const QList<QQuickItem *> order = root->childItems();
+        QVERIFY(order.indexOf(m_launch->imageView()) < order.indexOf(m_launch->ostrelLogo()));
+        QVERIFY(order.indexOf(m_launch->ostrelLogo()) < order.indexOf(m_launch->quoteLabel()));
+        QVERIFY(order.indexOf(m_launch->quoteLabel()) < order.indexOf(m_launch->button()));
+    }
+
+    void checkFixedSentence()
+    {
+        QCOMPARE(m_launch->quoteText(), QString::fromLatin1(OstQuoteLaunchViewController::DefaultQuote));
+        QCOMPARE(m_launch->quoteLabel()->property("text").toString(), m_launch->quoteText());
+        QCOMPARE(m_launch->imageSource(), OstQuoteResourceHelper::imageURL(QStringLiteral("default_launch_image")));
+        QCOMPARE(m_launch->imageView()->property("source").toUrl(), m_launch->imageSource());
+    }
+
+    void saveScreenshot(const QString &name)
+    {
+        const QByteArray dir = qgetenv("OSTQUOTE_SCREENSHOTS");
+        if (!dir.isEmpty())
+            m_view->grabWindow().save(QString::fromLocal8Bit(dir) + QLatin1Char('/') + name);
+    }
+
+    // Until `batches` batches have been filed since the test began.
+    void waitForBatchFiled(int batches = 1)
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(m_cached.size(), batches, 15000);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        g_previousHandler = qInstallMessageHandler(captureWarnings);
+    }
+
+    void init()
+    {
+        m_cacheHome = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_cacheHome->isValid());
+        qputenv("XDG_CACHE_HOME", m_cacheHome->path().toLocal8Bit());
+        OTClock::setTimeZone(QTimeZone("UTC"));
+        OTClock::setNow(kNow);
+        TestServer::Options options;
+        options.now = kNow;
+        QVERIFY2(m_server.start(options), qPrintable(m_server.errorString()));
+        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
+        m_cached.clear();
+        m_writingThreads.clear();
+        openWindow();
+    }
+
+    void cleanup()
+    {
+        closeWindow();
+        OTDevice::currentDevice()->resetUserInterfaceIdiom();
+        // Prefetches of this test end before its server goes.
+        QTRY_COMPARE(OTImagePrefetcher::sharedImagePrefetcher()->pendingCount(), 0);
+        m_server.stop();
+        m_cacheHome.reset();
+    }
+
+    // --- The launch cache --------------------------------------------------------------------
+
+    void aFirstLaunchShowsTheFixedSentenceAndFilesTheBatch()
+    {
+        QVERIFY(!QFileInfo::exists(launchQuotesPath()));
+        launch();
+        // The directory is there at once; the screen has its fixed sentence and picture.
+        QVERIFY(QFileInfo(launchQuotesPath()).isDir());
+        checkFixedSentence();
+        QTRY_COMPARE(m_launch->imageView()->property("status").toInt(), 1); // Image.Ready
+        QVERIFY(m_navigation->isNavigationBarHidden());
+        checkLayout();
+
+        // The batch arrives and is filed away from the GUI thread, one file per day.
+        waitForBatchFiled();
+        QVERIFY(m_writingThreads.first());
+        QVERIFY(m_writingThreads.first() != QThread::currentThread());
+        QCOMPARE(m_cached.first(), kBatchDays);
+        QCOMPARE(cachedDays(), kBatchDays);
+        for (const QString &day : kBatchDays) {
+            const OstQuotePtr quote = cachedQuote(day);
+            QVERIFY2(quote, qPrintable(day));
+            QCOMPARE(quote->assign_date(), day);
+            QVERIFY(!quote->content().isEmpty());
+            QVERIFY(!quote->origin_img_urls().isEmpty());
+        }
+        // What this launch fetched is not shown by it.
+        checkFixedSentence();
+        QTRY_COMPARE(batchRequests(), 1);
+        saveScreenshot(QStringLiteral("launch-first-run.png"));
+    }
+
+    void aSecondLaunchShowsTodayFromDiskWithoutAskingForItsPicture()
+    {
+        OTImagePrefetcher *prefetcher = OTImagePrefetcher::sharedImagePrefetcher();
+        QSignalSpy prefetched(prefetcher, &OTImagePrefetcher::urlPrefetched);
+        launch();
+        waitForBatchFiled();
+        // Each day's first picture is fetched once, into the picture cache.
+        QTRY_COMPARE_WITH_TIMEOUT(prefetched.count(), kBatchDays.size(), 30000);
+        for (const QList<QVariant> &call : std::as_const(prefetched))
+            QVERIFY(call.at(1).toBool());
+        QTRY_COMPARE(pictureRequests(), int(kBatchDays.size()));
+        const OstQuotePtr today = cachedQuote(QStringLiteral("2017-03-01"));
+        QVERIFY(today);
+
+        // The host starts again, in a new window and engine.
+        closeWindow();
+        openWindow();
+        prefetched.clear();
+        launch();
+        QCOMPARE(m_launch->quoteText(), today->content());
+        QCOMPARE(m_launch->imageSource(), QUrl(today->origin_img_urls().first()));
+        QTRY_COMPARE(m_launch->imageView()->property("status").toInt(), 1); // Image.Ready
+        QVERIFY(m_launch->imageView()->property("implicitWidth").toReal() > 0);
+        // The second batch is filed and prefetched again: everything comes from the cache.
+        waitForBatchFiled(2);
+        QTRY_COMPARE_WITH_TIMEOUT(prefetched.count(), kBatchDays.size(), 30000);
+        QTRY_COMPARE(batchRequests(), 2);
+        QTest::qWait(400); // the access log is flushed every ~200 ms
+        QCOMPARE(pictureRequests(), int(kBatchDays.size()));
+        checkLayout();
+        saveScreenshot(QStringLiteral("launch.png"));
+    }
+
+    void batchFilingRules_data()
+    {
+        QTest::addColumn<QList<OstQuotePtr>>("batch");
+        QTest::addColumn<QStringList>("files");           // day keys on disk afterwards
+        QTest::addColumn<QStringList>("contents");        // their contents, in the same order
+        QTest::addColumn<QVariantList>("prefetches");     // the prefetcher's lists, one per call
+
+        QTest::newRow("two quotes of one day: the later wins")
+            << QList<OstQuotePtr>{makeQuote("2017-03-02", "First.", {"http://127.0.0.1:9/a.jpg", "http://127.0.0.1:9/b.jpg"}),
+                                  makeQuote("2017-03-02", "Second.", {"http://127.0.0.1:9/c.jpg"})}
+            << QStringList{"2017-03-02"} << QStringList{"Second."}
+            << QVariantList{QStringList{"http://127.0.0.1:9/a.jpg", "http://127.0.0.1:9/c.jpg"}};
+        QTest::newRow("quotes without pictures")
+            << QList<OstQuotePtr>{makeQuote("2017-03-02", "Two.", {}), makeQuote("2017-03-03", "Three.", {})}
+            << QStringList{"2017-03-02", "2017-03-03"} << QStringList{"Two.", "Three."}
+            << QVariantList{QStringList{}};
+        QTest::newRow("a quote without its day: not filed, its picture still fetched")
+            << QList<OstQuotePtr>{makeQuote(QString(), "Nowhen.", {"http://127.0.0.1:9/n.jpg"}),
+                                  makeQuote("2017-03-04", "Four.", {})}
+            << QStringList{"2017-03-04"} << QStringList{"Four."}
+            << QVariantList{QStringList{"http://127.0.0.1:9/n.jpg"}};
+        QTest::newRow("an empty batch") << QList<OstQuotePtr>{} << QStringList{} << QStringList{} << QVariantList{};
+    }
+
+    void batchFilingRules()
+    {
+        QFETCH(QList<OstQuotePtr>, batch);
+        QFETCH(QStringList, files);
+        QFETCH(QStringList, contents);
+        QFETCH(QVariantList, prefetches);
+
+        // The screen is not shown: nothing but cacheQuotes() touches the directory.
+        std::unique_ptr<OstQuoteLaunchViewController> screen(makeLaunch());
+        QVERIFY(screen);
+        QSignalSpy asked(OTImagePrefetcher::sharedImagePrefetcher(), &OTImagePrefetcher::prefetchURLsRequested);
+        screen->cacheQuotes(batch);
+
+        QCOMPARE(cachedDays(), files);
+        for (qsizetype i = 0; i < files.size(); ++i) {
+            const OstQuotePtr quote = cachedQuote(files.at(i));
+            QVERIFY(quote);
+            QCOMPARE(quote->content(), contents.at(i));
+        }
+        QCOMPARE(asked.count(), prefetches.size());
+        for (qsizetype i = 0; i < prefetches.size(); ++i)
+            QCOMPARE(asked.at(i).first().toStringList(), prefetches.at(i).toStringList());
+        // Filed right here, on the calling thread.
+        QCoreApplication::processEvents();
+        QCOMPARE(m_cached.size(), batch.isEmpty() ? 0 : 1);
+        if (!batch.isEmpty())
+            QCOMPARE(m_writingThreads.first(), QThread::currentThread());
+    }
+
+    void aDamagedFileForTodayIsReportedAndKept()
+    {
+        // The batch fails too: nothing replaces the damaged file.
+        OstAPIClient::sharedClient()->setBaseURL(QUrl(QStringLiteral("http://127.0.0.1:%1").arg(ot_unusedLoopbackPort())));
+        QVERIFY(QDir().mkpath(launchQuotesPath()));
+        const QByteArray damage("\xff\x00 not an archive", 17);
+        const QString todayPath = launchQuotesPath() + QStringLiteral("/2017-03-01");
+        {
+            QFile file(todayPath);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(damage);
+        }
+
+        QStringList warnings;
+        g_warnings = &warnings;
+        launch();
+        g_warnings = nullptr;
+        QCOMPARE(warnings.size(), 1);
+        QVERIFY(!warnings.first().isEmpty());
+        checkFixedSentence();
+
+        // A request sent after the screen's to the same refused port: once it has failed, so
+        // has the screen's.
+        bool failed = false;
+        getQuotesWithBlock(OstAPIClient::sharedClient(),
+                           [&failed](const QList<OstQuotePtr> &, const OTError &error) { failed = error.isError(); });
+        QTRY_VERIFY(failed);
+        QCoreApplication::processEvents();
+        QCOMPARE(m_cached.size(), 0);
+        QCOMPARE(cachedDays(), QStringList{"2017-03-01"});
+        QFile file(todayPath);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), damage);
+    }
+
+    void anUnwritableCacheDirectoryIsSurvived()
+    {
+        // A plain file stands where the directory should be: it cannot be made, read or written.
+        const QString cacheLocation = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
+        QVERIFY(QDir().mkpath(cacheLocation));
+        {
+            QFile blocker(launchQuotesPath());
+            QVERIFY(blocker.open(QIODevice::WriteOnly));
+            blocker.write("in the way");
+        }
+        launch();
+        checkFixedSentence();
+        waitForBatchFiled();
+        QCOMPARE(m_cached.first(), QStringList());
+        m_launch->clearEarlyQuotes();
+        QFileInfo blocker(launchQuotesPath());
+        QVERIFY(blocker.isFile());
+        QCOMPARE(blocker.size(), qint64(10));
+        QCOMPARE(QDir(cacheLocation).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                 (QStringList{"images", "launch_quotes"}));
+    }
+
+    void clearEarlyQuotesRemovesEveryDayBegunBeforeNow_data()
+    {
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<QStringList>("left");
+        // Today began before 10:00, so today's file goes as well.
+        QTest::newRow("10:00") << kNow << QStringList{"2017-03-02", "notes.txt"};
+        // At the very start of the day, today has not begun *before* now.
+        QTest::newRow("midnight") << QDateTime(QDate(2017, 3, 1), QTime(0, 0), Qt::UTC)
+                                  << QStringList{"2017-03-01", "2017-03-02", "notes.txt"};
+    }
+
+    void clearEarlyQuotesRemovesEveryDayBegunBeforeNow()
+    {
+        QFETCH(QDateTime, now);
+        QFETCH(QStringList, left);
+        OTClock::setNow(now);
+        std::unique_ptr<OstQuoteLaunchViewController> screen(makeLaunch());
+        QVERIFY(screen);
+        screen->cacheQuotes({makeQuote("2017-02-28", "Yesterday.", {}), makeQuote("2017-03-01", "Today.", {}),
+                             makeQuote("2017-03-02", "Tomorrow.", {})});
+        QFile stray(launchQuotesPath() + QStringLiteral("/notes.txt"));
+        QVERIFY(stray.open(QIODevice::WriteOnly));
+        stray.close();
+        QCOMPARE(cachedDays(), (QStringList{"2017-02-28", "2017-03-01", "2017-03-02", "notes.txt"}));
+
+        screen->clearEarlyQuotes();
+        QCOMPARE(cachedDays(), left);
+    }
+
+    void theSkinBringsThePictureCacheUnlessTheHostHasItsOwn()
+    {
+        // The window's engine had no factory: making a skin gave it the shared one.
+        QCOMPARE(m_view->engine()->networkAccessManagerFactory(), OTWebImage::networkAccessManagerFactory());
+        QNetworkAccessManager *manager = OTWebImage::networkAccessManagerFactory()->create(nullptr);
+        auto *cache = qobject_cast<QNetworkDiskCache *>(manager->cache());
+        QVERIFY(cache);
+        QCOMPARE(QDir(cache->cacheDirectory()).absolutePath(),
+                 QDir(m_cacheHome->path()).absoluteFilePath(QCoreApplication::applicationName() + QStringLiteral("/images")));
+        delete manager;
+
+        // A host's own factory stays.
+        struct HostFactory : QQmlNetworkAccessManagerFactory
+        {
+            QNetworkAccessManager *create(QObject *parent) override { return new QNetworkAccessManager(parent); }
+        } hostFactory;
+        QQmlEngine engine;
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        engine.setNetworkAccessManagerFactory(&hostFactory);
+        std::unique_ptr<OstQuoteLaunchViewController> screen(OstQuoteLaunchViewController::create(&engine));
+        QVERIFY(screen);
+        QCOMPARE(engine.networkAccessManagerFactory(), &hostFactory);
+    }
+
+    // --- Countdown and exit ------------------------------------------------------------------
+
+    void leftAloneTheDelegateIsToldOnceAfterTwoAndAHalfSeconds()
+    {
+        RecordingLaunchDelegate delegate;
+        launch(&delegate);
+        QSignalSpy dismiss(m_launch.data(), &OstQuoteLaunchViewController::willDismiss);
+        const qint64 appeared = delegate.clock.elapsed();
+        QVERIFY(m_launch->timer());
+        QTRY_COMPARE_WITH_TIMEOUT(delegate.calls.size(), 1, 10000);
+        QVERIFY2(delegate.calls.first() - appeared >= OstQuoteLaunchViewController::DismissInterval - 10,
+                 qPrintable(QString::number(delegate.calls.first() - appeared)));
+        QCOMPARE(delegate.senders.first(), m_launch.data());
+        QCOMPARE(dismiss.count(), 1);
+        QVERIFY(!m_launch->timer());
+        // Nothing more while the host takes its time.
+        QTest::qWait(1000);
+        QCOMPARE(delegate.calls.size(), 1);
+        QCOMPARE(m_navigation->topViewController(), m_launch.data());
+    }
+
+    void eachAppearanceStartsACountdownOfItsOwn()
+    {
+        RecordingLaunchDelegate delegate;
+        launch(&delegate);
+        const qint64 first = delegate.clock.elapsed();
+        QTest::qWait(800);
+        // Appearing again (say, after a screen over it is closed) without the button: the
+        // earlier countdown runs on; when it ends it clears the countdown in hand, the later one.
+        const qint64 second = delegate.clock.elapsed();
+        m_launch->viewDidAppear(false);
+        QTRY_COMPARE_WITH_TIMEOUT(delegate.calls.size(), 1, 10000);
+        QVERIFY(delegate.calls.at(0) - first >= OstQuoteLaunchViewController::DismissInterval - 10);
+        QVERIFY(!m_launch->timer());
+        QTest::qWait(int(second + OstQuoteLaunchViewController::DismissInterval + 500 - delegate.clock.elapsed()));
+        QCOMPARE(delegate.calls.size(), 1);
+
+        // With no countdown pending, the next appearance tells the delegate again.
+        const qint64 third = delegate.clock.elapsed();
+        m_launch->viewDidAppear(false);
+        QVERIFY(m_launch->timer());
+        QTRY_COMPARE_WITH_TIMEOUT(delegate.calls.size(), 2, 10000);
+        QVERIFY(delegate.calls.at(1) - third >= OstQuoteLaunchViewController::DismissInterval - 10);
+        QVERIFY(!m_launch->timer());
+    }
+
+    void theButtonOpensTheViewerAndTheWayBackTellsTheDelegateTwice()
+    {
+        RecordingLaunchDelegate delegate;
+        launch(&delegate);
+        QSignalSpy dismiss(m_launch.data(), &OstQuoteLaunchViewController::willDismiss);
+        QVERIFY(m_launch->timer());
+        QVERIFY(!m_launch->popFromQuote());
+
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(m_launch->button()));
+        QVERIFY(m_launch->popFromQuote());
+        QVERIFY(!m_launch->timer());
+        QCOMPARE(m_navigation->depth(), 2);
+        auto *viewer = qobject_cast<OstQuoteViewController *>(m_navigation->topViewController());
+        QVERIFY(viewer);
+        QVERIFY(viewer->galleryView());
+        QTRY_VERIFY(!m_navigation->isBusy());
+
+        // However long the viewer is shown, the delegate is not told.
+        QTest::qWait(OstQuoteLaunchViewController::DismissInterval + 1000);
+        QVERIFY(delegate.calls.isEmpty());
+        QCOMPARE(dismiss.count(), 0);
+
+        // Back: told at once, as the screen is about to appear...
+        QSignalSpy finished(m_navigation, &OTNavigationController::transitionFinished);
+        qint64 reappeared = -1;
+        connect(m_navigation, &OTNavigationController::transitionFinished, &delegate,
+                [&]() { reappeared = delegate.clock.elapsed(); });
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(viewer->backButton()));
+        QCOMPARE(delegate.calls.size(), 1);
+        QCOMPARE(dismiss.count(), 1);
+        // ...and again 2.5 s after it has reappeared.
+        QTRY_COMPARE(finished.count(), 1);
+        QCOMPARE(m_navigation->topViewController(), m_launch.data());
+        QVERIFY(reappeared >= 0);
+        QVERIFY(m_launch->timer());
+        QTRY_COMPARE_WITH_TIMEOUT(delegate.calls.size(), 2, 10000);
+        QVERIFY(delegate.calls.at(1) - reappeared >= OstQuoteLaunchViewController::DismissInterval - 10);
+        QCOMPARE(dismiss.count(), 2);
+        QVERIFY(m_launch->popFromQuote());
+        QVERIFY(!m_launch->timer());
+    }
+
+    void withoutADelegateNothingIsCalled_data()
+    {
+        QTest::addColumn<bool>("withObject");
+        QTest::newRow("no delegate") << false;
+        QTest::newRow("a delegate without the method") << true;
+    }
+
+    void withoutADelegateNothingIsCalled()
+    {
+        QFETCH(bool, withObject);
+        QObject stranger;
+        launch(withObject ? &stranger : nullptr);
+        QSignalSpy dismiss(m_launch.data(), &OstQuoteLaunchViewController::willDismiss);
+        // QML hosts still hear it; the screen stays until the host removes it.
+        QTRY_COMPARE_WITH_TIMEOUT(dismiss.count(), 1, 10000);
+        QVERIFY(!m_launch->timer());
+        QCOMPARE(m_navigation->topViewController(), m_launch.data());
+        QVERIFY(m_launch->isVisibleOnScreen());
+    }
+
+    void withoutANavigationStackTheButtonOnlyStopsTheCountdown()
+    {
+        RecordingLaunchDelegate delegate;
+        std::unique_ptr<OstQuoteLaunchViewController> screen(makeLaunch());
+        QVERIFY(screen);
+        screen->setDelegate(&delegate);
+        screen->setParentItem(m_view->rootObject());
+        screen->setSize(QSizeF(375, 667));
+        screen->loadViewIfNeeded();
+        screen->viewWillAppear(false);
+        screen->viewDidAppear(false);
+        QVERIFY(screen->timer());
+        QCOMPARE(screen->quoteText(), QString::fromLatin1(OstQuoteLaunchViewController::DefaultQuote));
+
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(screen->button()));
+        QVERIFY(screen->popFromQuote());
+        QVERIFY(!screen->timer());
+        QTest::qWait(OstQuoteLaunchViewController::DismissInterval + 500);
+        QVERIFY(delegate.calls.isEmpty());
+        QVERIFY(m_view->rootObject()->findChildren<OstQuoteViewController *>().isEmpty());
+        QVERIFY(screen->findChildren<OstQuoteViewController *>().isEmpty());
+        screen->setParentItem(nullptr);
+        // Its batch may still be on its way: let it finish before the screen goes.
+        QTRY_COMPARE_WITH_TIMEOUT(m_cached.size(), 1, 15000);
+    }
+
+    // --- Rendering ---------------------------------------------------------------------------
+
+    void theSentenceIsLargerOnATablet_data()
+    {
+        QTest::addColumn<int>("idiom");
+        QTest::addColumn<int>("pixelSize");
+        QTest::newRow("phone") << int(OTDevice::Phone) << 16;
+        QTest::newRow("tablet") << int(OTDevice::Pad) << 24;
+    }
+
+    void theSentenceIsLargerOnATablet()
+    {
+        QFETCH(int, idiom);
+        QFETCH(int, pixelSize);
+        OTDevice::currentDevice()->setUserInterfaceIdiom(OTDevice::UserInterfaceIdiom(idiom));
+        launch();
+        const QFont font = m_launch->quoteLabel()->property("font").value<QFont>();
+        QCOMPARE(font.pixelSize(), pixelSize);
+        QCOMPARE(font.weight(), QFont::Light);
+        // Colour and line spacing do not change with the device.
+        QCOMPARE(m_launch->quoteLabel()->property("color").value<QColor>(), QColor(72, 72, 72));
+        QCOMPARE(m_launch->quoteLineSpacing(), 5.0);
+        const QFontMetricsF metrics(font);
+        QCOMPARE(m_launch->quoteLabel()->property("lineHeight").toReal(), metrics.height() + 5.0);
+        checkLayout();
+    }
+
+    void aQuoteIsDrawnFromItsContentAndFirstPicture()
+    {
+        launch();
+        const QString picture = m_server.baseURL().toString() + QStringLiteral("/media/quotes/2017-02-01.jpg");
+
+        m_launch->renderQuote(makeQuote("2017-03-01", "Own words.", {}));
+        QCOMPARE(m_launch->quoteLabel()->property("text").toString(), QStringLiteral("Own words."));
+        QCOMPARE(m_launch->imageView()->property("source").toUrl(),
+                 OstQuoteResourceHelper::imageURL(QStringLiteral("default_launch_image")));
+
+        m_launch->renderQuote(makeQuote("2017-03-01", QString(), {picture, picture + QStringLiteral("?second")}));
+        QCOMPARE(m_launch->quoteLabel()->property("text").toString(),
+                 QString::fromLatin1(OstQuoteLaunchViewController::DefaultQuote));
+        QCOMPARE(m_launch->imageView()->property("source").toUrl(), QUrl(picture));
+        QTRY_COMPARE(m_launch->imageView()->property("status").toInt(), 1); // Image.Ready
+    }
+
+    void aLongSentenceGrowsUpwardsAndKeepsItsGapAboveTheLogo()
+    {
+        launch();
+        checkLayout();
+        const qreal shortLabel = m_launch->quoteLabel()->height();
+        const qreal shortPicture = m_launch->imageView()->height();
+
+        QString sentence;
+        for (int i = 0; i < 12; ++i)
+            sentence += QStringLiteral("A long sentence goes on and on across the screen. ");
+        m_launch->renderQuote(makeQuote("2017-03-01", sentence.trimmed(), {}));
+        QVERIFY(m_launch->quoteLabel()->property("lineCount").toInt() > 5);
+        QVERIFY(m_launch->quoteLabel()->height() > shortLabel * 5);
+        QCOMPARE(m_launch->imageView()->height(), shortPicture - (m_launch->quoteLabel()->height() - shortLabel));
+        checkLayout();
+    }
+};
+
+QTEST_MAIN(TestOstQuoteLaunchViewController)
+#include "tst_ostquotelaunchviewcontroller.moc"
