@@ -10,9 +10,65 @@
 #include <QNetworkRequest>
 #include <QThread>
 
+#include <functional>
+
+namespace {
+
+// Lives on the prefetcher's network thread: sends the GETs through a disk cache on the
+// directory of the moment and tells the prefetcher when each has finished.
+class OTImagePrefetcherNetwork : public QObject
+{
+public:
+    void get(const QUrl &url, const QString &cacheDirectory, OTImagePrefetcher *prefetcher,
+             const std::function<void(const QUrl &, bool)> &finished)
+    {
+        // The cache follows the cache location of the moment (a test may move it).
+        if (!m_manager) {
+            m_manager = new QNetworkAccessManager(this);
+            m_cacheDirectory.clear();
+        }
+        if (cacheDirectory != m_cacheDirectory) {
+            QNetworkDiskCache *cache = OTWebImage::createDiskCache(m_manager);
+            cache->setCacheDirectory(cacheDirectory);
+            m_manager->setCache(cache);
+            m_cacheDirectory = cacheDirectory;
+        }
+        QNetworkRequest request(url);
+        // What the cache holds is good enough: a prefetch only fills it.
+        request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::PreferCache);
+        QNetworkReply *reply = m_manager->get(request);
+        // The body only needs to reach the cache.
+        connect(reply, &QIODevice::readyRead, reply, [reply]() { reply->readAll(); });
+        const QPointer<OTImagePrefetcher> target(prefetcher);
+        connect(reply, &QNetworkReply::finished, this, [reply, url, target, finished]() {
+            const bool succeeded = reply->error() == QNetworkReply::NoError;
+            reply->deleteLater();
+            if (target)
+                QMetaObject::invokeMethod(target, [url, succeeded, finished]() { finished(url, succeeded); },
+                                          Qt::QueuedConnection);
+        });
+    }
+
+private:
+    QNetworkAccessManager *m_manager = nullptr;
+    QString m_cacheDirectory;
+};
+
+} // namespace
+
 OTImagePrefetcher::OTImagePrefetcher(QObject *parent)
     : QObject(parent)
 {
+}
+
+OTImagePrefetcher::~OTImagePrefetcher()
+{
+    if (m_networkThread) {
+        // Requests still under way go with the network access manager, on its own thread.
+        m_networkThread->quit();
+        m_networkThread->wait();
+        delete m_networkThread;
+    }
 }
 
 OTImagePrefetcher *OTImagePrefetcher::sharedImagePrefetcher()
@@ -35,20 +91,6 @@ OTImagePrefetcher *OTImagePrefetcher::sharedImagePrefetcher()
     return shared;
 }
 
-QNetworkAccessManager *OTImagePrefetcher::networkAccessManager()
-{
-    // The cache follows the cache location of the moment (a test may move it).
-    const QString directory = OTWebImage::diskCacheDirectory();
-    if (!m_manager) {
-        m_manager = OTWebImage::createNetworkAccessManager(this);
-        m_cacheDirectory = directory;
-    } else if (directory != m_cacheDirectory) {
-        m_manager->setCache(OTWebImage::createDiskCache(m_manager));
-        m_cacheDirectory = directory;
-    }
-    return m_manager;
-}
-
 void OTImagePrefetcher::prefetchURLs(const QStringList &urls)
 {
     if (QThread::currentThread() != thread()) {
@@ -57,35 +99,55 @@ void OTImagePrefetcher::prefetchURLs(const QStringList &urls)
     }
     Q_EMIT prefetchURLsRequested(urls);
 
-    int started = 0;
+    int added = 0;
     for (const QString &address : urls) {
         const QUrl url(address);
         if (address.isEmpty() || !url.isValid() || url.isRelative())
             continue;
-        QNetworkRequest request(url);
-        // What the cache holds is good enough: a prefetch only fills it.
-        request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::PreferCache);
-        QNetworkReply *reply = networkAccessManager()->get(request);
-        // The body only needs to reach the cache.
-        connect(reply, &QIODevice::readyRead, reply, [reply]() { reply->readAll(); });
-        connect(reply, &QNetworkReply::finished, this, [this, reply, url]() { finish(reply, url); });
-        ++m_pending;
-        ++started;
+        m_waiting.append(url);
+        ++added;
     }
-    if (started > 0)
+    if (added > 0) {
+        startWaiting();
         Q_EMIT pendingCountChanged();
-    else if (m_pending == 0)
+    } else if (pendingCount() == 0) {
         Q_EMIT didFinishPrefetching();
+    }
 }
 
-void OTImagePrefetcher::finish(QNetworkReply *reply, const QUrl &url)
+void OTImagePrefetcher::startWaiting()
 {
-    reply->deleteLater();
-    const bool succeeded = reply->error() == QNetworkReply::NoError;
-    --m_pending;
+    if (m_waiting.isEmpty() || m_running >= MaximumConcurrentPrefetches)
+        return;
+    if (!m_networkThread) {
+        m_networkThread = new QThread;
+        m_networkThread->setObjectName(QStringLiteral("OTImagePrefetcher"));
+        auto *network = new OTImagePrefetcherNetwork;
+        network->moveToThread(m_networkThread);
+        // Deleted on its own thread, as the thread ends.
+        connect(m_networkThread, &QThread::finished, network, [network]() { delete network; }, Qt::DirectConnection);
+        m_network = network;
+        m_networkThread->start();
+    }
+    const QString directory = OTWebImage::diskCacheDirectory();
+    auto *network = static_cast<OTImagePrefetcherNetwork *>(m_network);
+    const auto finished = [this](const QUrl &url, bool succeeded) { finish(url, succeeded); };
+    while (m_running < MaximumConcurrentPrefetches && !m_waiting.isEmpty()) {
+        const QUrl url = m_waiting.takeFirst();
+        QMetaObject::invokeMethod(
+            network, [network, url, directory, this, finished]() { network->get(url, directory, this, finished); },
+            Qt::QueuedConnection);
+        ++m_running;
+    }
+}
+
+void OTImagePrefetcher::finish(const QUrl &url, bool succeeded)
+{
+    --m_running;
     ++m_finished;
+    startWaiting();
     Q_EMIT pendingCountChanged();
     Q_EMIT urlPrefetched(url, succeeded);
-    if (m_pending == 0)
+    if (pendingCount() == 0)
         Q_EMIT didFinishPrefetching();
 }

@@ -3,12 +3,12 @@
 #include "OstFoundationGlobal.h"
 
 #include <QObject>
+#include <QList>
 #include <QPointer>
 #include <QStringList>
 #include <QUrl>
 
-class QNetworkAccessManager;
-class QNetworkReply;
+class QThread;
 
 // Fetches pictures ahead of their showing into the disk cache that Qt Quick's Image reads
 // through (OTWebImage), so that a later Image of the same address needs no network request
@@ -16,12 +16,18 @@ class QNetworkReply;
 // not asked for again.
 //
 // The prefetcher lives on the GUI thread; prefetchURLs() may be called from any thread and
-// hops there. Failures are quiet: a picture that does not load is simply not cached.
+// hops there. The requests and the cache files they write are made on the prefetcher's own
+// network thread, so that a long list does not hold up the GUI thread; at most
+// MaximumConcurrentPrefetches are under way at a time (as many connections as the network
+// access manager opens to one host) and the other addresses wait their turn.
+// Failures are quiet: a picture that does not load is simply not cached.
 class OSTFOUNDATION_EXPORT OTImagePrefetcher : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(int pendingCount READ pendingCount NOTIFY pendingCountChanged)
 public:
+    static constexpr int MaximumConcurrentPrefetches = 6;
+
     // The one prefetcher. Safe to call from any thread.
     static OTImagePrefetcher *sharedImagePrefetcher();
 
@@ -30,8 +36,8 @@ public:
     // nothing (and still announces itself through prefetchURLsRequested()).
     Q_INVOKABLE void prefetchURLs(const QStringList &urls);
 
-    // Requests under way (GUI thread).
-    int pendingCount() const { return m_pending; }
+    // Addresses not finished yet, waiting or under way (GUI thread).
+    int pendingCount() const { return int(m_waiting.size()) + m_running; }
     // Every address that finished since start, loaded or not (GUI thread).
     int finishedCount() const { return m_finished; }
 
@@ -46,11 +52,14 @@ Q_SIGNALS:
 
 private:
     explicit OTImagePrefetcher(QObject *parent = nullptr);
-    QNetworkAccessManager *networkAccessManager();
-    void finish(QNetworkReply *reply, const QUrl &url);
+    ~OTImagePrefetcher() override;
+    void startWaiting();
+    void finish(const QUrl &url, bool succeeded);
 
-    QPointer<QNetworkAccessManager> m_manager;
-    QString m_cacheDirectory;
-    int m_pending = 0;
+    // The network thread and the object on it that owns the network access manager.
+    QThread *m_networkThread = nullptr;
+    QObject *m_network = nullptr;
+    QList<QUrl> m_waiting;
+    int m_running = 0;
     int m_finished = 0;
 };
