@@ -340,6 +340,59 @@ void OTNavigationController::popToRootViewControllerAnimated(bool animated)
     d->finishIfAtRest();
 }
 
+void OTNavigationController::setViewControllers(const QList<OTCommonsViewController *> &viewControllers)
+{
+    d->prune();
+    QList<OTCommonsViewController *> incoming;
+    for (OTCommonsViewController *screen : viewControllers) {
+        if (!screen || incoming.contains(screen))
+            continue;
+        if (d->screens.contains(screen)) {
+            qWarning("OTNavigationController::setViewControllers: a screen is on the stack already");
+            return;
+        }
+        incoming.append(screen);
+    }
+    if (incoming.isEmpty()) {
+        qWarning("OTNavigationController::setViewControllers: no screen");
+        return;
+    }
+    d->finishChanges();
+
+    OTCommonsViewController *leaving = topViewController();
+    OTCommonsViewController *top = incoming.last();
+    for (const auto &screen : std::as_const(d->screens))
+        d->popped.append(screen);
+    // Screens below the top may be uncovered later without being pushed: all load now.
+    for (OTCommonsViewController *screen : std::as_const(incoming)) {
+        d->adopt(screen);
+        screen->loadViewIfNeeded();
+    }
+    if (leaving)
+        leaving->viewWillDisappear(false);
+    top->viewWillAppear(false);
+    d->screens.clear();
+    for (OTCommonsViewController *screen : std::as_const(incoming))
+        d->screens.append(screen);
+    d->changes.append({top, leaving, false});
+
+    if (QQuickItem *stack = d->stackView()) {
+        if (QJSEngine *engine = qjsEngine(stack)) {
+            QJSValue items = engine->newArray(uint(incoming.size()));
+            for (qsizetype i = 0; i < incoming.size(); ++i)
+                items.setProperty(quint32(i), engine->newQObject(incoming.at(i)));
+            // A null target replaces every item of the stack view.
+            callStackView(stack, "replace",
+                          {QJSValue(QJSValue::NullValue), items, QJSValue(stackOperation(stack, "Immediate"))});
+        }
+    } else {
+        d->layoutBare();
+    }
+    Q_EMIT depthChanged();
+    d->updateTitle();
+    d->finishIfAtRest();
+}
+
 QList<OTCommonsViewController *> OTNavigationController::viewControllers() const
 {
     QList<OTCommonsViewController *> list;

@@ -52,6 +52,11 @@ public:
     Q_INVOKABLE OTCommonsViewController *popViewControllerAnimated(bool animated);
     // Pops every screen above the first.
     Q_INVOKABLE void popToRootViewControllerAnimated(bool animated);
+    // Replaces the whole stack at once with `viewControllers` (bottom first; the host takes
+    // ownership): the top screen goes as if popped, the new top appears as if pushed without
+    // animation, and the screens that left are deleted. Every screen must be new to the
+    // stack; nothing changes otherwise.
+    void setViewControllers(const QList<OTCommonsViewController *> &viewControllers);
 
     QList<OTCommonsViewController *> viewControllers() const;
     OTCommonsViewController *topViewController() const;

@@ -3,6 +3,7 @@
 
 #include <QQmlEngine>
 #include <QQuickView>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -270,6 +271,68 @@ private Q_SLOTS:
         m_log.clear();
         m_host->popToRootViewControllerAnimated(false);
         QVERIFY(m_log.isEmpty());
+    }
+
+    void setViewControllersReplacesTheWholeStack()
+    {
+        QPointer<RecordingScreen> a, b;
+        openTwo(a, b);
+        QSignalSpy finished(m_host, &OTNavigationController::transitionFinished);
+        QPointer<RecordingScreen> c = screen("C"), d = screen("D");
+        m_host->setViewControllers({c, d});
+        // The old top goes as if popped, the new one comes as if pushed; both new screens load.
+        QCOMPARE(m_log, (QStringList{"C.load", "D.load", "B.willDisappear(0)", "D.willAppear(0)", "B.didDisappear(0)",
+                                     "D.didAppear(0)"}));
+        QCOMPARE(m_host->viewControllers(), (QList<OTCommonsViewController *>{c, d}));
+        QCOMPARE(m_host->title(), QStringLiteral("D title"));
+        QCOMPARE(finished.count(), 1);
+        QVERIFY(!m_host->isBusy());
+        QCOMPARE(sceneRect(d), QRectF(0, 44, 375, 667 - 44));
+        QVERIFY(d->isVisible() && d->isVisibleOnScreen());
+        QVERIFY(!c->isVisibleOnScreen());
+        QTRY_VERIFY(!a && !b);
+
+        // What lies beneath is a real stack: going back uncovers C, which stays the root.
+        m_log.clear();
+        QCOMPARE(m_host->popViewControllerAnimated(false), d.data());
+        QCOMPARE(m_log, (QStringList{"D.willDisappear(0)", "C.willAppear(0)", "D.didDisappear(0)", "C.didAppear(0)"}));
+        QVERIFY(c->isVisible());
+        QCOMPARE(sceneRect(c), QRectF(0, 44, 375, 667 - 44));
+        QCOMPARE(m_host->popViewControllerAnimated(false), nullptr);
+        QTRY_VERIFY(!d);
+
+        // Refused, leaving the stack as it is: a screen already on it, or nothing at all.
+        m_log.clear();
+        std::unique_ptr<RecordingScreen> e(screen("E"));
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("on the stack already"));
+        m_host->setViewControllers({e.get(), c});
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("no screen"));
+        m_host->setViewControllers({nullptr});
+        QCOMPARE(m_host->viewControllers(), (QList<OTCommonsViewController *>{c}));
+        QVERIFY(m_log.isEmpty());
+        QVERIFY(!e->navigationController());
+    }
+
+    void setViewControllersDuringASlide()
+    {
+        QPointer<RecordingScreen> a = screen("A");
+        m_host->pushViewController(a, false);
+        QPointer<RecordingScreen> b = screen("B");
+        m_host->pushViewController(b, true);
+        QVERIFY(m_host->isBusy());
+        m_log.clear();
+        // The slide's did-calls come first; the replaced screens go once all is at rest.
+        QPointer<RecordingScreen> c = screen("C");
+        m_host->setViewControllers({c});
+        QCOMPARE(m_log.mid(0, 5), (QStringList{"A.didDisappear(1)", "B.didAppear(1)", "C.load", "B.willDisappear(0)",
+                                               "C.willAppear(0)"}));
+        QTRY_VERIFY(!m_host->isBusy());
+        QCOMPARE(m_log.mid(5), (QStringList{"B.didDisappear(0)", "C.didAppear(0)"}));
+        QTRY_VERIFY(!a && !b);
+        QCOMPARE(m_host->viewControllers(), (QList<OTCommonsViewController *>{c}));
+        QCOMPARE(sceneRect(c), QRectF(0, 44, 375, 667 - 44));
+        QVERIFY(c->isVisible());
+        saveScreenshot(QStringLiteral("navigation-replaced.png"));
     }
 
     void theRootCannotBePopped()
