@@ -1,18 +1,19 @@
 // ostquote-demo: a host app embedding OstQuote, in a phone-sized window with its own
-// navigation stack.
+// navigation stack: the module's launch screen, then the app's home screen, and the quote
+// viewer from there.
 //
-//   ostquote-demo [--viewer] [--api URL] [--size WxH]
+//   ostquote-demo [--viewer] [--api URL] [--size WxH] [--tablet] [--tour DIR]
 
 #include "DemoHost.h"
+#include "DemoTour.h"
 
-#include <OTCommonsViewController.h>
+#include <OTDevice.h>
 #include <OTNavigationController.h>
 #include <OstAPIClient.h>
 
 #include <QCommandLineParser>
+#include <QDir>
 #include <QGuiApplication>
-#include <QQmlComponent>
-#include <QQmlEngine>
 #include <QQuickView>
 #include <QRegularExpression>
 
@@ -37,13 +38,19 @@ int main(int argc, char *argv[])
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("A host app embedding the OstQuote module."));
     parser.addHelpOption();
-    const QCommandLineOption viewerOption(QStringLiteral("viewer"), QStringLiteral("Open the quote viewer at once."));
+    const QCommandLineOption viewerOption(QStringLiteral("viewer"),
+                                          QStringLiteral("Open the quote viewer at once, without the launch screen."));
     const QCommandLineOption apiOption(QStringLiteral("api"),
                                        QStringLiteral("Base URL of the quote API (default: $OSTQUOTE_API_BASE, else http://127.0.0.1:8080)."),
                                        QStringLiteral("URL"));
-    const QCommandLineOption sizeOption(QStringLiteral("size"), QStringLiteral("Window size in points (default 375x667)."),
-                                        QStringLiteral("WxH"), QStringLiteral("375x667"));
-    parser.addOptions({viewerOption, apiOption, sizeOption});
+    const QCommandLineOption sizeOption(QStringLiteral("size"),
+                                        QStringLiteral("Window size in points (default 375x667, or 768x1024 with --tablet)."),
+                                        QStringLiteral("WxH"));
+    const QCommandLineOption tabletOption(QStringLiteral("tablet"), QStringLiteral("Run as on a tablet."));
+    const QCommandLineOption tourOption(QStringLiteral("tour"),
+                                        QStringLiteral("Walk through the app without a display, one PNG per step into DIR."),
+                                        QStringLiteral("DIR"));
+    parser.addOptions({viewerOption, apiOption, sizeOption, tabletOption, tourOption});
     if (!parser.parse(arguments))
         return fail(parser.errorText());
     if (parser.isSet(QStringLiteral("help"))) {
@@ -53,26 +60,47 @@ int main(int argc, char *argv[])
     if (!parser.positionalArguments().isEmpty())
         return fail(QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().first()));
 
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY")
-        && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
-        return fail(QStringLiteral("no display to open a window on (QT_QPA_PLATFORM=offscreen runs without one)"));
+    QUrl api;
+    if (parser.isSet(apiOption)) {
+        api = QUrl(parser.value(apiOption), QUrl::StrictMode);
+        if (!api.isValid() || (api.scheme() != QLatin1String("http") && api.scheme() != QLatin1String("https"))
+            || api.host().isEmpty())
+            return fail(QStringLiteral("--api wants an http(s) URL, not \"%1\"").arg(parser.value(apiOption)));
+    }
+
+    const bool tablet = parser.isSet(tabletOption);
+    const QString sizeText = parser.isSet(sizeOption) ? parser.value(sizeOption)
+                                                      : (tablet ? QStringLiteral("768x1024") : QStringLiteral("375x667"));
+    static const QRegularExpression sizePattern(QStringLiteral("^(\\d{3,4})x(\\d{3,4})$"));
+    const QRegularExpressionMatch size = sizePattern.match(sizeText);
+    if (!size.hasMatch())
+        return fail(QStringLiteral("--size wants WIDTHxHEIGHT between 100x100 and 9999x9999, not \"%1\"").arg(sizeText));
+
+    const bool touring = parser.isSet(tourOption);
+    QString tourDirectory;
+    if (touring) {
+        if (parser.isSet(viewerOption))
+            return fail(QStringLiteral("--tour starts on the launch screen; leave out --viewer"));
+        if (parser.value(tourOption).isEmpty())
+            return fail(QStringLiteral("--tour wants a folder"));
+        tourDirectory = QDir(parser.value(tourOption)).absolutePath();
+        if (!QDir().mkpath(tourDirectory))
+            return fail(QStringLiteral("cannot make the folder \"%1\"").arg(tourDirectory));
+        // The tour draws offscreen, display or not.
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    } else if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY")
+               && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        return fail(QStringLiteral("no display to open a window on (--tour DIR runs without one)"));
+    }
 
     QGuiApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("ostrel"));
     QCoreApplication::setApplicationName(QStringLiteral("ostquote-demo"));
 
-    if (parser.isSet(apiOption)) {
-        const QUrl api(parser.value(apiOption), QUrl::StrictMode);
-        if (!api.isValid() || (api.scheme() != QLatin1String("http") && api.scheme() != QLatin1String("https"))
-            || api.host().isEmpty())
-            return fail(QStringLiteral("--api wants an http(s) URL, not \"%1\"").arg(parser.value(apiOption)));
+    if (api.isValid())
         OstAPIClient::sharedClient()->setBaseURL(api);
-    }
-
-    static const QRegularExpression sizePattern(QStringLiteral("^(\\d{2,5})x(\\d{2,5})$"));
-    const QRegularExpressionMatch size = sizePattern.match(parser.value(sizeOption));
-    if (!size.hasMatch())
-        return fail(QStringLiteral("--size wants WIDTHxHEIGHT, not \"%1\"").arg(parser.value(sizeOption)));
+    if (tablet)
+        OTDevice::currentDevice()->setUserInterfaceIdiom(OTDevice::Pad);
 
     QQuickView view;
     view.setTitle(QStringLiteral("OstQuote demo"));
@@ -87,16 +115,22 @@ int main(int argc, char *argv[])
     QObject::connect(&view, &QQuickView::widthChanged, navigation, [&]() { navigation->setWidth(view.width()); });
     QObject::connect(&view, &QQuickView::heightChanged, navigation, [&]() { navigation->setHeight(view.height()); });
 
-    DemoHost host(view.engine(), navigation);
-    QQmlComponent homeComponent(view.engine(), QUrl(QStringLiteral("qrc:/DemoHome.qml")));
-    auto *home = qobject_cast<OTCommonsViewController *>(
-        homeComponent.createWithInitialProperties({{QStringLiteral("host"), QVariant::fromValue(&host)}}));
-    if (!home)
-        return fail(QStringLiteral("the home screen could not be made: %1").arg(homeComponent.errorString()));
-    navigation->pushViewController(home, false);
-    if (parser.isSet(viewerOption))
-        host.openViewer(false);
+    DemoHost host(&view, navigation);
+    int failure = 0;
+    QObject::connect(&host, &DemoHost::failed, &app, [&](const QString &message) {
+        failure = fail(message);
+        app.exit(failure);
+    });
 
     view.show();
+    if (parser.isSet(viewerOption))
+        host.startWithViewer();
+    else
+        host.startWithLaunchScreen();
+    if (failure)
+        return failure;
+
+    if (touring)
+        return DemoTour(&view, &host, tourDirectory).run();
     return app.exec();
 }

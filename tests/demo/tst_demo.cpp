@@ -1,0 +1,317 @@
+// The demo host app: its headless tour run as a user runs it, against the real server, its
+// refusals of bad options, and, in process, how the host takes the launch screen away.
+
+#include "DemoHomeViewController.h"
+#include "DemoHost.h"
+#include "TestServer.h"
+
+#include <OTClock.h>
+#include <OTNavigationController.h>
+#include <OTUserInfoStore.h>
+#include <OTUserInfoStore+OstQuote.h>
+#include <OstAPIClient.h>
+#include <OstQuoteLaunchViewController.h>
+#include <OstQuoteViewController.h>
+
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QQmlEngine>
+#include <QQuickView>
+#include <QRegularExpression>
+#include <QSet>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+// The server's and the app's "now": 1 March 2017, 10:00 UTC.
+const QDateTime kNow(QDate(2017, 3, 1), QTime(10, 0), Qt::UTC);
+
+const QStringList kTourFiles = {"01-launch.png",       "02-dismiss.png",       "03-home.png",
+                                "04-viewer.png",       "05-swipe-back-1.png",  "06-swipe-back-2.png",
+                                "07-tap-picture.png",  "08-share-panel.png"};
+
+struct Run
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+// An environment with no display, and a home of its own so that the app starts from nothing.
+QProcessEnvironment freshHeadless(const QTemporaryDir &home)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char *name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY", "OSTQUOTE_API_BASE"})
+        environment.remove(QString::fromLatin1(name));
+    environment.insert(QStringLiteral("HOME"), home.path());
+    environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+    environment.insert(QStringLiteral("OSTQUOTE_NOW"), kNow.toString(Qt::ISODate));
+    environment.insert(QStringLiteral("OSTQUOTE_TIME_ZONE"), QStringLiteral("UTC"));
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    return environment;
+}
+
+Run runDemo(const QStringList &arguments, const QProcessEnvironment &environment, int timeout = 120000)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(OSTQUOTE_DEMO_BINARY), arguments);
+    Run run;
+    if (!process.waitForFinished(timeout)) {
+        process.kill();
+        process.waitForFinished();
+        run.err = QStringLiteral("did not finish: ") + QString::fromUtf8(process.readAllStandardError());
+        return run;
+    }
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+
+int distinctColours(const QImage &image)
+{
+    QSet<QRgb> colours;
+    for (int y = 0; y < image.height(); y += 3) {
+        for (int x = 0; x < image.width(); x += 3)
+            colours.insert(image.pixel(x, y));
+    }
+    return int(colours.size());
+}
+
+// The value of the line "key: value" in `text`.
+QString lineValue(const QString &text, const QString &key)
+{
+    const QRegularExpression line(QStringLiteral("^%1: (.*)$").arg(QRegularExpression::escape(key)),
+                                  QRegularExpression::MultilineOption);
+    return line.match(text).captured(1);
+}
+
+QPoint centreOf(QQuickItem *item)
+{
+    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+}
+
+} // namespace
+
+class TestDemo : public QObject
+{
+    Q_OBJECT
+
+    TestServer m_server;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        TestServer::Options options;
+        options.now = kNow;
+        QVERIFY2(m_server.start(options), qPrintable(m_server.errorString()));
+    }
+
+    // --- The app as a process -------------------------------------------------------------
+
+    void theTourWalksEveryStepWithoutADisplay()
+    {
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        const QString folder = home.filePath(QStringLiteral("tour/made/here"));
+        const Run run = runDemo({QStringLiteral("--tour"), folder, QStringLiteral("--api"), m_server.baseURL().toString()},
+                                freshHeadless(home));
+        QVERIFY2(run.exitCode == 0, qPrintable(run.err + run.out));
+
+        // Each picture's path as it was written, in order; each the window's size and far from
+        // a single colour.
+        QStringList written;
+        for (const QString &line : run.out.split(u'\n')) {
+            if (line.endsWith(QLatin1String(".png")))
+                written.append(line);
+        }
+        QStringList expected;
+        for (const QString &name : kTourFiles)
+            expected.append(folder + u'/' + name);
+        QCOMPARE(written, expected);
+        for (const QString &path : expected) {
+            const QImage image(path);
+            QVERIFY2(!image.isNull(), qPrintable(path));
+            QCOMPARE(image.size(), QSize(375, 667));
+            QVERIFY2(distinctColours(image) > 50, qPrintable(path + u' ' + QString::number(distinctColours(image))));
+        }
+
+        // Home showed the latest quote the app stored: today's, as the server has it.
+        OTUserInfoStore::setStorePath(
+            home.filePath(QStringLiteral("data/ostrel/ostquote-demo/ostrel-defaults.cbor")));
+        const OstQuotePtr stored = latestQuote().objectCast<OstQuote>();
+        OTUserInfoStore::setStorePath(QString());
+        QVERIFY(stored);
+        QCOMPARE(stored->assign_date(), QStringLiteral("2017-03-01"));
+        QVERIFY(!stored->content().isEmpty());
+        QCOMPARE(lineValue(run.out, QStringLiteral("home day")), stored->assign_date());
+        QCOMPARE(lineValue(run.out, QStringLiteral("home quote")), stored->content());
+        QCOMPARE(lineValue(run.out, QStringLiteral("home author")), stored->author());
+        QCOMPARE(lineValue(run.out, QStringLiteral("home translation")), stored->translation());
+
+        // The launch screen fades into home: half-way, the picture is neither of the two.
+        const QImage launch(expected.at(0)), dismiss(expected.at(1)), homeShot(expected.at(2));
+        QVERIFY(dismiss != launch);
+        QVERIFY(dismiss != homeShot);
+        // The swipes went back a day each: three different pages.
+        QVERIFY(QImage(expected.at(3)) != QImage(expected.at(4)));
+        QVERIFY(QImage(expected.at(4)) != QImage(expected.at(5)));
+    }
+
+    void aTourThatCannotReachTheServerSaysWhereItStopped()
+    {
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        const QString unreachable = QStringLiteral("http://127.0.0.1:%1").arg(ot_unusedLoopbackPort());
+        const Run run = runDemo({QStringLiteral("--tour"), home.path(), QStringLiteral("--api"), unreachable},
+                                freshHeadless(home));
+        QCOMPARE(run.exitCode, 1);
+        // The launch screen needs no server; home waits for today's quote in vain.
+        QVERIFY2(run.err.contains(QLatin1String("tour step 03-home.png")), qPrintable(run.err));
+        QVERIFY(QFileInfo::exists(home.filePath(QStringLiteral("01-launch.png"))));
+        QVERIFY(QFileInfo::exists(home.filePath(QStringLiteral("02-dismiss.png"))));
+        QVERIFY(!QFileInfo::exists(home.filePath(QStringLiteral("03-home.png"))));
+    }
+
+    void badOptionsAreRefused_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("unknown option") << QStringList{"--bogus"} << "bogus";
+        QTest::newRow("stray argument") << QStringList{"extra"} << "unexpected argument \"extra\"";
+        QTest::newRow("size without height") << QStringList{"--size", "375"} << "--size wants";
+        QTest::newRow("size in words") << QStringList{"--size", "bigxsmall"} << "--size wants";
+        QTest::newRow("api not http") << QStringList{"--api", "ftp://127.0.0.1/"} << "--api wants";
+        QTest::newRow("api without host") << QStringList{"--api", "http://"} << "--api wants";
+        QTest::newRow("tour without folder") << QStringList{"--tour"} << "Missing value";
+        QTest::newRow("tour with viewer") << QStringList{"--tour", "x", "--viewer"} << "leave out --viewer";
+        QTest::newRow("window without display") << QStringList{} << "no display";
+    }
+
+    void badOptionsAreRefused()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, message);
+        QTemporaryDir home;
+        const Run run = runDemo(arguments, freshHeadless(home), 30000);
+        QCOMPARE(run.exitCode, 2);
+        QVERIFY2(run.err.startsWith(QLatin1String("ostquote-demo: ")), qPrintable(run.err));
+        QVERIFY2(run.err.contains(message), qPrintable(run.err));
+        QVERIFY(run.out.isEmpty());
+    }
+
+    // --- The host in process --------------------------------------------------------------
+
+    void theLaunchScreenGoesOnceHoweverOftenItSaysSo()
+    {
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toLocal8Bit());
+        OTUserInfoStore::setStorePath(home.filePath(QStringLiteral("defaults.cbor")));
+        OTClock::setTimeZone(QTimeZone("UTC"));
+        OTClock::setNow(kNow);
+        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
+        qmlRegisterType<DemoHomeViewController>("OstQuoteDemo", 1, 0, "DemoHomeViewController");
+
+        QQuickView view;
+        view.setResizeMode(QQuickView::SizeRootObjectToView);
+        view.setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
+        view.resize(375, 667);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        OTNavigationController *navigation = OTNavigationController::create(view.engine(), view.rootObject());
+        QVERIFY(navigation);
+        navigation->setSize(QSizeF(375, 667));
+
+        DemoHost host(&view, navigation);
+        QList<DemoHost::Stage> stages;
+        connect(&host, &DemoHost::stageChanged, this, [&]() { stages.append(host.stage()); });
+        host.startWithLaunchScreen();
+        QPointer<OstQuoteLaunchViewController> launch = host.launchViewController();
+        QVERIFY(launch);
+        QCOMPARE(navigation->topViewController(), launch.data());
+        QVERIFY(navigation->isNavigationBarHidden());
+
+        // Into the viewer and back: the launch screen says it may go as the slide back starts,
+        // and would say so again 2.5 s after it is back in view.
+        QTest::mouseClick(&view, Qt::LeftButton, {}, centreOf(launch->button()));
+        QCOMPARE(navigation->depth(), 2);
+        QTRY_VERIFY(!navigation->isBusy());
+        auto *viewer = qobject_cast<OstQuoteViewController *>(navigation->topViewController());
+        QVERIFY(viewer);
+        QSignalSpy told(launch.data(), &OstQuoteLaunchViewController::willDismiss);
+        QTest::mouseClick(&view, Qt::LeftButton, {}, centreOf(viewer->backButton()));
+        QCOMPARE(told.count(), 1);
+        // The slide back ends first; then home replaces the launch screen under its fading
+        // snapshot, with the navigation bar back.
+        QCOMPARE(host.stage(), DemoHost::Launching);
+        QTRY_COMPARE(host.stage(), DemoHost::Fading);
+        QVERIFY(host.fadeCover());
+        QCOMPARE(host.fadeCover()->size(), QSizeF(375, 667));
+        DemoHomeViewController *homeScreen = host.homeViewController();
+        QVERIFY(homeScreen);
+        QCOMPARE(navigation->viewControllers(), (QList<OTCommonsViewController *>{homeScreen}));
+        QVERIFY(!navigation->isNavigationBarHidden());
+        QCOMPARE(navigation->title(), QStringLiteral("OstQuote"));
+        QTRY_COMPARE(host.stage(), DemoHost::Home);
+        QVERIFY(!host.fadeCover());
+        QTRY_VERIFY(!launch);
+
+        // Nothing more happens once home is there, however long one waits.
+        QTest::qWait(OstQuoteLaunchViewController::DismissInterval + 500);
+        QCOMPARE(stages, (QList<DemoHost::Stage>{DemoHost::Launching, DemoHost::Fading, DemoHost::Home}));
+        QCOMPARE(navigation->viewControllers(), (QList<OTCommonsViewController *>{homeScreen}));
+        QTRY_COMPARE(homeScreen->state(), DemoHomeViewController::Updated);
+        QCOMPARE(homeScreen->dayText(), QStringLiteral("2017-03-01"));
+
+        // Told again and again, even by a screen it never showed: ignored.
+        OstQuoteLaunchViewController stranger;
+        host.willDismissLaunchViewController(&stranger);
+        host.willDismissLaunchViewController(nullptr);
+        QCoreApplication::processEvents();
+        QCOMPARE(host.repeatedDismissals(), 2);
+        QCOMPARE(stages.size(), 3);
+        QCOMPARE(navigation->topViewController(), homeScreen);
+
+        delete navigation;
+        OTUserInfoStore::setStorePath(QString());
+    }
+
+    void toldTwiceInARowOnlyOneFade()
+    {
+        QTemporaryDir home;
+        qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toLocal8Bit());
+        OTUserInfoStore::setStorePath(home.filePath(QStringLiteral("defaults.cbor")));
+        QQuickView view;
+        view.setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
+        view.resize(375, 667);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        OTNavigationController *navigation = OTNavigationController::create(view.engine(), view.rootObject());
+        navigation->setSize(QSizeF(375, 667));
+        DemoHost host(&view, navigation);
+        QSignalSpy stages(&host, &DemoHost::stageChanged);
+        host.startWithLaunchScreen();
+        QPointer<OstQuoteLaunchViewController> launch = host.launchViewController();
+        host.willDismissLaunchViewController(launch);
+        host.willDismissLaunchViewController(launch);
+        QCOMPARE(host.repeatedDismissals(), 1);
+        QTRY_COMPARE(host.stage(), DemoHost::Home);
+        QCOMPARE(stages.count(), 3); // launching, fading, home
+        QCOMPARE(navigation->depth(), 1);
+        QVERIFY(qobject_cast<DemoHomeViewController *>(navigation->topViewController()));
+        QTRY_VERIFY(!launch);
+        delete navigation;
+        OTUserInfoStore::setStorePath(QString());
+    }
+};
+
+QTEST_MAIN(TestDemo)
+#include "tst_demo.moc"
