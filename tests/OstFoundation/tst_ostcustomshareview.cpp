@@ -1,3 +1,4 @@
+#include "TestWindow.h"
 #include <OTCommonsViewController.h>
 #include <OTNavigationController.h>
 #include <OTResourceHelper.h>
@@ -140,13 +141,8 @@ private Q_SLOTS:
     {
         QLocale::setDefault(QLocale::c());
         m_backend->activities.clear();
-        m_view = std::make_unique<QQuickView>();
-        m_view->engine()->addImportPath(QStringLiteral(OST_QML_DIR));
-        m_view->setResizeMode(QQuickView::SizeRootObjectToView);
-        m_view->setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
-        m_view->resize(375, 667);
-        m_view->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+        m_view = openTestWindow();
+        QVERIFY(m_view);
         m_screen = makeScreen();
         QVERIFY(m_screen);
         m_screen->setParentItem(m_view->rootObject());

@@ -1,3 +1,4 @@
+#include "TestWindow.h"
 #include <OTCommonsViewController.h>
 #include <OTNavigationController.h>
 
@@ -126,13 +127,8 @@ private Q_SLOTS:
     void init()
     {
         m_log.clear();
-        m_view = std::make_unique<QQuickView>();
-        m_view->engine()->addImportPath(QStringLiteral(OST_QML_DIR));
-        m_view->setResizeMode(QQuickView::SizeRootObjectToView);
-        m_view->setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
-        m_view->resize(375, 667);
-        m_view->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+        m_view = openTestWindow();
+        QVERIFY(m_view);
         m_host = OTNavigationController::create(m_view->engine(), m_view->rootObject());
         QVERIFY(m_host);
         m_host->setSize(QSizeF(375, 667));

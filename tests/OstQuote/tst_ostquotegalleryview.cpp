@@ -1,3 +1,4 @@
+#include "TestWindow.h"
 #include "OstQuoteGalleryView.h"
 
 #include <OTClock.h>
@@ -106,14 +107,8 @@ private Q_SLOTS:
     void init()
     {
         OTClock::setTimeZone(QTimeZone("UTC"));
-        m_view = std::make_unique<QQuickView>();
-        m_view->engine()->addImportPath(QStringLiteral(OST_QML_DIR));
-        // A scene made by QML, as a host's is: the gallery finds the engine through it.
-        m_view->setResizeMode(QQuickView::SizeRootObjectToView);
-        m_view->setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
-        m_view->resize(375, 667);
-        m_view->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+        m_view = openTestWindow();
+        QVERIFY(m_view);
         m_source = std::make_unique<Source>();
         QVERIFY(m_view->rootObject());
         m_gallery = new OstQuoteGalleryView(m_view->rootObject());

@@ -1,3 +1,4 @@
+#include "TestWindow.h"
 #include "OstQuoteLaunchViewController.h"
 #include "OstAPIClient+Quote.h"
 #include "OstQuoteResourceHelper.h"
@@ -113,13 +114,8 @@ class TestOstQuoteLaunchViewController : public QObject
 
     void openWindow()
     {
-        m_view = std::make_unique<QQuickView>();
-        m_view->engine()->addImportPath(QStringLiteral(OST_QML_DIR));
-        m_view->setResizeMode(QQuickView::SizeRootObjectToView);
-        m_view->setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
-        m_view->resize(375, 667);
-        m_view->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+        m_view = openTestWindow();
+        QVERIFY(m_view);
         m_navigation = OTNavigationController::create(m_view->engine(), m_view->rootObject());
         QVERIFY(m_navigation);
         m_navigation->setSize(QSizeF(375, 667));
