@@ -34,6 +34,10 @@ OstQuoteView {
             clip: true
             asynchronous: true
             cache: true
+            // Decoded at the size it is shown in device pixels, not at the picture's own.
+            sourceSize: width > 0 && height > 0
+                        ? Qt.size(Math.ceil(width * Screen.devicePixelRatio), Math.ceil(height * Screen.devicePixelRatio))
+                        : undefined
         }
 
         RVGradientOverView {
