@@ -23,7 +23,7 @@ OstQuoteView {
         scale: page.contentScale
         // A page shrinking or fading behind the one sliding over it is drawn from one
         // snapshot, not re-rasterised (outlined text above all) at every step.
-        layer.enabled: page.contentScale < 1 || page.opacity < 1
+        layer.enabled: page.opacity > 0 && (page.contentScale < 1 || page.opacity < 1)
         layer.smooth: true
 
         Image {
