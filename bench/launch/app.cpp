@@ -15,6 +15,8 @@
 // The environment says where the cache lives (XDG_CACHE_HOME), which server answers
 // (OSTQUOTE_API_BASE) and what day it is (OSTQUOTE_NOW, OSTQUOTE_TIME_ZONE).
 
+#include "MonotonicClock.h"
+
 #include <OTImagePrefetcher.h>
 #include <OTNavigationController.h>
 #include <OstQuoteLaunchViewController.h>
@@ -26,17 +28,6 @@
 #include <cstdio>
 #include <ctime>
 #include <unistd.h>
-
-namespace {
-
-long long monotonicNs()
-{
-    timespec t{};
-    clock_gettime(CLOCK_MONOTONIC, &t);
-    return (long long)t.tv_sec * 1000000000LL + t.tv_nsec;
-}
-
-} // namespace
 
 int main(int argc, char *argv[])
 {

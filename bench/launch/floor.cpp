@@ -8,6 +8,8 @@
 // "frame <CLOCK_MONOTONIC ns> <sentence>" (with --stages, the moments main() began and the
 // window was shown appended) and exits at once.
 
+#include "MonotonicClock.h"
+
 #include <QFile>
 #include <QGuiApplication>
 #include <QQuickItem>
@@ -17,17 +19,6 @@
 #include <cstdio>
 #include <ctime>
 #include <unistd.h>
-
-namespace {
-
-long long monotonicNs()
-{
-    timespec t{};
-    clock_gettime(CLOCK_MONOTONIC, &t);
-    return (long long)t.tv_sec * 1000000000LL + t.tv_nsec;
-}
-
-} // namespace
 
 int main(int argc, char *argv[])
 {

@@ -16,6 +16,8 @@
 //
 //   bench-launch [--runs N] [--rounds N] [--batch N] [--stages] [--no-start] [--no-stall]
 
+#include "MonotonicClock.h"
+
 #include "TestServer.h"
 
 #include <OTClock.h>
@@ -55,12 +57,6 @@ namespace {
 // The server's and the launches' "now"; the batch of that day holds it and the seven after.
 const QDateTime kNow(QDate(2017, 3, 1), QTime(10, 0), Qt::UTC);
 
-long long monotonicNs()
-{
-    timespec t{};
-    clock_gettime(CLOCK_MONOTONIC, &t);
-    return (long long)t.tv_sec * 1000000000LL + t.tv_nsec;
-}
 
 double threadCpuMs()
 {
