@@ -1,5 +1,6 @@
 import QtQuick
-import QtQuick.Controls
+import QtQuick.Templates as T
+import OstFoundation
 import OstQuoteDemo
 
 // The look of the demo's home screen: what a host app might show under its own navigation
@@ -95,12 +96,28 @@ DemoHomeViewController {
         color: home.state === DemoHomeViewController.Failed ? "#c0392b" : "#8e8e93"
     }
 
-    Button {
+    T.Button {
         id: openViewerButton
         objectName: "openViewerButton"
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.bottom: parent.bottom
         anchors.bottomMargin: 40
+        implicitWidth: Math.max(200, label.implicitWidth + 48)
+        implicitHeight: 44
         text: home.viewerButtonTitle
+
+        contentItem: Text {
+            id: label
+            text: openViewerButton.text
+            font.pixelSize: 16
+            font.weight: Font.DemiBold
+            color: "#ffffff"
+            horizontalAlignment: Text.AlignHCenter
+            verticalAlignment: Text.AlignVCenter
+        }
+        background: Rectangle {
+            radius: height / 2
+            color: openViewerButton.down ? Qt.darker(OTPalette.ostrelGreen, 1.2) : OTPalette.ostrelGreen
+        }
     }
 }
