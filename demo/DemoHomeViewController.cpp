@@ -20,11 +20,7 @@ DemoHomeViewController::DemoHomeViewController(QQuickItem *parent)
 
 DemoHomeViewController *DemoHomeViewController::create(QQmlEngine *engine)
 {
-    QObject *object = OTSkin::create(engine, kSkinURL, "_demoHomeSkin");
-    auto *made = qobject_cast<DemoHomeViewController *>(object);
-    if (!made)
-        delete object;
-    return made;
+    return OTSkin::createAs<DemoHomeViewController>(engine, kSkinURL, "_demoHomeSkin");
 }
 
 QString DemoHomeViewController::title() const

@@ -81,7 +81,7 @@ void Global::showHUB(const QString &text, int status)
             static QQmlEngine *ownEngine = new QQmlEngine(this);
             engine = ownEngine;
         }
-        auto *hub = qobject_cast<QQuickItem *>(OTSkin::create(engine, kHUDSkinURL, "_otHUDSkin"));
+        auto *hub = OTSkin::createAs<QQuickItem>(engine, kHUDSkinURL, "_otHUDSkin");
         if (hub) {
             hub->setObjectName(QStringLiteral("OTHUD"));
             hub->setProperty("text", text);

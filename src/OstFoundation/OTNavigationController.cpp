@@ -228,12 +228,9 @@ OTNavigationController::~OTNavigationController()
 
 OTNavigationController *OTNavigationController::create(QQmlEngine *engine, QQuickItem *parent)
 {
-    QObject *object = OTSkin::create(engine, kSkinURL, "_otNavigationControllerSkin");
-    auto *host = qobject_cast<OTNavigationController *>(object);
-    if (!host) {
-        delete object;
+    auto *host = OTSkin::createAs<OTNavigationController>(engine, kSkinURL, "_otNavigationControllerSkin");
+    if (!host)
         return nullptr;
-    }
     if (parent) {
         host->setParent(parent);
         host->setParentItem(parent);

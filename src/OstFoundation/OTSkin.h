@@ -17,6 +17,17 @@ namespace OTSkin {
 // with the engine under `key`). The object is owned by C++. Null when the skin cannot be made.
 OSTFOUNDATION_EXPORT QObject *create(QQmlEngine *engine, const QUrl &url, const char *key);
 
+// The same, as a T: null, and nothing left over, when the skin's root is not a T.
+template <typename T>
+T *createAs(QQmlEngine *engine, const QUrl &url, const char *key)
+{
+    QObject *object = create(engine, url, key);
+    T *made = qobject_cast<T *>(object);
+    if (!made)
+        delete object;
+    return made;
+}
+
 // The QML engine of the nearest item from `item` up that QML knows, or null.
 OSTFOUNDATION_EXPORT QQmlEngine *engineForItem(const QQuickItem *item);
 

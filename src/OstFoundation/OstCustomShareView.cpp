@@ -141,11 +141,7 @@ OstCustomShareView::~OstCustomShareView()
 
 OstCustomShareView *OstCustomShareView::create(QQmlEngine *engine)
 {
-    QObject *object = OTSkin::create(engine, kSkinURL, "_ostCustomShareViewSkin");
-    auto *view = qobject_cast<OstCustomShareView *>(object);
-    if (!view)
-        delete object;
-    return view;
+    return OTSkin::createAs<OstCustomShareView>(engine, kSkinURL, "_ostCustomShareViewSkin");
 }
 
 void OstCustomShareView::setDelegate(QObject *delegate)

@@ -61,11 +61,7 @@ OstQuoteLaunchViewController::~OstQuoteLaunchViewController()
 
 OstQuoteLaunchViewController *OstQuoteLaunchViewController::create(QQmlEngine *engine)
 {
-    QObject *object = OTSkin::create(engine, kSkinURL, "_ostQuoteLaunchViewControllerSkin");
-    auto *made = qobject_cast<OstQuoteLaunchViewController *>(object);
-    if (!made)
-        delete object;
-    return made;
+    return OTSkin::createAs<OstQuoteLaunchViewController>(engine, kSkinURL, "_ostQuoteLaunchViewControllerSkin");
 }
 
 void OstQuoteLaunchViewController::setDelegate(QObject *delegate)

@@ -34,11 +34,7 @@ OstQuoteViewController::~OstQuoteViewController() = default;
 
 OstQuoteViewController *OstQuoteViewController::create(QQmlEngine *engine)
 {
-    QObject *object = OTSkin::create(engine, kSkinURL, "_ostQuoteViewControllerSkin");
-    auto *made = qobject_cast<OstQuoteViewController *>(object);
-    if (!made)
-        delete object;
-    return made;
+    return OTSkin::createAs<OstQuoteViewController>(engine, kSkinURL, "_ostQuoteViewControllerSkin");
 }
 
 // Calendar

@@ -34,11 +34,7 @@ OstQuoteView *OstQuoteView::create(QQuickItem *context)
 
 OstQuoteView *OstQuoteView::create(QQmlEngine *engine)
 {
-    QObject *object = OTSkin::create(engine, kSkinURL, "_ostQuoteViewSkin");
-    auto *made = qobject_cast<OstQuoteView *>(object);
-    if (!made)
-        delete object;
-    return made;
+    return OTSkin::createAs<OstQuoteView>(engine, kSkinURL, "_ostQuoteViewSkin");
 }
 
 void OstQuoteView::setQuote(const OstQuotePtr &quote)
