@@ -14,23 +14,19 @@
 
 namespace {
 
-// Lives on the prefetcher's network thread: sends the GETs through a disk cache on the
-// directory of the moment and tells the prefetcher when each has finished.
+// Lives on the prefetcher's network thread: sends the GETs through the pictures' disk cache
+// and tells the prefetcher when each has finished.
 class OTImagePrefetcherNetwork : public QObject
 {
 public:
-    void get(const QUrl &url, const QString &cacheDirectory, OTImagePrefetcher *prefetcher,
-             const std::function<void(const QUrl &, bool)> &finished)
+    void get(const QUrl &url, OTImagePrefetcher *prefetcher, const std::function<void(const QUrl &, bool)> &finished)
     {
-        // The cache follows the cache location of the moment (a test may move it).
-        if (!m_manager) {
+        if (!m_manager)
             m_manager = new QNetworkAccessManager(this);
-            m_cacheDirectory.clear();
-        }
+        // The cache follows the cache location of the moment (a test may move it).
+        const QString cacheDirectory = OTWebImage::diskCacheDirectory();
         if (cacheDirectory != m_cacheDirectory) {
-            QNetworkDiskCache *cache = OTWebImage::createDiskCache(m_manager);
-            cache->setCacheDirectory(cacheDirectory);
-            m_manager->setCache(cache);
+            m_manager->setCache(OTWebImage::createDiskCache(m_manager));
             m_cacheDirectory = cacheDirectory;
         }
         QNetworkRequest request(url);
@@ -129,14 +125,12 @@ void OTImagePrefetcher::startWaiting()
         m_network = network;
         m_networkThread->start();
     }
-    const QString directory = OTWebImage::diskCacheDirectory();
     auto *network = static_cast<OTImagePrefetcherNetwork *>(m_network);
     const auto finished = [this](const QUrl &url, bool succeeded) { finish(url, succeeded); };
     while (m_running < MaximumConcurrentPrefetches && !m_waiting.isEmpty()) {
         const QUrl url = m_waiting.takeFirst();
         QMetaObject::invokeMethod(
-            network, [network, url, directory, this, finished]() { network->get(url, directory, this, finished); },
-            Qt::QueuedConnection);
+            network, [network, url, this, finished]() { network->get(url, this, finished); }, Qt::QueuedConnection);
         ++m_running;
     }
 }
