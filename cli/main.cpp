@@ -129,25 +129,26 @@ int main(int argc, char *argv[])
             finish(Success);
         });
     } else if (command == QLatin1String("update")) {
-        updateQuoteWithBlock(client, [&](const OTModelPtr &result, const OTError &error) {
+        // Today's quote, kept as the latest one: a store that cannot take it says why.
+        getQuoteWithDate(client, QStringLiteral("today"), [&](const OTModelPtr &result, const OTError &error) {
             if (error)
                 return finish(fail(error.description()));
-            // The block is called after the store was written; read it back to be sure it
-            // holds what the server sent.
-            const OTModelPtr stored = latestQuote();
-            if (!stored || !stored->isEqualToModel(result.data()))
-                return finish(fail(QStringLiteral("could not keep the quote in %1").arg(OTUserInfoStore::storePath())));
+            const auto quote = result.objectCast<OstQuote>();
+            OTError storeError;
+            if (!quote || !updateQuote(quote.data(), &storeError)) {
+                return finish(fail(QStringLiteral("could not keep the quote in %1: %2")
+                                       .arg(OTUserInfoStore::storePath(), storeError.description())));
+            }
             printJSON(QJsonDocument(result->JSONObject()));
             finish(Success);
         });
     } else if (command == QLatin1String("latest")) {
-        const bool hasEntry = OTUserInfoStore::ostrelDefaults().contains(QString::fromLatin1(OstQuoteLatestQuoteKey));
-        const OTModelPtr quote = latestQuote();
-        if (!quote) {
-            return hasEntry ? fail(QStringLiteral("the kept latest quote in %1 cannot be read")
-                                       .arg(OTUserInfoStore::storePath()))
-                            : Success;
-        }
+        OTError error;
+        const OTModelPtr quote = latestQuote(&error);
+        if (error)
+            return fail(error.description());
+        if (!quote)
+            return Success;
         printJSON(QJsonDocument(quote->JSONObject()));
         return Success;
     } else {

@@ -1,5 +1,7 @@
 #include "OTModel.h"
 
+#include "OTFile.h"
+
 #include <QCborArray>
 #include <QCborMap>
 #include <QCborStreamReader>
@@ -330,13 +332,10 @@ bool OTModel::archiveRootObjectToFile(const QString &path, OTError *error) const
     return true;
 }
 
-OTModelPtr OTModel::unarchiveObjectWithFile(const QString &path, OTError *error)
+OTModelPtr OTModel::unarchiveObjectWithFile(const QString &path, OTError *error, qint64 maxBytes)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        if (error)
-            *error = OTError(OTError::FileSystem, QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+    const std::optional<QByteArray> bytes = ot_readRegularFile(path, maxBytes, error);
+    if (!bytes)
         return {};
-    }
-    return unarchiveObjectWithData(file.readAll(), error);
+    return unarchiveObjectWithData(*bytes, error);
 }

@@ -60,7 +60,11 @@ public:
     // Writes the archive atomically: the file holds the previous content or the new one,
     // never a mix. False (with `error` set) when the file cannot be written.
     bool archiveRootObjectToFile(const QString &path, OTError *error = nullptr) const;
-    static OTModelPtr unarchiveObjectWithFile(const QString &path, OTError *error = nullptr);
+    // Reads an archive written by archiveRootObjectToFile. Only a regular file of at most
+    // `maxBytes` is read (see ot_readRegularFile); anything else is a FileSystem error.
+    static constexpr qint64 DefaultMaxArchiveFileSize = 1024 * 1024;
+    static OTModelPtr unarchiveObjectWithFile(const QString &path, OTError *error = nullptr,
+                                              qint64 maxBytes = DefaultMaxArchiveFileSize);
 
     // Makes `modelClass` known to the unarchiver by its class name.
     static void registerModelClass(const QMetaObject *modelClass);

@@ -1,5 +1,8 @@
 #include "OTUserInfoStore.h"
 
+#include "OTClock.h"
+#include "OTFile.h"
+
 #include <QCborMap>
 #include <QCborValue>
 #include <QDir>
@@ -23,6 +26,73 @@ QString &customPath()
     return path;
 }
 
+// What the settings file holds.
+struct Contents
+{
+    enum State { Missing, Dictionary, Undecodable, Unreadable };
+    State state = Missing;
+    QVariantMap dictionary;
+    OTError error;       // Unreadable: why
+    QString reason;      // Undecodable: why
+};
+
+Contents readFile(const QString &path)
+{
+    const QFileInfo info(path);
+    if (!info.exists() && !info.isSymLink())
+        return {};
+    Contents contents;
+    const std::optional<QByteArray> bytes = ot_readRegularFile(path, OTUserInfoStore::MaximumFileSize, &contents.error);
+    if (!bytes) {
+        contents.state = Contents::Unreadable;
+        return contents;
+    }
+    QCborParserError parseError;
+    const QCborValue value = QCborValue::fromCbor(*bytes, &parseError);
+    if (bytes->isEmpty())
+        contents.reason = QStringLiteral("the file is empty");
+    else if (parseError.error != QCborError::NoError)
+        contents.reason = QStringLiteral("not CBOR: %1").arg(parseError.errorString());
+    else if (!value.isMap())
+        contents.reason = QStringLiteral("not a dictionary");
+    if (!contents.reason.isEmpty()) {
+        contents.state = Contents::Undecodable;
+        return contents;
+    }
+    contents.state = Contents::Dictionary;
+    contents.dictionary = value.toMap().toVariantMap();
+    return contents;
+}
+
+bool fail(OTError *error, const OTError &reason)
+{
+    qWarning("%s", qPrintable(reason.description()));
+    if (error)
+        *error = reason;
+    return false;
+}
+
+// Moves an undecodable settings file aside, whole, under a name of its own.
+bool setAside(const QString &path, const QString &reason, OTError *error)
+{
+    const QString base = path + QStringLiteral(".damaged-")
+                         + OTClock::now().toUTC().toString(QStringLiteral("yyyyMMdd'T'HHmmss"));
+    QString target = base;
+    for (int n = 2; QFileInfo::exists(target) || QFileInfo(target).isSymLink(); ++n)
+        target = base + QLatin1Char('-') + QString::number(n);
+    QFile file(path);
+    if (!file.rename(target)) {
+        return fail(error, OTError(OTError::FileSystem,
+                                   QStringLiteral("settings file %1 cannot be decoded (%2) and cannot be moved aside "
+                                                  "to %3: %4; it is left as it is")
+                                       .arg(path, reason, target, file.errorString())));
+    }
+    fail(error, OTError(OTError::Undecodable,
+                        QStringLiteral("settings file %1 could not be decoded (%2); it was moved aside to %3")
+                            .arg(path, reason, target)));
+    return true;
+}
+
 } // namespace
 
 QString OTUserInfoStore::storePath()
@@ -39,35 +109,51 @@ void OTUserInfoStore::setStorePath(const QString &path)
     customPath() = path;
 }
 
-QVariantMap OTUserInfoStore::ostrelDefaults()
-{
-    QFile file(storePath());
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    QCborParserError error;
-    const QCborValue value = QCborValue::fromCbor(file.readAll(), &error);
-    if (error.error != QCborError::NoError || !value.isMap()) {
-        qWarning("%s", qPrintable(QStringLiteral("settings file %1 is damaged (%2); starting from empty settings")
-                                      .arg(file.fileName(), error.errorString())));
-        return {};
-    }
-    return value.toMap().toVariantMap();
-}
-
-bool OTUserInfoStore::synchronizeOstrelDefaults(const QVariantMap &defaults)
+QVariantMap OTUserInfoStore::ostrelDefaults(OTError *error)
 {
     const QString path = storePath();
-    QDir().mkpath(QFileInfo(path).absolutePath());
+    const Contents contents = readFile(path);
+    switch (contents.state) {
+    case Contents::Missing:
+    case Contents::Dictionary:
+        return contents.dictionary;
+    case Contents::Unreadable:
+        fail(error, contents.error);
+        return {};
+    case Contents::Undecodable:
+        setAside(path, contents.reason, error);
+        return {};
+    }
+    return {};
+}
+
+bool OTUserInfoStore::synchronizeOstrelDefaults(const QVariantMap &defaults, OTError *error)
+{
+    const QString path = storePath();
+    const QString directory = QFileInfo(path).absolutePath();
+    if (!QDir().mkpath(directory))
+        return fail(error, OTError(OTError::FileSystem, QStringLiteral("cannot write %1: cannot make the folder %2")
+                                                            .arg(path, directory)));
+    // What stands in the file's place is replaced only when it is a settings file, or moved
+    // aside first when it is a damaged one.
+    const Contents contents = readFile(path);
+    if (contents.state == Contents::Unreadable)
+        return fail(error, OTError(OTError::FileSystem, QStringLiteral("cannot write %1: what is there cannot be "
+                                                                       "read (%2); it is left as it is")
+                                                            .arg(path, contents.error.description())));
+    if (contents.state == Contents::Undecodable && !setAside(path, contents.reason, error))
+        return false;
+
     // QSaveFile writes a temporary file next to the target and renames it over the target
     // only when everything was written and flushed.
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
     const QByteArray bytes = QCborMap::fromVariantMap(defaults).toCborValue().toCbor();
-    if (file.write(bytes) != bytes.size()) {
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        const QString reason = file.errorString();
         file.cancelWriting();
-        file.commit();
-        return false;
+        return fail(error, OTError(OTError::FileSystem, QStringLiteral("cannot write %1: %2").arg(path, reason)));
     }
-    return file.commit();
+    if (error)
+        *error = {};
+    return true;
 }

@@ -1,10 +1,16 @@
+#include <OTClock.h>
 #include <OTUserInfoStore.h>
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <functional>
+#include <sys/stat.h>
 
 namespace {
 
@@ -34,6 +40,35 @@ int runWriterIfAsked()
             ready.open(QIODevice::WriteOnly);
         }
     }
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    QCOMPARE(file.write(bytes), bytes.size());
+}
+
+// The warnings logged while `work` runs.
+QStringList *g_warnings = nullptr;
+QStringList captureWarnings(const std::function<void()> &work)
+{
+    QStringList warnings;
+    g_warnings = &warnings;
+    const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
+        if (type == QtWarningMsg && g_warnings)
+            g_warnings->append(text);
+    });
+    work();
+    qInstallMessageHandler(previous);
+    g_warnings = nullptr;
+    return warnings;
 }
 
 } // namespace
@@ -75,27 +110,112 @@ private Q_SLOTS:
         QVERIFY(!OTUserInfoStore::ostrelDefaults().contains(QStringLiteral("number")));
     }
 
-    void damagedFileReadsAsEmptyAndIsReplacedByTheNextWrite()
+    // A file that cannot be decoded is never written over: it goes aside whole, under a
+    // dated name, with one warning naming both paths, whether a read or a write meets it.
+    void damagedFilesAreMovedAsideWhole_data()
     {
-        QVERIFY(OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("a"), 1}}));
-        QFile file(OTUserInfoStore::storePath());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("\xa1\x61"); // a map cut short
-        file.close();
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("is damaged")));
-        QVERIFY(OTUserInfoStore::ostrelDefaults().isEmpty());
-        QVERIFY(OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("b"), 2}}));
-        QCOMPARE(OTUserInfoStore::ostrelDefaults().value("b").toInt(), 2);
+        QTest::addColumn<QByteArray>("damage");
+        QTest::addColumn<bool>("readFirst");
+        QTest::newRow("truncated, read") << QByteArray("\xa2\x61\x61\x01\x64ke", 6) << true;
+        QTest::newRow("truncated, written over") << QByteArray("\xa2\x61\x61\x01\x64ke", 6) << false;
+        QTest::newRow("random bytes") << QByteArray::fromHex("ff13a07c9be2551d0c") << true;
+        QTest::newRow("empty") << QByteArray() << true;
+        QTest::newRow("an array, not a dictionary") << QByteArray::fromHex("83010203") << false;
     }
 
-    void unwritableLocationAnswersFalse()
+    void damagedFilesAreMovedAsideWhole()
     {
+        QFETCH(QByteArray, damage);
+        QFETCH(bool, readFirst);
+        OTClock::setNow(QDateTime(QDate(2017, 3, 1), QTime(10, 4, 5), Qt::UTC));
+        const QString path = OTUserInfoStore::storePath();
+        QVERIFY(OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("keep"), QStringLiteral("me")}}));
+        writeFile(path, damage);
+        const QString aside = path + QStringLiteral(".damaged-20170301T100405");
+
+        QStringList warnings = captureWarnings([&]() {
+            OTError error;
+            if (readFirst) {
+                QVERIFY(OTUserInfoStore::ostrelDefaults(&error).isEmpty());
+                QCOMPARE(error.kind(), OTError::Undecodable);
+                QVERIFY2(error.description().contains(aside), qPrintable(error.description()));
+            }
+            QVERIFY(OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("b"), 2}}, &error));
+            QVERIFY(!error);
+        });
+        QCOMPARE(warnings.size(), 1);
+        QVERIFY2(warnings.first().contains(path) && warnings.first().contains(aside), qPrintable(warnings.first()));
+        QCOMPARE(readFile(aside), damage);
+        QCOMPARE(OTUserInfoStore::ostrelDefaults(), (QVariantMap{{QStringLiteral("b"), 2}}));
+
+        // Damaged again in the same second: the first copy stays, the second gets a name of its own.
+        writeFile(path, damage);
+        captureWarnings([]() { OTUserInfoStore::ostrelDefaults(); });
+        QCOMPARE(readFile(aside), damage);
+        QCOMPARE(readFile(aside + QStringLiteral("-2")), damage);
+        OTClock::setNow(QDateTime());
+    }
+
+    // Only a regular file is read or replaced; whatever else stands in its place is an error
+    // and is left as it is, and nothing waits on it.
+    void oddFilesAreLeftAlone_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("a FIFO") << QStringLiteral("fifo");
+        QTest::newRow("a directory") << QStringLiteral("directory");
+        QTest::newRow("a link to /dev/zero") << QStringLiteral("zero");
+        QTest::newRow("a file over the size limit") << QStringLiteral("large");
+    }
+
+    void oddFilesAreLeftAlone()
+    {
+        QFETCH(QString, kind);
+        const QString path = OTUserInfoStore::storePath();
+        QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
+        if (kind == QLatin1String("fifo"))
+            QVERIFY(::mkfifo(QFile::encodeName(path).constData(), 0600) == 0);
+        else if (kind == QLatin1String("directory"))
+            QVERIFY(QDir().mkpath(path));
+        else if (kind == QLatin1String("zero"))
+            QVERIFY(QFile::link(QStringLiteral("/dev/zero"), path));
+        else
+            QVERIFY(QFile(path).open(QIODevice::WriteOnly) && QFile(path).resize(OTUserInfoStore::MaximumFileSize + 1));
+        const QFileInfo before(path);
+
+        const QStringList warnings = captureWarnings([&]() {
+            OTError error;
+            QVERIFY(OTUserInfoStore::ostrelDefaults(&error).isEmpty());
+            QCOMPARE(error.kind(), OTError::FileSystem);
+            QVERIFY2(error.description().contains(path), qPrintable(error.description()));
+            QVERIFY(!OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("a"), 1}}, &error));
+            QCOMPARE(error.kind(), OTError::FileSystem);
+        });
+        QCOMPARE(warnings.size(), 2);
+        const QFileInfo after(path);
+        QCOMPARE(after.isSymLink(), before.isSymLink());
+        QCOMPARE(after.isDir(), before.isDir());
+        QCOMPARE(after.size(), before.size());
+        QCOMPARE(QDir(QFileInfo(path).absolutePath()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System).size(), 1);
+    }
+
+    void aFailedWriteSaysWhy()
+    {
+        // A plain file stands where the folder should be.
         QFile blocker(m_dir->filePath(QStringLiteral("blocker")));
         QVERIFY(blocker.open(QIODevice::WriteOnly));
         blocker.close();
         OTUserInfoStore::setStorePath(m_dir->filePath(QStringLiteral("blocker/defaults.cbor")));
-        QVERIFY(!OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("a"), 1}}));
+        OTError error;
+        captureWarnings([&]() { QVERIFY(!OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("a"), 1}}, &error)); });
+        QCOMPARE(error.kind(), OTError::FileSystem);
+        QVERIFY2(error.description().contains(QStringLiteral("blocker")), qPrintable(error.description()));
         QVERIFY(OTUserInfoStore::ostrelDefaults().isEmpty());
+
+        // A folder the store may not write in (/proc takes no new files, whoever asks).
+        OTUserInfoStore::setStorePath(QStringLiteral("/proc/self/ostrel-defaults.cbor"));
+        captureWarnings([&]() { QVERIFY(!OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("a"), 1}}, &error)); });
+        QCOMPARE(error.kind(), OTError::FileSystem);
+        QVERIFY(!error.description().isEmpty());
     }
 
     void crashMidWriteLeavesACompleteDictionary()

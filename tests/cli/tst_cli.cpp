@@ -1,11 +1,15 @@
 #include "TestServer.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <sys/stat.h>
 
 // ostquote-cli as a user runs it: against the real server, with the desktop's data
 // locations pointed at a temporary directory.
@@ -139,6 +143,60 @@ private Q_SLOTS:
         const Run run = cli({"latest"});
         QCOMPARE(run.exitCode, 1);
         QVERIFY(run.err.contains("cannot be read"));
+    }
+
+    // A settings file that cannot be decoded: latest says so and where it went, nothing
+    // is lost, and the next update starts a new store.
+    void anUndecodableStoreIsMovedAsideAndSaidSo()
+    {
+        const QString store = m_home->filePath("data/ostrel/ostquote-cli/ostrel-defaults.cbor");
+        QDir().mkpath(QFileInfo(store).absolutePath());
+        const QByteArray damage = QByteArray::fromHex("a2616101646b65");   // a map cut short
+        {
+            QFile file(store);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(damage);
+        }
+        const Run latest = cli({"latest"});
+        QCOMPARE(latest.exitCode, 1);
+        QVERIFY(latest.out.isEmpty());
+        const QStringList aside = QDir(QFileInfo(store).absolutePath()).entryList({"ostrel-defaults.cbor.damaged-*"});
+        QCOMPARE(aside.size(), 1);
+        QVERIFY2(latest.err.contains("moved aside") && latest.err.contains(aside.first().toUtf8()), latest.err.constData());
+        QFile kept(QFileInfo(store).absolutePath() + u'/' + aside.first());
+        QVERIFY(kept.open(QIODevice::ReadOnly));
+        QCOMPARE(kept.readAll(), damage);
+
+        QCOMPARE(cli({"update"}).exitCode, 0);
+        const Run again = cli({"latest"});
+        QCOMPARE(again.exitCode, 0);
+        QCOMPARE(object(again.out).value("assign_date").toString(), QStringLiteral("2016-10-03"));
+    }
+
+    // Something other than a file in the store's place, or a folder that cannot be made: both
+    // commands fail at once with the reason, and nothing is touched.
+    void aStoreThatCannotBeUsedFailsWithTheReason()
+    {
+        const QString folder = m_home->filePath("data/ostrel/ostquote-cli");
+        QDir().mkpath(folder);
+        const QString store = folder + QStringLiteral("/ostrel-defaults.cbor");
+        QVERIFY(::mkfifo(QFile::encodeName(store).constData(), 0600) == 0);
+        for (const char *command : {"latest", "update"}) {
+            const Run run = cli({QString::fromLatin1(command)});
+            QCOMPARE(run.exitCode, 1);
+            QVERIFY2(run.err.contains("not a regular file"), run.err.constData());
+        }
+        QVERIFY(QFileInfo(store).exists() && !QFileInfo(store).isFile());
+
+        // The folder cannot be made: a plain file stands where it should be.
+        QDir(folder).removeRecursively();
+        QFile blocker(folder);
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        const Run update = cli({"update"});
+        QCOMPARE(update.exitCode, 1);
+        QVERIFY(update.out.isEmpty());
+        QVERIFY2(update.err.contains("could not keep the quote") && update.err.contains("cannot"), update.err.constData());
     }
 
 private:

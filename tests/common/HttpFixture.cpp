@@ -1,5 +1,7 @@
 #include "HttpFixture.h"
 
+#include <QTimer>
+
 HttpFixture::HttpFixture(QObject *parent)
     : QObject(parent)
 {
@@ -42,7 +44,10 @@ void HttpFixture::readRequest(QTcpSocket *socket)
                               "Content-Type: application/json\r\n"
                               "Content-Length: " + QByteArray::number(m_body.size()) + "\r\n" + m_extraHeaders
                               + "\r\n" + m_body;
-        socket->write(response);
+        if (m_delay > 0)
+            QTimer::singleShot(m_delay, socket, [socket, response]() { socket->write(response); });
+        else
+            socket->write(response);
     }
     socket->setProperty("buffer", buffer);
 }

@@ -22,6 +22,8 @@ public:
     // connection open and say nothing".
     void respond(int status, const QByteArray &body, const QByteArray &extraHeaders = {});
     void stayQuiet() { m_status = 0; }
+    // Holds each response back this long after its request has arrived (a slow server).
+    void setResponseDelay(int milliseconds) { m_delay = milliseconds; }
 
     int requestCount() const { return m_requests.size(); }
     QList<QByteArray> requests() const { return m_requests; }
@@ -32,6 +34,7 @@ private:
     QTcpServer m_server;
     QList<QByteArray> m_requests;
     int m_status = 200;
+    int m_delay = 0;
     QByteArray m_body;
     QByteArray m_extraHeaders;
 };

@@ -2,26 +2,39 @@
 
 #include <QDebug>
 
-bool updateQuote(const OstQuote *quote)
+bool updateQuote(const OstQuote *quote, OTError *error)
 {
     if (!quote)
         return false;
     const QByteArray archive = quote->archivedData();
     if (archive.isEmpty())
         return false;
-    QVariantMap defaults = OTUserInfoStore::ostrelDefaults();
+    OTError readError;
+    QVariantMap defaults = OTUserInfoStore::ostrelDefaults(&readError);
+    // What could not be read is not written over; a damaged file has been moved aside.
+    if (readError.kind() == OTError::FileSystem) {
+        if (error)
+            *error = readError;
+        return false;
+    }
     defaults.insert(QString::fromLatin1(OstQuoteLatestQuoteKey), archive);
-    return OTUserInfoStore::synchronizeOstrelDefaults(defaults);
+    return OTUserInfoStore::synchronizeOstrelDefaults(defaults, error);
 }
 
-OTModelPtr latestQuote()
+OTModelPtr latestQuote(OTError *error)
 {
-    const QVariant stored = OTUserInfoStore::ostrelDefaults().value(QString::fromLatin1(OstQuoteLatestQuoteKey));
+    const QVariant stored =
+        OTUserInfoStore::ostrelDefaults(error).value(QString::fromLatin1(OstQuoteLatestQuoteKey));
     if (!stored.isValid())
         return {};
-    OTError error;
-    OTModelPtr model = OTModel::unarchiveObjectWithData(stored.toByteArray(), &error);
-    if (!model)
-        qWarning().noquote() << error.description();
+    OTError decodeError;
+    OTModelPtr model = OTModel::unarchiveObjectWithData(stored.toByteArray(), &decodeError);
+    if (!model) {
+        qWarning().noquote() << decodeError.description();
+        if (error) {
+            *error = OTError(OTError::Undecodable, QStringLiteral("the latest quote kept in %1 cannot be read: %2")
+                                                       .arg(OTUserInfoStore::storePath(), decodeError.description()));
+        }
+    }
     return model;
 }

@@ -1,13 +1,12 @@
 #include "OstQuoteLaunchViewController.h"
 
-#include "OstAPIClient+Quote.h"
+#include "OstQuoteLaunchCache.h"
 #include "OstQuoteResourceHelper.h"
 #include "OstQuoteViewController.h"
 
 #include <OTClock.h>
 #include <OTDate.h>
 #include <OTDevice.h>
-#include <OTImagePrefetcher.h>
 #include <OTNavigationController.h>
 #include <OTSkin.h>
 
@@ -15,9 +14,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QFontDatabase>
-#include <QStandardPaths>
-#include <QThreadPool>
-#include <QtConcurrent/QtConcurrentRun>
 
 namespace {
 
@@ -48,15 +44,15 @@ QString quoteFontFamily()
 OstQuoteLaunchViewController::OstQuoteLaunchViewController(QQuickItem *parent)
     : OTCommonsViewController(parent)
 {
-    // Made here, on the GUI thread, before a batch write on the pool first asks for it.
-    OTImagePrefetcher::sharedImagePrefetcher();
+    // Told on the writing thread, as the cache tells it.
+    connect(OstQuoteLaunchCache::sharedCache(), &OstQuoteLaunchCache::quotesCached, this,
+            &OstQuoteLaunchViewController::quotesCached, Qt::DirectConnection);
 }
 
 OstQuoteLaunchViewController::~OstQuoteLaunchViewController()
 {
-    // A batch being filed still uses this screen; it is one small file per day.
-    for (QFuture<void> &write : m_cacheWrites)
-        write.waitForFinished();
+    // A batch being filed may be telling this screen; it is one small file per day.
+    OstQuoteLaunchCache::sharedCache()->waitForPendingWrites();
 }
 
 OstQuoteLaunchViewController *OstQuoteLaunchViewController::create(QQmlEngine *engine)
@@ -151,67 +147,23 @@ QString OstQuoteLaunchViewController::buttonTitle() const
 
 QString OstQuoteLaunchViewController::quotesCachePath()
 {
-    const QString path =
-        QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/launch_quotes");
-    // Whatever stands in the way shows up later, as files that cannot be read or written.
-    QDir().mkpath(path);
-    return path;
+    return OstQuoteLaunchCache::directoryPath();
 }
 
 void OstQuoteLaunchViewController::loadCachedQuote()
 {
-    const QString path = quotesCachePath() + QLatin1Char('/') + descriptionWithFormat(OTClock::now());
-    if (!QFileInfo::exists(path)) {
-        renderQuote({});
-        return;
-    }
-    OTError error;
-    const OTModelPtr model = OTModel::unarchiveObjectWithFile(path, &error);
-    // A damaged file is reported and left where it is; the next batch may replace it.
-    if (error.kind() == OTError::Undecodable)
-        qWarning().noquote() << error.description();
-    renderQuote(model.objectCast<OstQuote>());
+    renderQuote(OstQuoteLaunchCache::sharedCache()->loadTodaysQuote());
 }
 
 void OstQuoteLaunchViewController::fetchQuotes()
 {
-    getQuotesWithBlock(
-        OstAPIClient::sharedClient(),
-        [this](const QList<OstQuotePtr> &quotes, const OTError &error) {
-            if (error)
-                return;
-            // The records stay referenced here too, so they are released on this thread.
-            m_cachedBatches.append(quotes);
-            m_cacheWrites.removeIf([](const QFuture<void> &write) { return write.isFinished(); });
-            m_cacheWrites.append(
-                QtConcurrent::run(QThreadPool::globalInstance(), [this, quotes]() { cacheQuotes(quotes); }));
-        },
-        this);
+    // The answer is filed by the process's cache, also when this screen is gone by then.
+    OstQuoteLaunchCache::sharedCache()->fetchQuotes();
 }
 
 void OstQuoteLaunchViewController::cacheQuotes(const QList<OstQuotePtr> &quotes)
 {
-    if (quotes.isEmpty())
-        return;
-    QStringList pictures;
-    QStringList written;
-    const QString directory = quotesCachePath();
-    for (const OstQuotePtr &quote : quotes) {
-        if (!quote)
-            continue;
-        const QString dayKey = quote->assign_date();
-        // A name that would leave the directory is not a day key; it is not written.
-        if (!dayKey.isNull() && !dayKey.contains(QLatin1Char('/')) && dayKey != QLatin1String("..")) {
-            // A file that cannot be written is skipped without a word.
-            if (quote->archiveRootObjectToFile(directory + QLatin1Char('/') + dayKey))
-                written.append(dayKey);
-        }
-        const QStringList images = quote->origin_img_urls();
-        if (!images.isEmpty())
-            pictures.append(images.first());
-    }
-    Q_EMIT quotesCached(written);
-    OTImagePrefetcher::sharedImagePrefetcher()->prefetchURLs(pictures);
+    OstQuoteLaunchCache::sharedCache()->cacheQuotes(quotes);
 }
 
 void OstQuoteLaunchViewController::clearEarlyQuotes()

@@ -7,7 +7,6 @@
 
 #include <QColor>
 #include <QFont>
-#include <QFuture>
 #include <QList>
 #include <QPointer>
 #include <QStringList>
@@ -82,7 +81,7 @@ public:
     static constexpr int DismissInterval = 2500; // ms
 
     explicit OstQuoteLaunchViewController(QQuickItem *parent = nullptr);
-    // Waits for batch writes still under way.
+    // Waits for batch writes still under way (they tell this screen).
     ~OstQuoteLaunchViewController() override;
 
     // A new launch screen with its skin, made in `engine`; push it onto an
@@ -102,14 +101,16 @@ public:
     void renderQuote(const OstQuotePtr &quote);
 
     // The launch cache.
+    // The launch cache (OstQuoteLaunchCache, which outlives the screen).
     // "<CacheLocation>/launch_quotes", created (with its parents) on every call.
     QString quotesCachePath();
-    // Draws today's cached quote, or the fixed sentence.
+    // Draws today's cached quote, or the fixed sentence (also for a damaged or odd file).
     void loadCachedQuote();
-    // Asks for the batch; the answer is filed on the thread pool.
+    // Asks for the batch; the answer is filed on the thread pool, whether or not this screen
+    // is still there.
     void fetchQuotes();
     // Files `quotes`, one file per assign_date (later ones win), then prefetches each quote's
-    // first picture. Runs on any thread; the batch goes through here on the pool.
+    // first picture. Runs on any thread; every batch goes through here on the pool.
     void cacheQuotes(const QList<OstQuotePtr> &quotes);
     // Removes every file whose day began before now, today's included; names that are no
     // day key stay.
@@ -144,7 +145,7 @@ Q_SIGNALS:
     // one).
     void willDismiss();
     // A batch has been filed; `dayKeys` are the files written, in order. Emitted on the thread
-    // that wrote them.
+    // that wrote them, for every batch the cache files while this screen exists.
     void quotesCached(const QStringList &dayKeys);
     void quoteRendered();
     void delegateChanged();
@@ -171,7 +172,4 @@ private:
     QColor m_quoteColor;
     qreal m_quoteLineSpacing = 0;
     QUrl m_imageSource;
-
-    QList<QFuture<void>> m_cacheWrites;
-    QList<QList<OstQuotePtr>> m_cachedBatches;
 };
