@@ -45,6 +45,7 @@ DemoHomeViewController {
                 width: parent.width
                 visible: home.hasQuote
                 text: home.dayText
+                textFormat: Text.PlainText
                 font.pixelSize: 13
                 font.letterSpacing: 1
                 color: "#8e8e93"
@@ -54,6 +55,7 @@ DemoHomeViewController {
                 objectName: "quoteLabel"
                 width: parent.width
                 text: home.hasQuote ? home.quoteText : home.placeholderText
+                textFormat: Text.PlainText
                 wrapMode: Text.Wrap
                 font.pixelSize: 18
                 font.italic: !home.hasQuote
@@ -65,6 +67,7 @@ DemoHomeViewController {
                 width: parent.width
                 visible: home.hasQuote && text.length > 0
                 text: home.translationText
+                textFormat: Text.PlainText
                 wrapMode: Text.Wrap
                 font.family: "Noto Sans CJK SC"
                 font.pixelSize: 15
@@ -76,6 +79,7 @@ DemoHomeViewController {
                 width: parent.width
                 visible: home.hasQuote && home.authorText.length > 0
                 text: "— " + home.authorText
+                textFormat: Text.PlainText
                 horizontalAlignment: Text.AlignRight
                 font.pixelSize: 14
                 color: "#666666"
@@ -91,6 +95,7 @@ DemoHomeViewController {
         anchors.right: card.right
         visible: text.length > 0
         text: home.statusText
+        textFormat: Text.PlainText
         wrapMode: Text.Wrap
         font.pixelSize: 13
         color: home.state === DemoHomeViewController.Failed ? "#c0392b" : "#8e8e93"

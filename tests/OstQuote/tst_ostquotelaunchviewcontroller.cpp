@@ -1,9 +1,12 @@
 #include "TestWindow.h"
 #include "OstQuoteLaunchViewController.h"
+#include "OstQuoteLaunchCache.h"
 #include "OstAPIClient+Quote.h"
 #include "OstQuoteResourceHelper.h"
 #include "OstQuoteViewController.h"
+#include "HttpFixture.h"
 #include "TestServer.h"
+#include "TextChecks.h"
 
 #include <OTClock.h>
 #include <OTDevice.h>
@@ -18,6 +21,7 @@
 #include <QFontMetricsF>
 #include <QNetworkAccessManager>
 #include <QNetworkDiskCache>
+#include <QNetworkReply>
 #include <QFileInfo>
 #include <QQmlEngine>
 #include <QQuickView>
@@ -27,6 +31,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -271,6 +277,7 @@ private Q_SLOTS:
         // Prefetches of this test end before its server goes.
         QTRY_COMPARE(OTImagePrefetcher::sharedImagePrefetcher()->pendingCount(), 0);
         m_server.stop();
+        OstQuoteLaunchCache::sharedCache()->waitForPendingWrites();
         m_cacheHome.reset();
     }
 
@@ -337,6 +344,49 @@ private Q_SLOTS:
         QCOMPARE(pictureRequests(), int(kBatchDays.size()));
         checkLayout();
         saveScreenshot(QStringLiteral("launch.png"));
+    }
+
+    // On a slow network the batch comes after the host has taken the screen away, as it
+    // does when told: it is filed all the same, and its pictures prefetched.
+    void aBatchHeldBackPastTheCountdownIsStillFiled()
+    {
+        // The real batch, served by a server that holds it back a second past the countdown.
+        QNetworkAccessManager network;
+        QNetworkReply *reply = network.get(QNetworkRequest(m_server.baseURL().resolved(QUrl("/api/v2/quote/quotes/batch/"))));
+        QTRY_VERIFY(reply->isFinished());
+        const QByteArray batch = reply->readAll();
+        delete reply;
+        QVERIFY(batch.startsWith('['));
+        HttpFixture slow;
+        QVERIFY(slow.listen());
+        slow.respond(200, batch);
+        slow.setResponseDelay(OstQuoteLaunchViewController::DismissInterval + 1000);
+        OstAPIClient::sharedClient()->setBaseURL(QUrl(slow.baseURL()));
+        QSignalSpy prefetchAsked(OTImagePrefetcher::sharedImagePrefetcher(), &OTImagePrefetcher::prefetchURLsRequested);
+
+        // The host puts its own screen in the launch screen's place when told.
+        QObject host;
+        launch();
+        connect(m_launch.data(), &OstQuoteLaunchViewController::willDismiss, &host,
+                [this]() { m_navigation->setViewControllers({new OTCommonsViewController}); });
+        QTRY_VERIFY_WITH_TIMEOUT(!m_launch, OstQuoteLaunchViewController::DismissInterval + 2000);
+        QCOMPARE(slow.requestCount(), 1);
+        QVERIFY(cachedDays().isEmpty());
+
+        QTRY_COMPARE_WITH_TIMEOUT(cachedDays(), kBatchDays, 15000);
+        for (const QString &day : kBatchDays) {
+            const OstQuotePtr quote = cachedQuote(day);
+            QVERIFY2(quote, qPrintable(day));
+            QCOMPARE(quote->assign_date(), day);
+        }
+        QTRY_COMPARE(prefetchAsked.count(), 1);
+        QCOMPARE(prefetchAsked.first().first().toStringList().size(), kBatchDays.size());
+
+        // The next launch shows today from it.
+        closeWindow();
+        openWindow();
+        launch();
+        QCOMPARE(m_launch->quoteText(), cachedQuote(QStringLiteral("2017-03-01"))->content());
     }
 
     void batchFilingRules_data()
@@ -425,6 +475,54 @@ private Q_SLOTS:
         QFile file(todayPath);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), damage);
+    }
+
+    // Whatever stands in place of today's file, the launch reads no more than a small regular
+    // file would hold and never waits on it: anything else counts as damaged, is reported
+    // once and left where it is.
+    void oddFilesForTodayCountAsDamaged_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("a FIFO nobody writes to") << QStringLiteral("fifo");
+        QTest::newRow("a symbolic link to /dev/zero") << QStringLiteral("zero");
+        QTest::newRow("a directory") << QStringLiteral("directory");
+        QTest::newRow("a file of 2 MiB") << QStringLiteral("large");
+    }
+
+    void oddFilesForTodayCountAsDamaged()
+    {
+        QFETCH(QString, kind);
+        OstAPIClient::sharedClient()->setBaseURL(QUrl(QStringLiteral("http://127.0.0.1:%1").arg(ot_unusedLoopbackPort())));
+        QVERIFY(QDir().mkpath(launchQuotesPath()));
+        const QString todayPath = launchQuotesPath() + QStringLiteral("/2017-03-01");
+        if (kind == QLatin1String("fifo")) {
+            QVERIFY(::mkfifo(QFile::encodeName(todayPath).constData(), 0600) == 0);
+        } else if (kind == QLatin1String("zero")) {
+            QVERIFY(QFile::link(QStringLiteral("/dev/zero"), todayPath));
+        } else if (kind == QLatin1String("directory")) {
+            QVERIFY(QDir().mkpath(todayPath));
+        } else {
+            QFile file(todayPath);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            QVERIFY(file.resize(2 * 1024 * 1024));
+        }
+        const QFileInfo before(todayPath);
+
+        QStringList warnings;
+        g_warnings = &warnings;
+        QElapsedTimer clock;
+        clock.start();
+        launch();
+        g_warnings = nullptr;
+        QCOMPARE(warnings.size(), 1);
+        QVERIFY2(warnings.first().contains(todayPath), qPrintable(warnings.first()));
+        checkFixedSentence();
+        const QFileInfo after(todayPath);
+        QCOMPARE(after.isSymLink(), before.isSymLink());
+        QCOMPARE(after.isDir(), before.isDir());
+        QCOMPARE(after.isFile(), before.isFile());
+        if (before.isFile() && !before.isSymLink())
+            QCOMPARE(after.size(), before.size());
     }
 
     void anUnwritableCacheDirectoryIsSurvived()
@@ -678,6 +776,23 @@ private Q_SLOTS:
                  QString::fromLatin1(OstQuoteLaunchViewController::DefaultQuote));
         QCOMPARE(m_launch->imageView()->property("source").toUrl(), QUrl(picture));
         QTRY_COMPARE(m_launch->imageView()->property("status").toInt(), 1); // Image.Ready
+    }
+
+    // A sentence is shown as it was sent: markup in it is text, and a picture it names is
+    // never fetched.
+    void serverTextIsShownAsItWasSent()
+    {
+        HttpFixture pictures;
+        QVERIFY(pictures.listen());
+        launch();
+        const QString sentence = QStringLiteral("<b>Bold</b> &amp; <img src=\"%1/named.png\">").arg(pictures.baseURL());
+        m_launch->renderQuote(makeQuote("2017-03-01", sentence, {}));
+        QCOMPARE(m_launch->quoteLabel()->property("text").toString(), sentence);
+        QVERIFY(showsTextLiterally(m_launch->quoteLabel()));
+        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+        m_view->grabWindow();
+        QTest::qWait(300);
+        QCOMPARE(pictures.requestCount(), 0);
     }
 
     void aLongSentenceGrowsUpwardsAndKeepsItsGapAboveTheLogo()

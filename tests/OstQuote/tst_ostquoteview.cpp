@@ -1,5 +1,7 @@
 #include "OstQuoteView.h"
 #include "RVGradientOverView.h"
+#include "HttpFixture.h"
+#include "TextChecks.h"
 
 #include <OTClock.h>
 #include <OTPalette.h>
@@ -178,6 +180,26 @@ private Q_SLOTS:
         QCOMPARE(textOf(m_page->dateDayLabel()), QStringLiteral("25"));
         QCOMPARE(textOf(m_page->dateMonthYearLabel()), QStringLiteral("Dec. 2019"));
         QCOMPARE(m_page->imageSource(), firstImage);
+    }
+
+    // What the server sent is shown as it was sent: markup and entities in the sentence, the
+    // translation and the author are text, and a picture named in them is never fetched.
+    void serverTextIsShownAsItWasSent()
+    {
+        HttpFixture pictures;
+        QVERIFY(pictures.listen());
+        auto quote = makeQuote("2016-10-01", QStringLiteral("<i>Anon</i> &amp; co"));
+        quote->setContent(QStringLiteral("<b>Bold</b> <img src=\"%1/content.png\">").arg(pictures.baseURL()));
+        quote->setTranslation(QStringLiteral("<u>下划线</u> &lt;<img src=\"%1/t.png\">").arg(pictures.baseURL()));
+        m_page->setQuote(quote);
+        QCOMPARE(textOf(m_page->contentLabel()), quote->content());
+        QCOMPARE(textOf(m_page->translationLabel()), quote->translation());
+        QCOMPARE(textOf(m_page->authorLabel()), QStringLiteral("\u2014 <i>Anon</i> &amp; co"));
+        for (QQuickItem *label : {m_page->contentLabel(), m_page->translationLabel(), m_page->authorLabel()})
+            QVERIFY2(showsTextLiterally(label), qPrintable(textOf(label)));
+        m_view->grabWindow();
+        QTest::qWait(300);
+        QCOMPARE(pictures.requestCount(), 0);
     }
 
     void tapsOnTheBarePictureToggleTheCover()

@@ -4,6 +4,8 @@
 #include "DemoHomeViewController.h"
 #include "DemoHost.h"
 #include "TestServer.h"
+#include "HttpFixture.h"
+#include "TextChecks.h"
 
 #include <OTClock.h>
 #include <OTNavigationController.h>
@@ -280,6 +282,53 @@ private Q_SLOTS:
         QCOMPARE(stages.size(), 3);
         QCOMPARE(navigation->topViewController(), homeScreen);
 
+        delete navigation;
+        OTUserInfoStore::setStorePath(QString());
+    }
+
+    // The stored quote is shown as it was sent: markup is text, and a picture named in it is
+    // never fetched.
+    void homeShowsTheStoredQuoteAsItWasSent()
+    {
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        OTUserInfoStore::setStorePath(home.filePath(QStringLiteral("defaults.cbor")));
+        HttpFixture pictures;
+        QVERIFY(pictures.listen());
+        pictures.respond(404, "{}");
+        // Today's update fails against it; the stored quote stays in view.
+        OstAPIClient::sharedClient()->setBaseURL(QUrl(pictures.baseURL()));
+        auto quote = OstQuotePtr::create();
+        quote->setContent(QStringLiteral("<b>Bold</b> &amp; <img src=\"%1/q.png\">").arg(pictures.baseURL()));
+        quote->setTranslation(QStringLiteral("<i>斜体</i>"));
+        quote->setAuthor(QStringLiteral("<u>Anon</u>"));
+        quote->setAssign_date(QStringLiteral("2017-03-01"));
+        QVERIFY(updateQuote(quote.data()));
+        qmlRegisterType<DemoHomeViewController>("OstQuoteDemo", 1, 0, "DemoHomeViewController");
+
+        QQuickView view;
+        view.setResizeMode(QQuickView::SizeRootObjectToView);
+        view.setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
+        view.resize(375, 667);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        OTNavigationController *navigation = OTNavigationController::create(view.engine(), view.rootObject());
+        QVERIFY(navigation);
+        navigation->setSize(QSizeF(375, 667));
+        DemoHomeViewController *homeScreen = DemoHomeViewController::create(view.engine());
+        QVERIFY(homeScreen);
+        navigation->pushViewController(homeScreen, false);
+        QTRY_COMPARE(homeScreen->state(), DemoHomeViewController::Failed);
+        for (const char *name : {"quoteLabel", "translationLabel", "authorLabel"}) {
+            auto *label = homeScreen->findChild<QQuickItem *>(QString::fromLatin1(name));
+            QVERIFY2(label, name);
+            QVERIFY2(showsTextLiterally(label), qPrintable(label->property("text").toString()));
+        }
+        view.grabWindow();
+        QTest::qWait(300);
+        // One request: today's update. No picture.
+        QCOMPARE(pictures.requestCount(), 1);
+        QVERIFY(pictures.requests().first().startsWith("GET /api/v2/quote/quotes/today/"));
         delete navigation;
         OTUserInfoStore::setStorePath(QString());
     }

@@ -39,6 +39,7 @@ Item {
                 anchors.horizontalCenter: column.horizontalCenter
                 width: Math.min(metrics.advanceWidth + 1, Math.max(120, hud.width - 96))
                 text: hud.text
+                textFormat: Text.PlainText
                 wrapMode: Text.Wrap
                 horizontalAlignment: Text.AlignHCenter
                 font.family: "Noto Sans CJK SC"

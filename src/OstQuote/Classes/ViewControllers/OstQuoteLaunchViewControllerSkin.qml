@@ -60,6 +60,7 @@ OstQuoteLaunchViewController {
         anchors.bottomMargin: 16
         wrapMode: Text.Wrap
         text: screen.quoteText
+        textFormat: Text.PlainText
         font: screen.quoteFont
         color: screen.quoteColor
         lineHeightMode: Text.FixedHeight

@@ -54,6 +54,7 @@ OstQuoteView {
                 anchors.bottomMargin: 10 - (page.contentText.length > 0 ? 0 : content.height)
                 anchors.left: content.left
                 text: page.dayText
+                textFormat: Text.PlainText
                 font.pixelSize: 50
                 color: OTPalette.ostrelGreen
             }
@@ -64,6 +65,7 @@ OstQuoteView {
                 anchors.left: day.right
                 anchors.leftMargin: 5
                 text: page.monthYearText
+                textFormat: Text.PlainText
                 font.pixelSize: 20
                 color: OTPalette.ostrelGreen
             }
@@ -74,6 +76,7 @@ OstQuoteView {
                 anchors.bottom: parent.bottom
                 anchors.bottomMargin: 20
                 text: page.authorText
+                textFormat: Text.PlainText
                 font.pixelSize: 15
                 color: OTPalette.ostrelFontColorWhite
                 style: Text.Outline
@@ -88,6 +91,7 @@ OstQuoteView {
                 anchors.right: parent.right
                 anchors.rightMargin: 15
                 text: page.translationText
+                textFormat: Text.PlainText
                 wrapMode: Text.Wrap
                 font.pixelSize: 15
                 color: OTPalette.ostrelFontColorWhite
@@ -101,6 +105,7 @@ OstQuoteView {
                 anchors.left: translation.left
                 anchors.right: translation.right
                 text: page.contentText
+                textFormat: Text.PlainText
                 wrapMode: Text.Wrap
                 font.pixelSize: 16
                 color: OTPalette.ostrelFontColorWhite
