@@ -3,6 +3,7 @@
 #include "OTSkin.h"
 
 #include <QGuiApplication>
+#include <QThread>
 #include <QPauseAnimation>
 #include <QPropertyAnimation>
 #include <QQmlEngine>
@@ -58,12 +59,25 @@ Global::Global(QObject *parent)
 
 Global *Global::sharedGlobal()
 {
-    static Global *global = new Global;
+    // Made on whichever thread asks first, it lives on the application's thread: messages
+    // are items of a window, which only that thread may touch.
+    static Global *global = [] {
+        auto *made = new Global;
+        if (QCoreApplication *app = QCoreApplication::instance())
+            made->moveToThread(app->thread());
+        return made;
+    }();
     return global;
 }
 
 void Global::showHUB(const QString &text, int status)
 {
+    // Asked from another thread (a notification posted from a worker): shown on ours.
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(this, [this, text, status]() { showHUB(text, status); }, Qt::QueuedConnection);
+        return;
+    }
+
     m_lastText = text;
     m_lastStatus = status;
 

@@ -24,6 +24,8 @@ public:
 
     // Shows `text` over the current window (the focus window, else the last Qt Quick window
     // that showed something). Does nothing but remember the message when there is no window.
+    // May be called from any thread: the message is shown on the application's thread (at
+    // once when called there, else as soon as its event loop runs).
     Q_INVOKABLE void showHUB(const QString &text, int status);
 
     // The message last shown (for hosts that log, and for tests), and its status.

@@ -2,6 +2,7 @@
 
 #include "OstFoundationGlobal.h"
 
+#include <QImage>
 #include <QPointer>
 #include <QQuickItem>
 #include <QtQml/qqmlregistration.h>
@@ -47,6 +48,13 @@ public:
 
     // The QML engine of this screen's scene (its own, or that of an ancestor item), or null.
     QQmlEngine *qmlEngineForScene() const;
+
+    // What the screen shows, drawn now and synchronously: the screen's own items over the
+    // window's background, cut to the screen, in device pixels at the window's pixel ratio
+    // (a 375x667 screen in a window of ratio 2 gives 750x1334 pixels, its devicePixelRatio()
+    // 2). Whatever lies above the screen in its window (a transient message, a host's overlay)
+    // is left out. A null image when the screen is not in a window.
+    QImage renderViewImage();
 
     // Called by the navigation host.
     virtual void viewWillAppear(bool animated);

@@ -7,6 +7,7 @@
 #include <QQuickWindow>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThread>
 
 namespace {
 
@@ -74,6 +75,33 @@ private Q_SLOTS:
     }
 
     // --- The HUD ------------------------------------------------------------------------------
+
+    // First of all, so that the shared object is first asked for from a worker thread: the
+    // message is shown on the GUI thread, in the window, and the worker is never blocked.
+    void aMessageAskedForFromAnotherThreadShowsOnTheGuiThread()
+    {
+        QThread *worker = QThread::create([]() {
+            Global::sharedGlobal()->showHUB(QStringLiteral("From a worker"), 1);
+            // A notification posted there reaches its observer there, which may ask again.
+            OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification);
+        });
+        QObject observer;
+        connect(OTNotificationCenter::defaultCenter(), &OTNotificationCenter::sharedToWeiboSuccess, &observer,
+                []() { Global::sharedGlobal()->showHUB(QStringLiteral("Shared from a worker"), 0); },
+                Qt::DirectConnection);
+        worker->start();
+        QVERIFY(worker->wait(10000));
+        delete worker;
+
+        Global *global = Global::sharedGlobal();
+        QCOMPARE(global->thread(), QCoreApplication::instance()->thread());
+        QTRY_COMPARE(global->lastHUBText(), QStringLiteral("Shared from a worker"));
+        QTRY_VERIFY(global->currentHUB());
+        QCOMPARE(global->currentHUB()->thread(), QCoreApplication::instance()->thread());
+        QCOMPARE(global->currentHUB()->window(), m_view.get());
+        QCOMPARE(hudsIn(m_view.get()).size(), 1);
+        QVERIFY(visibleTexts(global->currentHUB()).contains(QStringLiteral("Shared from a worker")));
+    }
 
     void theMessageShowsThenFadesAway()
     {

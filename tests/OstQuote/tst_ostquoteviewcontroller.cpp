@@ -11,7 +11,11 @@
 #include <OTSocialService.h>
 #include <OstAPIClient.h>
 
+#include <QChildEvent>
 #include <QClipboard>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QThread>
 #include <QFile>
 #include <QGuiApplication>
 #include <QQmlEngine>
@@ -27,6 +31,63 @@ namespace {
 const QDateTime kNow(QDate(2017, 3, 1), QTime(10, 0), Qt::UTC);
 
 } // namespace
+
+// The days the shared client asks for, in the order the requests are made: the replies its
+// network access manager creates, read back once each is built. (The server sees and logs
+// requests on parallel connections in no fixed order.)
+class RequestRecorder : public QObject
+{
+public:
+    explicit RequestRecorder(QNetworkAccessManager *network) { network->installEventFilter(this); }
+
+    QStringList days() const { return m_days; }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::ChildAdded) {
+            // Told while the reply is being made: it is read when it is complete.
+            const QPointer<QObject> child = static_cast<QChildEvent *>(event)->child();
+            const qsizetype slot = m_days.size();
+            m_days.append(QString());
+            QMetaObject::invokeMethod(
+                this,
+                [this, child, slot]() {
+                    static const QRegularExpression day(QStringLiteral("/api/v2/quote/quotes/([^/]+)/"));
+                    auto *reply = qobject_cast<QNetworkReply *>(child.data());
+                    m_days[slot] = reply ? day.match(reply->url().path()).captured(1) : QString();
+                },
+                Qt::QueuedConnection);
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QStringList m_days;
+};
+
+// Stands between the gallery and the viewer, counting how often the gallery asks for its
+// number of pages: once per reload.
+class CountingDataSource : public QObject, public OstQuoteGalleryViewDataSource
+{
+    Q_OBJECT
+    Q_INTERFACES(OstQuoteGalleryViewDataSource)
+public:
+    explicit CountingDataSource(OstQuoteGalleryViewDataSource *target) : m_target(target) {}
+    qint64 numberOfQuotesInGalleryView(OstQuoteGalleryView *galleryView) override
+    {
+        ++reloads;
+        return m_target->numberOfQuotesInGalleryView(galleryView);
+    }
+    OstQuoteView *galleryViewQuoteAtIndex(OstQuoteGalleryView *galleryView, qint64 index) override
+    {
+        return m_target->galleryViewQuoteAtIndex(galleryView, index);
+    }
+    int reloads = 0;
+
+private:
+    OstQuoteGalleryViewDataSource *m_target;
+};
 
 // The viewer on a navigation host in a real window, against the real server on loopback. The
 // server's access log tells which days were asked for; the social service records shares.
@@ -123,6 +184,34 @@ class TestOstQuoteViewController : public QObject
     {
         return !m_viewer->backButton()->isVisible() && !m_viewer->shareButton()->isVisible()
             && m_viewer->ostrelLogo()->isVisible();
+    }
+
+    // The share of pixels of `rect` (all when empty) that differ visibly between two pictures
+    // of one size.
+    static double differingPixels(const QImage &a, const QImage &b, QRect rect = {})
+    {
+        if (a.size() != b.size())
+            return 1.0;
+        if (rect.isEmpty())
+            rect = a.rect();
+        rect &= a.rect();
+        int differing = 0;
+        for (int y = rect.top(); y <= rect.bottom(); ++y) {
+            for (int x = rect.left(); x <= rect.right(); ++x) {
+                const QRgb p = a.pixel(x, y);
+                const QRgb q = b.pixel(x, y);
+                if (qAbs(qRed(p) - qRed(q)) > 24 || qAbs(qGreen(p) - qGreen(q)) > 24 || qAbs(qBlue(p) - qBlue(q)) > 24)
+                    ++differing;
+            }
+        }
+        return double(differing) / double(rect.width() * rect.height());
+    }
+
+    static void saveImage(const QImage &image, const QString &name)
+    {
+        const QByteArray dir = qgetenv("OSTQUOTE_SCREENSHOTS");
+        if (!dir.isEmpty())
+            image.save(QString::fromLocal8Bit(dir) + QLatin1Char('/') + name);
     }
 
     void saveScreenshot(const QString &name)
@@ -257,6 +346,36 @@ private Q_SLOTS:
         QVERIFY(chromeIsNormal());
     }
 
+    void theTodayAnswerReloadsOnceAndLaterAnswersNever()
+    {
+        openViewer();
+        CountingDataSource counting(m_viewer.data());
+        gallery()->setDataSource(&counting);
+        QTRY_VERIFY(gallery()->numberOfQuotes() > 0);
+        QCOMPARE(counting.reloads, 1);
+        // The day before arrives, then a swipe brings two more answers: no reload for any.
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
+        waitForRest();
+        swipe(200, true);
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-27")));
+        QTest::qWait(200);
+        QCOMPARE(counting.reloads, 1);
+        gallery()->setDataSource(m_viewer.data());
+    }
+
+    void aDayAndTheDayBeforeItBothMissingAreAskedOlderFirst()
+    {
+        openViewerOnToday();
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
+        // Forget the day before: landing on it, both it and its older neighbour are missing.
+        m_viewer->setQuotes({{QStringLiteral("2017-03-01"), m_viewer->quotes().value(QStringLiteral("2017-03-01"))}});
+        RequestRecorder recorder(OstAPIClient::sharedClient()->networkAccessManager());
+        swipe(200, true);
+        QCOMPARE(gallery()->currentIndex(), 1);
+        QTRY_COMPARE(recorder.days(), (QStringList{"2017-02-27", "2017-02-28"}));
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
+    }
+
     void calendarCountsFromTheStartDay()
     {
         openViewer();
@@ -313,6 +432,28 @@ private Q_SLOTS:
         QTRY_COMPARE(m_navigation->depth(), 1);
         QVERIFY(!m_navigation->isNavigationBarHidden());
         QTRY_VERIFY(!m_viewer);   // popped screens go away
+    }
+
+    // The bar's change animates whatever the screen was told: pushed and popped without
+    // animation, the bar still slides.
+    void theBarAlwaysAnimates()
+    {
+        QList<qreal> progress;
+        connect(m_navigation, &OTNavigationController::navigationBarHiddenProgressChanged, this,
+                [this, &progress]() { progress.append(m_navigation->navigationBarHiddenProgress()); });
+        openViewer();
+        QVERIFY(m_navigation->isNavigationBarHidden());
+        QVERIFY(m_navigation->navigationBarHiddenProgress() < 1.0);
+        QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 1.0);
+        QVERIFY(std::any_of(progress.cbegin(), progress.cend(), [](qreal p) { return p > 0.0 && p < 1.0; }));
+
+        progress.clear();
+        m_navigation->popViewControllerAnimated(false);
+        QVERIFY(!m_navigation->isNavigationBarHidden());
+        QVERIFY(m_navigation->navigationBarHiddenProgress() > 0.0);
+        QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 0.0);
+        QVERIFY(std::any_of(progress.cbegin(), progress.cend(), [](qreal p) { return p > 0.0 && p < 1.0; }));
+        disconnect(m_navigation, &OTNavigationController::navigationBarHiddenProgressChanged, this, nullptr);
     }
 
     // --- Sharing --------------------------------------------------------------------------
@@ -448,6 +589,70 @@ private Q_SLOTS:
         QTRY_VERIFY(!m_viewer);
         OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification);
         QCOMPARE(messages.count(), 1);
+    }
+
+    void aWeiboShareAnnouncedFromAWorkerThread()
+    {
+        openViewerOnToday();
+        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
+        QThread *worker = QThread::create([]() {
+            OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification);
+        });
+        worker->start();
+        QVERIFY(worker->wait(10000));
+        delete worker;
+        QTRY_COMPARE(messages.count(), 1);
+        QCOMPARE(messages.first().at(0).toString(), QStringLiteral("Shared"));
+        QVERIFY(Global::sharedGlobal()->currentHUB());
+        QCOMPARE(Global::sharedGlobal()->currentHUB()->window(), m_view.get());
+    }
+
+    // The share picture is the screen's own view at the window's pixel ratio, in the share
+    // chrome: logo in, buttons out, the text cover in place, and nothing that lies over the
+    // screen (a message still in view). Run at ratio 1 and, as its own test, at ratio 2.
+    void theSharePictureIsTheScreenAndNothingElse()
+    {
+        openViewerOnToday();
+        OstQuoteView *page = gallery()->currentQuoteView();
+        QTRY_COMPARE(page->backgroundImageView()->property("status").toInt(), 1); // Image.Ready
+        const qreal ratio = m_view->effectiveDevicePixelRatio();
+        const QSize pixels = (QSizeF(375, 667) * ratio).toSize();
+        // The reader has slid the text away and copied the link: "Link copied" is in view.
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, QPoint(187, 160));
+        QTRY_VERIFY(!page->isShowing());
+        m_viewer->shareViewCopyLinkClicked(m_viewer->shareView(), nullptr);
+        QVERIFY(Global::sharedGlobal()->currentHUB());
+        const QImage withMessage = m_view->grabWindow();
+
+        m_viewer->shareViewShareToPlatform(m_viewer->shareView(), 6);
+        QCOMPARE(m_shares->shares.size(), 1);
+        const QImage picture = m_shares->shares.first().image.convertToFormat(QImage::Format_RGB32);
+        QCOMPARE(picture.size(), pixels);
+        QCOMPARE(picture.devicePixelRatio(), ratio);
+
+        // What the screen looks like in the share chrome once the message has gone.
+        QTRY_VERIFY_WITH_TIMEOUT(!Global::sharedGlobal()->currentHUB(), 5000);
+        m_viewer->backButton()->setVisible(false);
+        m_viewer->shareButton()->setVisible(false);
+        m_viewer->ostrelLogo()->setVisible(true);
+        const QImage expected = m_view->grabWindow().convertToFormat(QImage::Format_RGB32);
+        m_viewer->initNavigationBar();
+        const QImage normal = m_view->grabWindow().convertToFormat(QImage::Format_RGB32);
+        QCOMPARE(expected.size(), pixels);
+        saveImage(picture, QStringLiteral("share-picture.png"));
+
+        QCOMPARE(differingPixels(picture, expected), 0.0);
+        // The comparison sees what it is meant to: the chrome and the message show up in it.
+        const auto in = [ratio](QQuickItem *item) {
+            const QRectF r = item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
+            return QRectF(r.topLeft() * ratio, r.size() * ratio).toAlignedRect();
+        };
+        QVERIFY(differingPixels(expected, normal, in(m_viewer->ostrelLogo())) > 0.01);
+        QVERIFY(differingPixels(expected, normal, in(m_viewer->backButton())) > 0.01);
+        const QRect centre(pixels.width() / 3, pixels.height() / 3, pixels.width() / 3, pixels.height() / 3);
+        QVERIFY(differingPixels(expected, withMessage.convertToFormat(QImage::Format_RGB32), centre) > 0.05);
+        // The text cover is in the picture although the reader had slid it away.
+        QCOMPARE(page->coverOffset(), 0.0);
     }
 
     void midSwipeScreenshot()

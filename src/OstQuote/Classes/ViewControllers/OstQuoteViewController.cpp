@@ -261,18 +261,8 @@ QImage OstQuoteViewController::screenShotOfCurrentQuoteView()
             page->showCoverViewWithAnimated(false);
     }
 
-    QQuickWindow *quickWindow = window();
-    if (!quickWindow)
-        return QImage();
-    // The window as it looks now, cut to this screen.
-    const QImage whole = quickWindow->grabWindow();
-    const qreal ratio = whole.devicePixelRatio();
-    const QRectF area = mapRectToScene(QRectF(0, 0, width(), height()));
-    const QRect pixels(qRound(area.x() * ratio), qRound(area.y() * ratio), qRound(area.width() * ratio),
-                       qRound(area.height() * ratio));
-    QImage screenshot = whole.copy(pixels);
-    screenshot.setDevicePixelRatio(ratio);
-    return screenshot;
+    // The screen as it looks now, without what lies over it (a message still in view).
+    return renderViewImage();
 }
 
 void OstQuoteViewController::initNavigationBar()
