@@ -739,7 +739,7 @@ void HttpServer::Impl::accept()
     });
 }
 
-// Every so often: hand the access log lines over, and close connections past their deadline.
+// Every so often: close connections past their deadline.
 void HttpServer::Impl::housekeep()
 {
     const auto period = std::clamp<std::chrono::milliseconds>(settings.idleTimeout / 4, std::chrono::milliseconds(20),
@@ -748,7 +748,6 @@ void HttpServer::Impl::housekeep()
     housekeeping.async_wait([this](const error_code &ec) {
         if (ec || stopping)
             return;
-        log.flush();
         const SteadyClock::time_point now = clock().tick();
         {
             std::lock_guard lock(connectionsMutex);
@@ -848,5 +847,4 @@ void HttpServer::stop()
     for (std::thread &thread : d->threads)
         thread.join();
     d->threads.clear();
-    d->log.flush();
 }

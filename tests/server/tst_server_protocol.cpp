@@ -8,6 +8,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <memory>
+#include <vector>
+
 using namespace Qt::StringLiterals;
 
 // HTTP/1.1 as the server speaks it on the wire: connection handling, limits, pipelining,
@@ -36,6 +39,58 @@ class TestServerProtocol : public QObject
         QFile file(m_server->accessLogPath());
         file.open(QIODevice::ReadOnly);
         return QString::fromUtf8(file.readAll());
+    }
+
+    // Sends `total` GETs of `target` over `connections` keep-alive connections at once,
+    // `depth` pipelined on each at a time. Returns how many were answered with a 200; stops
+    // at the first answer that does not come within the client's timeout.
+    static int load(quint16 port, const QByteArray &target, int total, int connections = 4, int depth = 8)
+    {
+        std::vector<std::unique_ptr<RawClient>> clients;
+        for (int i = 0; i < connections; ++i) {
+            clients.push_back(std::make_unique<RawClient>());
+            if (!clients.back()->connectTo(port))
+                return 0;
+        }
+        const QByteArray one = "GET " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
+        int sent = 0;
+        int answered = 0;
+        while (sent < total) {
+            std::vector<int> inFlight(std::size_t(connections), 0);
+            for (int c = 0; c < connections && sent < total; ++c) {
+                inFlight[c] = std::min(depth, total - sent);
+                clients[c]->send(one.repeated(inFlight[c]));
+                sent += inFlight[c];
+            }
+            for (int c = 0; c < connections; ++c) {
+                for (int i = 0; i < inFlight[c]; ++i) {
+                    const std::optional<HttpResponse> response = clients[c]->read();
+                    if (!response)
+                        return answered;
+                    answered += response->status == 200;
+                }
+            }
+        }
+        return answered;
+    }
+
+    // Access log lines for requests whose target contains `marker`.
+    static qsizetype countLines(const QByteArray &log, const QByteArray &marker)
+    {
+        qsizetype count = 0;
+        for (const QByteArray &line : log.split('\n'))
+            count += line.contains(" GET ") && line.contains(marker) && line.endsWith("us");
+        return count;
+    }
+
+    // The sum of the lines the server reported dropped on stderr.
+    static qint64 droppedLines(const QByteArray &errors)
+    {
+        static const QRegularExpression report(uR"(access log.*?(\d+) lines? dropped)"_s);
+        qint64 dropped = 0;
+        for (auto it = report.globalMatch(QString::fromUtf8(errors)); it.hasNext();)
+            dropped += it.next().captured(1).toLongLong();
+        return dropped;
     }
 
 private Q_SLOTS:
@@ -259,6 +314,65 @@ private Q_SLOTS:
         QFile log(server.accessLogPath());
         QVERIFY(log.open(QIODevice::ReadOnly));
         QVERIFY(log.readAll().contains("GET /api/v2/quote/quotes/today/?last=words 200"));
+    }
+
+    // The default log, standard output, into a pipe that nobody reads: requests go on being
+    // answered, and the lines that do not fit are dropped and reported, to the line.
+    void accessLogIntoAStalledPipeNeverHoldsUpRequests()
+    {
+        QTemporaryDir dir;
+        ServerProcess server(dir.path());
+        ServerProcess::Options options;
+        options.logToPipe = true;
+        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+
+        const QByteArray marker = "?stalled=" + QByteArray(1000, 's');   // long lines, to fill any buffer quickly
+        constexpr int Requests = 20000;
+        QCOMPARE(load(server.port(), "/api/v2/quote/quotes/today/" + marker, Requests), Requests);
+        QTRY_VERIFY_WITH_TIMEOUT(droppedLines(server.errorOutput()) > 0, 10000);
+
+        QVERIFY(server.stop());   // gives up on the pipe after a moment
+        const QByteArray written = server.readOutput(10000);
+        const qsizetype lines = countLines(written, marker);
+        QVERIFY(lines > 0);
+        QCOMPARE(lines + droppedLines(server.errorOutput()), Requests);
+    }
+
+    void accessLogFileGetsEveryLineUnderLoad()
+    {
+        QTemporaryDir dir;
+        ServerProcess server(dir.path());
+        QVERIFY2(server.start(), qPrintable(server.errorString()));
+        const auto logged = [&]() {
+            QFile log(server.accessLogPath());
+            return log.open(QIODevice::ReadOnly) ? countLines(log.readAll(), "?load=file") : -1;
+        };
+        constexpr int Requests = 20000;
+        QCOMPARE(load(server.port(), "/api/v2/quote/quotes/2016-10-02/?load=file", Requests), Requests);
+        QTRY_COMPARE_WITH_TIMEOUT(logged(), Requests, 10000);
+        QVERIFY(server.stop());
+        QCOMPARE(logged(), Requests);
+        QCOMPARE(droppedLines(server.errorOutput()), 0);
+    }
+
+    // Lines waiting for a slow reader when the server stops are still written out.
+    void stoppingWritesOutLinesQueuedForASlowReader()
+    {
+        QTemporaryDir dir;
+        ServerProcess server(dir.path());
+        ServerProcess::Options options;
+        options.logToPipe = true;
+        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+
+        // Several times what the pipe holds, well within what the server keeps queued.
+        const QByteArray marker = "?queued=" + QByteArray(200, 'q');
+        constexpr int Requests = 3000;
+        QCOMPARE(load(server.port(), "/api/v2/quote/quotes/today/" + marker, Requests), Requests);
+        server.requestStop();
+        const QByteArray written = server.readOutput(20000);
+        QVERIFY(server.stop());
+        QCOMPARE(countLines(written, marker), Requests);
+        QCOMPARE(droppedLines(server.errorOutput()), 0);
     }
 };
 
