@@ -204,8 +204,6 @@ private Q_SLOTS:
         QTest::newRow("binary") << QByteArray("\x00\x01\x02\xff\xfe\r\n\r\n", 9);
         QTest::newRow("blank lines") << QByteArray("\r\n\r\n\r\n\r\n");
         QTest::newRow("no target") << QByteArray("GET\r\n\r\n");
-        QTest::newRow("unknown version") << QByteArray("GET / HTTP/9.9\r\n\r\n");
-        QTest::newRow("HTTP/2 preface") << QByteArray("PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n");
         QTest::newRow("header without colon") << QByteArray("GET / HTTP/1.1\r\nHost x\r\n\r\n");
         QTest::newRow("NUL in target") << QByteArray("GET /api/\0v2 HTTP/1.1\r\n\r\n", 26);
         QTest::newRow("space in target") << QByteArray("GET /api/ v2/ HTTP/1.1\r\n\r\n");
@@ -236,6 +234,136 @@ private Q_SLOTS:
                     QVERIFY(response->json().object().value("error").isString());
             }
         }
+        verifyStillServing();
+    }
+
+    void absoluteFormTargetsAreRoutedByTheirPath()
+    {
+        RawClient client;
+        QVERIFY(client.connectTo(m_server->port()));
+        client.send("GET http://127.0.0.1/api/v2/quote/quotes/2016-10-01/ HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+        const std::optional<HttpResponse> day = client.read();
+        QVERIFY(day);
+        QCOMPARE(day->status, 200);
+        QCOMPARE(day->json().object().value("assign_date").toString(), u"2016-10-01"_s);
+
+        // The scheme and host are any case; the host in the target wins over the header's.
+        const HttpResponse plain = get(m_server->port(), "/api/v2/quote/quotes/today/");
+        client.send("HEAD HTTP://Quotes.Example:8080/api/v2/quote/quotes/today/?from=proxy HTTP/1.1\r\n"
+                    "Host: other.example\r\n\r\n");
+        const std::optional<HttpResponse> head = client.read(true);
+        QVERIFY(head);
+        QCOMPARE(head->status, 200);
+        QCOMPARE(head->header("Content-Length").toLongLong(), plain.body.size());
+        QCOMPARE(head->header("ETag"), plain.header("ETag"));
+
+        client.send("GET http://127.0.0.1/api/v2/quote/quotes/2016-09-30/ HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"
+                    "GET http://127.0.0.1:1/media/quotes/2016-10-02.jpg HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+        const std::optional<HttpResponse> outside = client.read();
+        const std::optional<HttpResponse> picture = client.read();
+        QVERIFY(outside && picture);
+        QCOMPARE(outside->status, 404);
+        QVERIFY(outside->json().object().value("error").isString());
+        QCOMPARE(picture->status, 200);
+        QCOMPARE(picture->header("Content-Type"), QByteArray("image/jpeg"));
+        QVERIFY(client.isOpen());
+    }
+
+    void laterHttp1VersionsAreServedAsHttp11()
+    {
+        RawClient client;
+        QVERIFY(client.connectTo(m_server->port()));
+        client.send("GET /api/v2/quote/quotes/today/ HTTP/1.2\r\nHost: 127.0.0.1\r\n\r\n"
+                    "GET /api/v2/quote/quotes/2016-10-01/ HTTP/1.9\r\nHost: 127.0.0.1\r\n\r\n");
+        const std::optional<HttpResponse> first = client.read();
+        const std::optional<HttpResponse> second = client.read();
+        QVERIFY(first && second);
+        QCOMPARE(first->statusLine, QByteArray("HTTP/1.1 200 OK"));
+        QCOMPARE(first->json().object().value("assign_date").toString(), u"2016-10-03"_s);
+        QVERIFY(!first->hasHeader("Connection"));   // kept alive, as 1.1 is by default
+        QCOMPARE(second->json().object().value("assign_date").toString(), u"2016-10-01"_s);
+        QVERIFY(!client.waitForClose(500));
+
+        // And held to 1.1's rules.
+        client.send("GET /api/v2/quote/quotes/today/ HTTP/1.2\r\n\r\n");
+        const std::optional<HttpResponse> hostless = client.read();
+        QVERIFY(hostless);
+        QCOMPARE(hostless->status, 400);
+    }
+
+    void requestsAgainstTheProtocolAreRefused_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<bool>("head");
+
+        const QByteArray today = "GET /api/v2/quote/quotes/today/ ";
+        // A request hidden in a body that the server cannot frame must never be answered.
+        const QByteArray smuggled = "GET /api/v2/quote/quotes/2016-10-01/ HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
+        const QByteArray chunkedSmuggled = QByteArray::number(smuggled.size(), 16) + "\r\n" + smuggled + "\r\n0\r\n\r\n";
+
+        QTest::newRow("HTTP/1.1 without Host") << today + "HTTP/1.1\r\nAccept: */*\r\n\r\n" << 400 << false;
+        QTest::newRow("HEAD without Host") << QByteArray("HEAD /api/v2/quote/quotes/today/ HTTP/1.1\r\n\r\n") << 400 << true;
+        QTest::newRow("absolute form without Host")
+            << QByteArray("GET http://127.0.0.1/api/v2/quote/quotes/today/ HTTP/1.1\r\n\r\n") << 400 << false;
+        QTest::newRow("two Host headers") << todayRequest("Host: 127.0.0.1\r\n") << 400 << false;
+        QTest::newRow("two Host headers, HTTP/1.0")
+            << today + "HTTP/1.0\r\nHost: a.example\r\nHost: b.example\r\n\r\n" << 400 << false;
+        QTest::newRow("Host with a path") << today + "HTTP/1.1\r\nHost: 127.0.0.1/api\r\n\r\n" << 400 << false;
+        QTest::newRow("Host with user info") << today + "HTTP/1.1\r\nHost: me@127.0.0.1\r\n\r\n" << 400 << false;
+        QTest::newRow("absolute form, empty host")
+            << QByteArray("GET http:///api/v2/quote/quotes/today/ HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n") << 400 << false;
+        QTest::newRow("relative target")
+            << QByteArray("GET api/v2/quote/quotes/today/ HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n") << 400 << false;
+
+        QTest::newRow("gzip body") << todayRequest("Transfer-Encoding: gzip\r\n") + smuggled << 501 << false;
+        QTest::newRow("gzip, chunked")
+            << todayRequest("Transfer-Encoding: gzip, chunked\r\n") + chunkedSmuggled << 501 << false;
+        QTest::newRow("chunked, gzip")
+            << todayRequest("Transfer-Encoding: chunked, gzip\r\n") + smuggled << 501 << false;
+        QTest::newRow("gzip and chunked on two lines")
+            << todayRequest("Transfer-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n") + chunkedSmuggled << 501
+            << false;
+        QTest::newRow("deflate with a length")
+            << todayRequest("Transfer-Encoding: deflate\r\nContent-Length: " + QByteArray::number(smuggled.size())
+                            + "\r\n")
+                   + smuggled
+            << 501 << false;
+        QTest::newRow("HEAD, gzip")
+            << "HEAD /api/v2/quote/quotes/today/ HTTP/1.1\r\nHost: 127.0.0.1\r\nTransfer-Encoding: gzip\r\n\r\n"
+                   + smuggled
+            << 501 << true;
+        QTest::newRow("chunked twice")
+            << todayRequest("Transfer-Encoding: chunked, chunked\r\n") + chunkedSmuggled << 400 << false;
+        QTest::newRow("empty coding") << todayRequest("Transfer-Encoding: \r\n") + smuggled << 400 << false;
+        QTest::newRow("chunked in HTTP/1.0")
+            << today + "HTTP/1.0\r\nTransfer-Encoding: chunked\r\n\r\n" + chunkedSmuggled << 400 << false;
+
+        QTest::newRow("HTTP/2.0") << QByteArray("PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n") << 505 << false;
+        QTest::newRow("HTTP/9.9") << today + "HTTP/9.9\r\nHost: 127.0.0.1\r\n\r\n" << 505 << false;
+        QTest::newRow("HTTP/0.9") << today + "HTTP/0.9\r\n\r\n" << 505 << false;
+    }
+
+    // Each is refused with a JSON error, and the connection closes after it: nothing after
+    // the head is read as another request.
+    void requestsAgainstTheProtocolAreRefused()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, status);
+        QFETCH(bool, head);
+        RawClient client;
+        QVERIFY(client.connectTo(m_server->port()));
+        client.send(bytes);
+        const std::optional<HttpResponse> response = client.read(head);
+        QVERIFY(response);
+        QCOMPARE(response->status, status);
+        QCOMPARE(response->header("Connection"), QByteArray("close"));
+        if (head)
+            QVERIFY(response->body.isEmpty());
+        else
+            QVERIFY2(response->json().object().value("error").isString(), response->body.constData());
+        QVERIFY(client.waitForClose(5000));
+        QVERIFY2(client.pending().isEmpty(), client.pending().constData());
         verifyStillServing();
     }
 
