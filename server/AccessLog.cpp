@@ -193,7 +193,8 @@ bool AccessLog::Shared::writeOut(std::string_view rest)
                 dropped.fetch_add(countLines(rest), std::memory_order_relaxed);
                 return false;
             }
-            const auto wait = std::chrono::ceil<std::chrono::milliseconds>(std::min<SteadyClock::duration>(WaitSlice, until - now));
+            const auto wait =
+                std::chrono::ceil<std::chrono::milliseconds>(std::min<SteadyClock::duration>(WaitSlice, until - now));
             pollfd writable{fd, POLLOUT, 0};
             const int ready = ::poll(&writable, 1, int(wait.count()));
             if (ready <= 0) {

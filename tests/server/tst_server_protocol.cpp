@@ -303,7 +303,8 @@ private Q_SLOTS:
         const QByteArray chunkedSmuggled = QByteArray::number(smuggled.size(), 16) + "\r\n" + smuggled + "\r\n0\r\n\r\n";
 
         QTest::newRow("HTTP/1.1 without Host") << today + "HTTP/1.1\r\nAccept: */*\r\n\r\n" << 400 << false;
-        QTest::newRow("HEAD without Host") << QByteArray("HEAD /api/v2/quote/quotes/today/ HTTP/1.1\r\n\r\n") << 400 << true;
+        QTest::newRow("HEAD without Host")
+            << QByteArray("HEAD /api/v2/quote/quotes/today/ HTTP/1.1\r\n\r\n") << 400 << true;
         QTest::newRow("absolute form without Host")
             << QByteArray("GET http://127.0.0.1/api/v2/quote/quotes/today/ HTTP/1.1\r\n\r\n") << 400 << false;
         QTest::newRow("two Host headers") << todayRequest("Host: 127.0.0.1\r\n") << 400 << false;
