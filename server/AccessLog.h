@@ -2,19 +2,27 @@
 
 #include <QString>
 
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <string_view>
-#include <vector>
+#include <thread>
 
-// The access log: one line per request, written to stdout or appended to a file. Each
-// thread collects its lines in a buffer of its own and hands them over in large writes:
-// when the buffer fills, and whenever flush() is called (every ~200 ms by the server, and
-// on shutdown), so logging costs no system call per request.
+// The access log: one line per request, written to stdout or appended to a file by a
+// thread of its own, so that a reader that falls behind (a pipe nobody drains, a stalled
+// disk) never holds up a request.
+//
+// Each network thread collects its lines in a buffer of its own, so logging costs no system
+// call per request, and hands the buffer to the writer through a bounded queue when it
+// fills; the writer also collects what the buffers hold every ~200 ms. When the queue is
+// full the lines are dropped and counted, and the count goes to stderr, at most once a
+// minute. On close the writer writes out what is queued, waiting a bounded time for a slow
+// reader.
 class AccessLog
 {
     struct Buffer;
+    struct Shared;
 
 public:
     AccessLog();
@@ -22,12 +30,12 @@ public:
     AccessLog(const AccessLog &) = delete;
     AccessLog &operator=(const AccessLog &) = delete;
 
-    // "-" (or empty) for stdout, else a file opened for appending. False, with the reason
-    // in *error, when the file cannot be opened.
+    // "-" (or empty) for stdout, else a file opened for appending, and starts the writer.
+    // False, with the reason in *error, when the file cannot be opened.
     bool open(const QString &target, QString *error);
 
     // Appends one line to the calling thread's buffer: write the text (newline included)
-    // into text() while the Line lives.
+    // into text() while the Line lives. Never waits for the writer.
     class Line
     {
     public:
@@ -43,16 +51,19 @@ public:
         std::unique_lock<std::mutex> m_lock;
     };
 
-    // Writes out every thread's buffered lines.
-    void flush();
+    // Hands every thread's buffered lines to the writer, lets it write out everything
+    // queued and stops it. A reader that takes
+    // longer than `timeout` costs the lines it has not taken (counted and reported); close()
+    // itself returns soon after `timeout` whatever the reader does. Lines logged afterwards
+    // are dropped. The destructor closes with the default timeout.
+    void close(std::chrono::milliseconds timeout = std::chrono::seconds(3));
+
+    // Lines dropped so far.
+    std::uint64_t droppedLines() const;
 
 private:
     Buffer &threadBuffer();
-    void write(std::string_view lines);
 
-    std::mutex m_writeMutex;
-    int m_fd = 1;
-    bool m_ownsFd = false;
-    std::mutex m_buffersMutex;
-    std::vector<std::unique_ptr<Buffer>> m_buffers;
+    std::shared_ptr<Shared> d;   // shared with the writer thread, which may outlive the log
+    std::thread m_writer;
 };

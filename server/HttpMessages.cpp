@@ -21,6 +21,7 @@ std::string_view reasonPhrase(int status)
     case 500: return "Internal Server Error";
     case 501: return "Not Implemented";
     case 503: return "Service Unavailable";
+    case 505: return "HTTP Version Not Supported";
     default: return "Unknown";
     }
 }

@@ -15,6 +15,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
+#include <boost/beast/core/string.hpp>
 #include <boost/beast/http/basic_parser.hpp>
 #include <boost/beast/http/error.hpp>
 
@@ -69,6 +70,41 @@ void appendSanitized(std::string &out, std::string_view text)
     }
 }
 
+// A Host value (or the authority of an absolute URL): host and port, in the characters a
+// URI allows there (no user info, path or space).
+bool isValidHost(std::string_view host)
+{
+    static constexpr std::string_view allowed = "-._~%!$&'()*+,;=:[]";
+    return std::all_of(host.begin(), host.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')
+               || allowed.find(c) != std::string_view::npos;
+    });
+}
+
+// The path of a request target without its query: from the origin form (/path?query), or
+// from the absolute form (http://host/path?query) that proxies send and servers must take
+// too. Nullopt when the target is neither.
+std::optional<std::string_view> targetPath(std::string_view target)
+{
+    if (target.empty() || target.front() != '/') {
+        const std::size_t schemeEnd = target.find("://");
+        if (schemeEnd == std::string_view::npos)
+            return std::nullopt;
+        const std::string_view scheme = target.substr(0, schemeEnd);
+        if (!boost::beast::iequals(scheme, "http") && !boost::beast::iequals(scheme, "https"))
+            return std::nullopt;
+        target.remove_prefix(schemeEnd + 3);
+        const std::size_t authorityEnd = std::min(target.find_first_of("/?#"), target.size());
+        const std::string_view authority = target.substr(0, authorityEnd);
+        if (authority.empty() || authority.front() == ':' || !isValidHost(authority))
+            return std::nullopt;   // an http URL needs a host
+        target.remove_prefix(authorityEnd);
+        if (target.empty() || target.front() != '/')
+            return std::string_view("/");   // http://host and http://host?query name the root
+    }
+    return target.substr(0, target.find('?'));
+}
+
 // "Now" for one network thread, read from the foundation's clock once a second: the Date
 // line, the seconds used for max-age, and the access log's time stamp.
 class ThreadClock
@@ -117,6 +153,14 @@ struct RequestInfo
     std::string target;
     std::string ifNoneMatch;
     int version = 11;
+    int hostFields = 0;
+    bool validHost = true;
+    bool transferEncoding = false;   // a Transfer-Encoding field came
+    int chunkedCodings = 0;
+    bool unknownCoding = false;
+    // Set when the request is refused before its body: the status and the reason.
+    int refusal = 0;
+    const char *refusalReason = "";
 
     void clear()
     {
@@ -125,6 +169,13 @@ struct RequestInfo
         target.clear();
         ifNoneMatch.clear();
         version = 11;
+        hostFields = 0;
+        validHost = true;
+        transferEncoding = false;
+        chunkedCodings = 0;
+        unknownCoding = false;
+        refusal = 0;
+        refusalReason = "";
     }
 };
 
@@ -140,24 +191,74 @@ public:
     }
 
 private:
+    // Stops the parser: the request is answered with `status` and the connection closes,
+    // since what follows the head cannot be told apart from a next request.
+    void refuse(int status, const char *reason, error_code &ec)
+    {
+        m_info.refusal = status;
+        m_info.refusalReason = reason;
+        ec = http::error::bad_value;
+    }
+
     void on_request_impl(http::verb method, std::string_view methodText, std::string_view target, int version,
-                         error_code &) override
+                         error_code &ec) override
     {
         m_info.method = method;
         m_info.methodText.assign(methodText);
         m_info.target.assign(target);
         m_info.version = version;
+        if ((method == http::verb::get || method == http::verb::head) && !targetPath(target))
+            refuse(400, "the request target is neither a path nor an http URL", ec);
     }
     void on_response_impl(int, std::string_view, int, error_code &ec) override { ec = http::error::bad_version; }
     void on_field_impl(http::field name, std::string_view, std::string_view value, error_code &) override
     {
-        if (name == http::field::if_none_match) {
+        switch (name) {
+        case http::field::if_none_match:
             if (!m_info.ifNoneMatch.empty())
                 m_info.ifNoneMatch += ", ";
             m_info.ifNoneMatch.append(value);
+            break;
+        case http::field::host:
+            ++m_info.hostFields;
+            m_info.validHost = m_info.validHost && isValidHost(value);
+            break;
+        case http::field::transfer_encoding:
+            // A list of codings, each perhaps with parameters; empty elements are allowed.
+            m_info.transferEncoding = true;
+            while (!value.empty()) {
+                const std::size_t comma = std::min(value.find(','), value.size());
+                std::string_view coding = value.substr(0, std::min(value.find(';'), comma));
+                value.remove_prefix(std::min(comma + 1, value.size()));
+                while (!coding.empty() && (coding.front() == ' ' || coding.front() == '\t'))
+                    coding.remove_prefix(1);
+                while (!coding.empty() && (coding.back() == ' ' || coding.back() == '\t'))
+                    coding.remove_suffix(1);
+                if (boost::beast::iequals(coding, "chunked"))
+                    ++m_info.chunkedCodings;
+                else if (!coding.empty())
+                    m_info.unknownCoding = true;
+            }
+            break;
+        default:
+            break;
         }
     }
-    void on_header_impl(error_code &) override {}
+    void on_header_impl(error_code &ec) override
+    {
+        if (m_info.hostFields > 1)
+            refuse(400, "the request has more than one Host header", ec);
+        else if (m_info.hostFields == 0 && m_info.version >= 11)
+            refuse(400, "an HTTP/1.1 request needs a Host header", ec);
+        else if (!m_info.validHost)
+            refuse(400, "the Host header is not a host name", ec);
+        else if (m_info.transferEncoding && m_info.version < 11)
+            refuse(400, "an HTTP/1.0 request cannot have a Transfer-Encoding", ec);
+        else if (m_info.unknownCoding)
+            refuse(501, "chunked is the only transfer coding supported", ec);
+        else if (m_info.transferEncoding && m_info.chunkedCodings != 1)
+            refuse(400, "the Transfer-Encoding is not valid", ec);
+    }
     void on_body_init_impl(const boost::optional<std::uint64_t> &, error_code &) override {}
     // Bodies are read and dropped: nothing here takes one.
     std::size_t on_body_impl(std::string_view body, error_code &) override { return body.size(); }
@@ -372,6 +473,13 @@ private:
             if (!m_parser) {
                 m_request.clear();
                 m_parser.emplace(m_request);
+                m_versionChecked = false;
+            }
+            if (!m_versionChecked && !checkVersion()) {
+                m_parser.reset();
+                replyError(505, QStringLiteral("only HTTP/1.x is supported"), {}, false,
+                           m_request.method == http::verb::head);
+                break;
             }
             error_code ec;
             const std::size_t used = m_parser->put(asio::buffer(m_in.data() + m_inStart, m_inEnd - m_inStart), ec);
@@ -380,7 +488,10 @@ private:
                 break;
             if (ec) {
                 m_parser.reset();
-                if (ec == http::error::header_limit)
+                if (m_request.refusal)
+                    replyError(m_request.refusal, QString::fromLatin1(m_request.refusalReason), {}, false,
+                               m_request.method == http::verb::head);
+                else if (ec == http::error::header_limit)
                     replyError(431, QStringLiteral("the request header is too large"), {}, false);
                 else if (ec == http::error::body_limit)
                     replyError(413, QStringLiteral("the request body is too large"), {}, false);
@@ -395,6 +506,40 @@ private:
             }
         }
         finishInput();
+    }
+
+    // The parser takes HTTP/1.0 and 1.1 only. A later 1.x is served as 1.1, which it must be
+    // compatible with, by rewriting its version in the input; another major version is
+    // refused (false). Looks at the request line once it is complete; anything it cannot
+    // make out is left to the parser.
+    bool checkVersion()
+    {
+        const std::string_view input(m_in.data() + m_inStart, m_inEnd - m_inStart);
+        const std::size_t newline = input.find('\n');
+        if (newline == std::string_view::npos)
+            return true;   // not yet
+        m_versionChecked = true;
+        std::string_view line = input.substr(0, newline);
+        if (!line.empty() && line.back() == '\r')
+            line.remove_suffix(1);
+        const std::size_t space = line.rfind(' ');
+        if (space == std::string_view::npos)
+            return true;
+        const std::string_view version = line.substr(space + 1);
+        const auto digit = [](char c) { return c >= '0' && c <= '9'; };
+        if (version.size() != 8 || version.substr(0, 5) != "HTTP/" || !digit(version[5]) || version[6] != '.'
+            || !digit(version[7]))
+            return true;
+        if (version[5] == '1') {
+            if (version[7] > '1')
+                m_in[std::size_t(version.data() + 7 - m_in.data())] = '1';
+            return true;
+        }
+        const std::string_view method = line.substr(0, line.find(' '));
+        m_request.methodText.assign(method);
+        m_request.method = http::string_to_verb(method);
+        m_request.target.assign(line.substr(method.size() + 1, space - std::min(space, method.size() + 1)));
+        return false;
     }
 
     void finishInput()
@@ -416,8 +561,7 @@ private:
             replyError(405, QStringLiteral("only GET and HEAD are supported"), "Allow: GET, HEAD\r\n", keepAlive);
             return;
         }
-        const std::string_view target = m_request.target;
-        const std::string_view path = target.substr(0, target.find('?'));
+        const std::string_view path = targetPath(m_request.target).value_or(std::string_view());
         const std::shared_ptr<const SnapshotPtr> &held = m_server.snapshot();
         const Snapshot *snapshot = held->get();
         const Resource *resource = snapshot ? snapshot->find(path) : nullptr;
@@ -657,6 +801,7 @@ private:
     std::size_t m_inEnd = 0;
     RequestInfo m_request;
     std::optional<RequestParser> m_parser;
+    bool m_versionChecked = false;
     std::optional<Pending> m_pending;
 
     std::vector<Reply> m_replies;
@@ -739,7 +884,7 @@ void HttpServer::Impl::accept()
     });
 }
 
-// Every so often: hand the access log lines over, and close connections past their deadline.
+// Every so often: close connections past their deadline.
 void HttpServer::Impl::housekeep()
 {
     const auto period = std::clamp<std::chrono::milliseconds>(settings.idleTimeout / 4, std::chrono::milliseconds(20),
@@ -748,7 +893,6 @@ void HttpServer::Impl::housekeep()
     housekeeping.async_wait([this](const error_code &ec) {
         if (ec || stopping)
             return;
-        log.flush();
         const SteadyClock::time_point now = clock().tick();
         {
             std::lock_guard lock(connectionsMutex);
@@ -848,5 +992,4 @@ void HttpServer::stop()
     for (std::thread &thread : d->threads)
         thread.join();
     d->threads.clear();
-    d->log.flush();
 }

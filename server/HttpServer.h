@@ -40,7 +40,8 @@ public:
 
     // Starts the network threads.
     void start();
-    // Closes every connection, stops the threads and flushes the access log.
+    // Closes every connection and stops the threads (the access log writes out their lines
+    // when it closes).
     void stop();
 
     class Impl;

@@ -80,6 +80,7 @@ int serve(const ServerOptions &options, QuoteDatabase &database)
     signalWaiter.join();
     server.stop();
     pictures.shutdown();
+    log.close();   // writes out what is queued, waiting a few seconds at most for its reader
     return status;
 }
 

@@ -8,8 +8,12 @@
 #include <QProcessEnvironment>
 #include <QRegularExpression>
 
+#include <cerrno>
 #include <csignal>
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -24,10 +28,33 @@ QProcessEnvironment serverEnvironment(const QString &now, const QString &timeZon
     return env;
 }
 
-// A server outlives no test: should the test crash, the kernel stops the server too.
-void stopWithParent(QProcess &process)
+// A server outlives no test: should the test crash, the kernel stops the server too. With
+// `standardOutput`, the child writes its standard output there instead.
+void stopWithParent(QProcess &process, int standardOutput = -1)
 {
-    process.setChildProcessModifier([]() { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+    process.setChildProcessModifier([standardOutput]() {
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (standardOutput >= 0)
+            ::dup2(standardOutput, STDOUT_FILENO);
+    });
+}
+
+// Reads what `fd` holds into `out`, waiting up to `timeoutMs` for something to arrive.
+// False at the end of the stream (or on an error).
+bool readSome(int fd, QByteArray &out, int timeoutMs)
+{
+    pollfd readable{fd, POLLIN, 0};
+    const int ready = ::poll(&readable, 1, std::max(0, timeoutMs));
+    if (ready < 0)
+        return errno == EINTR;
+    if (ready == 0)
+        return true;
+    char buffer[64 * 1024];
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0)
+        return errno == EINTR || errno == EAGAIN;
+    out.append(buffer, n);
+    return n > 0;
 }
 
 } // namespace
@@ -40,6 +67,8 @@ ServerProcess::ServerProcess(const QString &directory)
 ServerProcess::~ServerProcess()
 {
     stop();
+    if (m_outputFd >= 0)
+        ::close(m_outputFd);
 }
 
 QString ServerProcess::accessLogPath() const
@@ -50,6 +79,10 @@ QString ServerProcess::accessLogPath() const
 bool ServerProcess::start(const Options &options)
 {
     stop();
+    if (m_outputFd >= 0)
+        ::close(m_outputFd);
+    m_outputFd = -1;
+    m_output.clear();
     m_databaseURL = options.database.isEmpty()
                         ? QStringLiteral("sqlite:") + QDir(m_directory).filePath(QStringLiteral("quotes.sqlite"))
                         : options.database;
@@ -59,13 +92,25 @@ bool ServerProcess::start(const Options &options)
     m_process->setProcessChannelMode(QProcess::SeparateChannels);
     stopWithParent(*m_process);
     m_process->setStandardErrorFile(QDir(m_directory).filePath(QStringLiteral("server.err")), QIODevice::Append);
+    int outputPipe[2] = {-1, -1};
+    if (options.logToPipe) {
+        if (::pipe2(outputPipe, O_CLOEXEC) != 0) {
+            m_error = QStringLiteral("no pipe for the server's output");
+            return false;
+        }
+        m_outputFd = outputPipe[0];
+        m_process->setStandardOutputFile(QProcess::nullDevice());
+    }
+    stopWithParent(*m_process, outputPipe[1]);
     QStringList arguments{QStringLiteral("--host"), QStringLiteral("127.0.0.1"), QStringLiteral("--port"),
                           QStringLiteral("0"), QStringLiteral("--database"), m_databaseURL,
                           QStringLiteral("--time-zone"), options.timeZone, QStringLiteral("--access-log"),
-                          accessLogPath()};
+                          options.logToPipe ? QStringLiteral("-") : accessLogPath()};
     arguments += options.arguments;
     m_sinceStart.start();
     m_process->start(QStringLiteral(OSTQUOTE_SERVER_PATH), arguments);
+    if (outputPipe[1] >= 0)
+        ::close(outputPipe[1]);   // the server holds the writing end now
     if (!m_process->waitForStarted(5000)) {
         m_error = m_process->errorString();
         return false;
@@ -74,12 +119,17 @@ bool ServerProcess::start(const Options &options)
     QByteArray output;
     const QDeadlineTimer deadline(20000);
     while (!deadline.hasExpired() && m_process->state() == QProcess::Running) {
-        m_process->waitForReadyRead(50);
-        output += m_process->readAllStandardOutput();
+        if (m_outputFd >= 0) {
+            readSome(m_outputFd, output, 50);
+        } else {
+            m_process->waitForReadyRead(50);
+            output += m_process->readAllStandardOutput();
+        }
         const QRegularExpressionMatch match = listening.match(QString::fromUtf8(output));
         if (match.hasMatch()) {
             m_baseURL = match.captured(1);
             m_port = quint16(match.captured(2).toUInt());
+            m_output = output.mid(match.capturedLength(0));
             return true;
         }
     }
@@ -106,6 +156,29 @@ bool ServerProcess::stop()
     clean = clean && m_process->exitStatus() == QProcess::NormalExit && m_process->exitCode() == 0;
     m_process.reset();
     return clean;
+}
+
+void ServerProcess::requestStop()
+{
+    if (m_process && m_process->state() == QProcess::Running)
+        m_process->terminate();
+}
+
+QByteArray ServerProcess::readOutput(int timeoutMs)
+{
+    QByteArray output = std::exchange(m_output, {});
+    if (m_outputFd < 0)
+        return output;
+    const QDeadlineTimer deadline(timeoutMs);
+    while (!deadline.hasExpired() && readSome(m_outputFd, output, int(deadline.remainingTime()))) {
+    }
+    return output;
+}
+
+QByteArray ServerProcess::errorOutput() const
+{
+    QFile err(QDir(m_directory).filePath(QStringLiteral("server.err")));
+    return err.open(QIODevice::ReadOnly) ? err.readAll() : QByteArray();
 }
 
 ServerRun runServer(const QStringList &arguments, const QString &now, const QString &timeZone, const QString &dataHome)

@@ -25,6 +25,9 @@ public:
         QString timeZone = QStringLiteral("Asia/Shanghai");
         QString database;          // empty: sqlite:<directory>/quotes.sqlite
         QStringList arguments;     // more options
+        // The access log on the server's standard output (--access-log -), which is then a
+        // pipe that the test reads only through readOutput(); else a file in the directory.
+        bool logToPipe = false;
     };
 
     explicit ServerProcess(const QString &directory);
@@ -36,6 +39,14 @@ public:
     bool start() { return start(Options()); }
     // SIGTERM, then waits for a clean exit. False when it did not exit cleanly.
     bool stop();
+    // SIGTERM without waiting: stop() then collects the exit.
+    void requestStop();
+
+    // With logToPipe: what the server wrote to its standard output after the "listening
+    // on" line, read until the server's end of the pipe closes or `timeoutMs` passes.
+    QByteArray readOutput(int timeoutMs);
+    // Everything the server wrote to its standard error so far.
+    QByteArray errorOutput() const;
 
     quint16 port() const { return m_port; }
     QString baseURL() const { return m_baseURL; }
@@ -54,6 +65,8 @@ private:
     QString m_baseURL;
     QString m_databaseURL;
     QString m_error;
+    int m_outputFd = -1;       // the reading end of the server's standard output, with logToPipe
+    QByteArray m_output;       // read from it and not yet handed out
 };
 
 // Runs the binary to completion (for export and command-line errors).

@@ -8,6 +8,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <memory>
+#include <vector>
+
 using namespace Qt::StringLiterals;
 
 // HTTP/1.1 as the server speaks it on the wire: connection handling, limits, pipelining,
@@ -36,6 +39,58 @@ class TestServerProtocol : public QObject
         QFile file(m_server->accessLogPath());
         file.open(QIODevice::ReadOnly);
         return QString::fromUtf8(file.readAll());
+    }
+
+    // Sends `total` GETs of `target` over `connections` keep-alive connections at once,
+    // `depth` pipelined on each at a time. Returns how many were answered with a 200; stops
+    // at the first answer that does not come within the client's timeout.
+    static int load(quint16 port, const QByteArray &target, int total, int connections = 4, int depth = 8)
+    {
+        std::vector<std::unique_ptr<RawClient>> clients;
+        for (int i = 0; i < connections; ++i) {
+            clients.push_back(std::make_unique<RawClient>());
+            if (!clients.back()->connectTo(port))
+                return 0;
+        }
+        const QByteArray one = "GET " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
+        int sent = 0;
+        int answered = 0;
+        while (sent < total) {
+            std::vector<int> inFlight(std::size_t(connections), 0);
+            for (int c = 0; c < connections && sent < total; ++c) {
+                inFlight[c] = std::min(depth, total - sent);
+                clients[c]->send(one.repeated(inFlight[c]));
+                sent += inFlight[c];
+            }
+            for (int c = 0; c < connections; ++c) {
+                for (int i = 0; i < inFlight[c]; ++i) {
+                    const std::optional<HttpResponse> response = clients[c]->read();
+                    if (!response)
+                        return answered;
+                    answered += response->status == 200;
+                }
+            }
+        }
+        return answered;
+    }
+
+    // Access log lines for requests whose target contains `marker`.
+    static qsizetype countLines(const QByteArray &log, const QByteArray &marker)
+    {
+        qsizetype count = 0;
+        for (const QByteArray &line : log.split('\n'))
+            count += line.contains(" GET ") && line.contains(marker) && line.endsWith("us");
+        return count;
+    }
+
+    // The sum of the lines the server reported dropped on stderr.
+    static qint64 droppedLines(const QByteArray &errors)
+    {
+        static const QRegularExpression report(uR"(access log.*?(\d+) lines? dropped)"_s);
+        qint64 dropped = 0;
+        for (auto it = report.globalMatch(QString::fromUtf8(errors)); it.hasNext();)
+            dropped += it.next().captured(1).toLongLong();
+        return dropped;
     }
 
 private Q_SLOTS:
@@ -149,8 +204,6 @@ private Q_SLOTS:
         QTest::newRow("binary") << QByteArray("\x00\x01\x02\xff\xfe\r\n\r\n", 9);
         QTest::newRow("blank lines") << QByteArray("\r\n\r\n\r\n\r\n");
         QTest::newRow("no target") << QByteArray("GET\r\n\r\n");
-        QTest::newRow("unknown version") << QByteArray("GET / HTTP/9.9\r\n\r\n");
-        QTest::newRow("HTTP/2 preface") << QByteArray("PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n");
         QTest::newRow("header without colon") << QByteArray("GET / HTTP/1.1\r\nHost x\r\n\r\n");
         QTest::newRow("NUL in target") << QByteArray("GET /api/\0v2 HTTP/1.1\r\n\r\n", 26);
         QTest::newRow("space in target") << QByteArray("GET /api/ v2/ HTTP/1.1\r\n\r\n");
@@ -181,6 +234,137 @@ private Q_SLOTS:
                     QVERIFY(response->json().object().value("error").isString());
             }
         }
+        verifyStillServing();
+    }
+
+    void absoluteFormTargetsAreRoutedByTheirPath()
+    {
+        RawClient client;
+        QVERIFY(client.connectTo(m_server->port()));
+        client.send("GET http://127.0.0.1/api/v2/quote/quotes/2016-10-01/ HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+        const std::optional<HttpResponse> day = client.read();
+        QVERIFY(day);
+        QCOMPARE(day->status, 200);
+        QCOMPARE(day->json().object().value("assign_date").toString(), u"2016-10-01"_s);
+
+        // The scheme and host are any case; the host in the target wins over the header's.
+        const HttpResponse plain = get(m_server->port(), "/api/v2/quote/quotes/today/");
+        client.send("HEAD HTTP://Quotes.Example:8080/api/v2/quote/quotes/today/?from=proxy HTTP/1.1\r\n"
+                    "Host: other.example\r\n\r\n");
+        const std::optional<HttpResponse> head = client.read(true);
+        QVERIFY(head);
+        QCOMPARE(head->status, 200);
+        QCOMPARE(head->header("Content-Length").toLongLong(), plain.body.size());
+        QCOMPARE(head->header("ETag"), plain.header("ETag"));
+
+        client.send("GET http://127.0.0.1/api/v2/quote/quotes/2016-09-30/ HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"
+                    "GET http://127.0.0.1:1/media/quotes/2016-10-02.jpg HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+        const std::optional<HttpResponse> outside = client.read();
+        const std::optional<HttpResponse> picture = client.read();
+        QVERIFY(outside && picture);
+        QCOMPARE(outside->status, 404);
+        QVERIFY(outside->json().object().value("error").isString());
+        QCOMPARE(picture->status, 200);
+        QCOMPARE(picture->header("Content-Type"), QByteArray("image/jpeg"));
+        QVERIFY(client.isOpen());
+    }
+
+    void laterHttp1VersionsAreServedAsHttp11()
+    {
+        RawClient client;
+        QVERIFY(client.connectTo(m_server->port()));
+        client.send("GET /api/v2/quote/quotes/today/ HTTP/1.2\r\nHost: 127.0.0.1\r\n\r\n"
+                    "GET /api/v2/quote/quotes/2016-10-01/ HTTP/1.9\r\nHost: 127.0.0.1\r\n\r\n");
+        const std::optional<HttpResponse> first = client.read();
+        const std::optional<HttpResponse> second = client.read();
+        QVERIFY(first && second);
+        QCOMPARE(first->statusLine, QByteArray("HTTP/1.1 200 OK"));
+        QCOMPARE(first->json().object().value("assign_date").toString(), u"2016-10-03"_s);
+        QVERIFY(!first->hasHeader("Connection"));   // kept alive, as 1.1 is by default
+        QCOMPARE(second->json().object().value("assign_date").toString(), u"2016-10-01"_s);
+        QVERIFY(!client.waitForClose(500));
+
+        // And held to 1.1's rules.
+        client.send("GET /api/v2/quote/quotes/today/ HTTP/1.2\r\n\r\n");
+        const std::optional<HttpResponse> hostless = client.read();
+        QVERIFY(hostless);
+        QCOMPARE(hostless->status, 400);
+    }
+
+    void requestsAgainstTheProtocolAreRefused_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<bool>("head");
+
+        const QByteArray today = "GET /api/v2/quote/quotes/today/ ";
+        // A request hidden in a body that the server cannot frame must never be answered.
+        const QByteArray smuggled = "GET /api/v2/quote/quotes/2016-10-01/ HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n";
+        const QByteArray chunkedSmuggled = QByteArray::number(smuggled.size(), 16) + "\r\n" + smuggled + "\r\n0\r\n\r\n";
+
+        QTest::newRow("HTTP/1.1 without Host") << today + "HTTP/1.1\r\nAccept: */*\r\n\r\n" << 400 << false;
+        QTest::newRow("HEAD without Host")
+            << QByteArray("HEAD /api/v2/quote/quotes/today/ HTTP/1.1\r\n\r\n") << 400 << true;
+        QTest::newRow("absolute form without Host")
+            << QByteArray("GET http://127.0.0.1/api/v2/quote/quotes/today/ HTTP/1.1\r\n\r\n") << 400 << false;
+        QTest::newRow("two Host headers") << todayRequest("Host: 127.0.0.1\r\n") << 400 << false;
+        QTest::newRow("two Host headers, HTTP/1.0")
+            << today + "HTTP/1.0\r\nHost: a.example\r\nHost: b.example\r\n\r\n" << 400 << false;
+        QTest::newRow("Host with a path") << today + "HTTP/1.1\r\nHost: 127.0.0.1/api\r\n\r\n" << 400 << false;
+        QTest::newRow("Host with user info") << today + "HTTP/1.1\r\nHost: me@127.0.0.1\r\n\r\n" << 400 << false;
+        QTest::newRow("absolute form, empty host")
+            << QByteArray("GET http:///api/v2/quote/quotes/today/ HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n") << 400 << false;
+        QTest::newRow("relative target")
+            << QByteArray("GET api/v2/quote/quotes/today/ HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n") << 400 << false;
+
+        QTest::newRow("gzip body") << todayRequest("Transfer-Encoding: gzip\r\n") + smuggled << 501 << false;
+        QTest::newRow("gzip, chunked")
+            << todayRequest("Transfer-Encoding: gzip, chunked\r\n") + chunkedSmuggled << 501 << false;
+        QTest::newRow("chunked, gzip")
+            << todayRequest("Transfer-Encoding: chunked, gzip\r\n") + smuggled << 501 << false;
+        QTest::newRow("gzip and chunked on two lines")
+            << todayRequest("Transfer-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n") + chunkedSmuggled << 501
+            << false;
+        QTest::newRow("deflate with a length")
+            << todayRequest("Transfer-Encoding: deflate\r\nContent-Length: " + QByteArray::number(smuggled.size())
+                            + "\r\n")
+                   + smuggled
+            << 501 << false;
+        QTest::newRow("HEAD, gzip")
+            << "HEAD /api/v2/quote/quotes/today/ HTTP/1.1\r\nHost: 127.0.0.1\r\nTransfer-Encoding: gzip\r\n\r\n"
+                   + smuggled
+            << 501 << true;
+        QTest::newRow("chunked twice")
+            << todayRequest("Transfer-Encoding: chunked, chunked\r\n") + chunkedSmuggled << 400 << false;
+        QTest::newRow("empty coding") << todayRequest("Transfer-Encoding: \r\n") + smuggled << 400 << false;
+        QTest::newRow("chunked in HTTP/1.0")
+            << today + "HTTP/1.0\r\nTransfer-Encoding: chunked\r\n\r\n" + chunkedSmuggled << 400 << false;
+
+        QTest::newRow("HTTP/2.0") << QByteArray("PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n") << 505 << false;
+        QTest::newRow("HTTP/9.9") << today + "HTTP/9.9\r\nHost: 127.0.0.1\r\n\r\n" << 505 << false;
+        QTest::newRow("HTTP/0.9") << today + "HTTP/0.9\r\n\r\n" << 505 << false;
+    }
+
+    // Each is refused with a JSON error, and the connection closes after it: nothing after
+    // the head is read as another request.
+    void requestsAgainstTheProtocolAreRefused()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, status);
+        QFETCH(bool, head);
+        RawClient client;
+        QVERIFY(client.connectTo(m_server->port()));
+        client.send(bytes);
+        const std::optional<HttpResponse> response = client.read(head);
+        QVERIFY(response);
+        QCOMPARE(response->status, status);
+        QCOMPARE(response->header("Connection"), QByteArray("close"));
+        if (head)
+            QVERIFY(response->body.isEmpty());
+        else
+            QVERIFY2(response->json().object().value("error").isString(), response->body.constData());
+        QVERIFY(client.waitForClose(5000));
+        QVERIFY2(client.pending().isEmpty(), client.pending().constData());
         verifyStillServing();
     }
 
@@ -259,6 +443,65 @@ private Q_SLOTS:
         QFile log(server.accessLogPath());
         QVERIFY(log.open(QIODevice::ReadOnly));
         QVERIFY(log.readAll().contains("GET /api/v2/quote/quotes/today/?last=words 200"));
+    }
+
+    // The default log, standard output, into a pipe that nobody reads: requests go on being
+    // answered, and the lines that do not fit are dropped and reported, to the line.
+    void accessLogIntoAStalledPipeNeverHoldsUpRequests()
+    {
+        QTemporaryDir dir;
+        ServerProcess server(dir.path());
+        ServerProcess::Options options;
+        options.logToPipe = true;
+        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+
+        const QByteArray marker = "?stalled=" + QByteArray(1000, 's');   // long lines, to fill any buffer quickly
+        constexpr int Requests = 20000;
+        QCOMPARE(load(server.port(), "/api/v2/quote/quotes/today/" + marker, Requests), Requests);
+        QTRY_VERIFY_WITH_TIMEOUT(droppedLines(server.errorOutput()) > 0, 10000);
+
+        QVERIFY(server.stop());   // gives up on the pipe after a moment
+        const QByteArray written = server.readOutput(10000);
+        const qsizetype lines = countLines(written, marker);
+        QVERIFY(lines > 0);
+        QCOMPARE(lines + droppedLines(server.errorOutput()), Requests);
+    }
+
+    void accessLogFileGetsEveryLineUnderLoad()
+    {
+        QTemporaryDir dir;
+        ServerProcess server(dir.path());
+        QVERIFY2(server.start(), qPrintable(server.errorString()));
+        const auto logged = [&]() {
+            QFile log(server.accessLogPath());
+            return log.open(QIODevice::ReadOnly) ? countLines(log.readAll(), "?load=file") : -1;
+        };
+        constexpr int Requests = 20000;
+        QCOMPARE(load(server.port(), "/api/v2/quote/quotes/2016-10-02/?load=file", Requests), Requests);
+        QTRY_COMPARE_WITH_TIMEOUT(logged(), Requests, 10000);
+        QVERIFY(server.stop());
+        QCOMPARE(logged(), Requests);
+        QCOMPARE(droppedLines(server.errorOutput()), 0);
+    }
+
+    // Lines waiting for a slow reader when the server stops are still written out.
+    void stoppingWritesOutLinesQueuedForASlowReader()
+    {
+        QTemporaryDir dir;
+        ServerProcess server(dir.path());
+        ServerProcess::Options options;
+        options.logToPipe = true;
+        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+
+        // Several times what the pipe holds, well within what the server keeps queued.
+        const QByteArray marker = "?queued=" + QByteArray(200, 'q');
+        constexpr int Requests = 3000;
+        QCOMPARE(load(server.port(), "/api/v2/quote/quotes/today/" + marker, Requests), Requests);
+        server.requestStop();
+        const QByteArray written = server.readOutput(20000);
+        QVERIFY(server.stop());
+        QCOMPARE(countLines(written, marker), Requests);
+        QCOMPARE(droppedLines(server.errorOutput()), 0);
     }
 };
 
