@@ -46,6 +46,8 @@ OTRequestGuard::OTRequestGuard(QNetworkReply *reply, const QUrl &url, bool expec
     reply->setReadBufferSize(ReadBufferSize);
 
     m_deadline.setSingleShot(true);
+    // A coarse timer may fire a little early; the deadline is the one promised.
+    m_deadline.setTimerType(Qt::PreciseTimer);
     connect(&m_deadline, &QTimer::timeout, this, [this]() {
         stop(OTError(OTError::Network, QStringLiteral("%1: timed out after %2")
                                            .arg(m_url.toString(), describeTimeout(m_limits.timeout)))
