@@ -16,7 +16,9 @@
 #include <QJsonDocument>
 #include <QTextStream>
 
+#include <algorithm>
 #include <cstdio>
+#include <limits>
 
 namespace {
 
@@ -60,9 +62,11 @@ int main(int argc, char *argv[])
                                        QStringLiteral("Base URL of the quote server (default: $OSTQUOTE_API_BASE or %1).")
                                            .arg(OstAPIClient::defaultBaseURL().toString()),
                                        QStringLiteral("URL"));
-    const QCommandLineOption timeoutOption(QStringLiteral("timeout"),
-                                           QStringLiteral("Give up on a request after this many seconds (default 15)."),
-                                           QStringLiteral("SECONDS"));
+    const QCommandLineOption timeoutOption(
+        QStringLiteral("timeout"),
+        QStringLiteral("Give up on a request not complete this many seconds after it was sent, redirects and body "
+                       "included (default 15)."),
+        QStringLiteral("SECONDS"));
     parser.addOption(apiOption);
     parser.addOption(timeoutOption);
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("today, day, batch, update or latest"));
@@ -94,9 +98,10 @@ int main(int argc, char *argv[])
     if (parser.isSet(timeoutOption)) {
         bool ok = false;
         const double seconds = parser.value(timeoutOption).toDouble(&ok);
-        if (!ok || seconds <= 0)
+        if (!ok || !(seconds > 0))
             return fail(QStringLiteral("not a number of seconds: %1").arg(parser.value(timeoutOption)), Usage);
-        client->setTransferTimeout(int(seconds * 1000));
+        // At least a millisecond, at most what a timer holds (some 24 days).
+        client->setTransferTimeout(int(std::clamp(seconds * 1000, 1.0, double(std::numeric_limits<int>::max()))));
     }
 
     int status = Success;

@@ -1,5 +1,6 @@
 #include "OTImagePrefetcher.h"
 
+#include "OTRequestGuard.h"
 #include "OTWebImage.h"
 
 #include <QCoreApplication>
@@ -32,17 +33,17 @@ public:
         QNetworkRequest request(url);
         // What the cache holds is good enough: a prefetch only fills it.
         request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::PreferCache);
-        QNetworkReply *reply = m_manager->get(request);
-        // The body only needs to reach the cache.
-        connect(reply, &QIODevice::readyRead, reply, [reply]() { reply->readAll(); });
         const QPointer<OTImagePrefetcher> target(prefetcher);
-        connect(reply, &QNetworkReply::finished, this, [reply, url, target, finished]() {
-            const bool succeeded = reply->error() == QNetworkReply::NoError;
-            reply->deleteLater();
-            if (target)
-                QMetaObject::invokeMethod(target, [url, succeeded, finished]() { finished(url, succeeded); },
-                                          Qt::QueuedConnection);
-        });
+        // The body only needs to reach the cache.
+        OTRequestGuard::send(
+            m_manager, request, "GET", {},
+            {OTImagePrefetcher::PrefetchTimeout, OTImagePrefetcher::MaximumPictureSize}, OTRequestGuard::DiscardBody,
+            [url, target, finished](QNetworkReply *reply, const QByteArray &, const OTError &limitError) {
+                const bool succeeded = !limitError && reply->error() == QNetworkReply::NoError;
+                if (target)
+                    QMetaObject::invokeMethod(target, [url, succeeded, finished]() { finished(url, succeeded); },
+                                              Qt::QueuedConnection);
+            });
     }
 
 private:

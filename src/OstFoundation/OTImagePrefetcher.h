@@ -20,6 +20,9 @@ class QThread;
 // network thread, so that a long list does not hold up the GUI thread; at most
 // MaximumConcurrentPrefetches are under way at a time (as many connections as the network
 // access manager opens to one host) and the other addresses wait their turn.
+// Each GET keeps the limits of every request of the foundation (OTRequestGuard): it ends
+// within PrefetchTimeout, follows at most a few redirects and is cut off past
+// MaximumPictureSize, so a hostile server costs neither a slot for ever nor the disk cache.
 // Failures are quiet: a picture that does not load is simply not cached.
 class OSTFOUNDATION_EXPORT OTImagePrefetcher : public QObject
 {
@@ -27,6 +30,9 @@ class OSTFOUNDATION_EXPORT OTImagePrefetcher : public QObject
     Q_PROPERTY(int pendingCount READ pendingCount NOTIFY pendingCountChanged)
 public:
     static constexpr int MaximumConcurrentPrefetches = 6;
+    // One picture's deadline from send to its last byte, and its largest size.
+    static constexpr int PrefetchTimeout = 30000;                      // ms
+    static constexpr qint64 MaximumPictureSize = 16 * 1024 * 1024;     // bytes
 
     // The one prefetcher. Safe to call from any thread.
     static OTImagePrefetcher *sharedImagePrefetcher();

@@ -15,7 +15,7 @@ namespace {
 
 constexpr auto kDefaultBase = "http://127.0.0.1:8080";
 
-OTError errorForReply(QNetworkReply *reply, const QByteArray &body, bool timedOut)
+OTError errorForReply(QNetworkReply *reply, const QByteArray &body)
 {
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     const QString url = reply->request().url().toString();
@@ -28,10 +28,6 @@ OTError errorForReply(QNetworkReply *reply, const QByteArray &body, bool timedOu
         return OTError(OTError::HTTPStatus,
                        QStringLiteral("HTTP %1 %2 for %3").arg(status.toInt()).arg(reason, url),
                        status.toInt());
-    }
-    if (timedOut) {
-        return OTError(OTError::Network, QStringLiteral("no answer from %1 within the time limit").arg(url))
-            .markTimeout();
     }
     if (reply->error() != QNetworkReply::NoError)
         return OTError(OTError::Network, QStringLiteral("%1: %2").arg(url, reply->errorString()));
@@ -90,6 +86,11 @@ void OstAPIClient::setTransferTimeout(int milliseconds)
     m_transferTimeout = milliseconds > 0 ? milliseconds : DefaultTransferTimeout;
 }
 
+void OstAPIClient::setMaximumAnswerSize(qint64 bytes)
+{
+    m_maximumAnswerSize = bytes > 0 ? bytes : DefaultMaximumAnswerSize;
+}
+
 QUrl OstAPIClient::URLForAPI(const QString &api, const QVariantMap &parameters) const
 {
     // The API path goes below whatever path the base already has, so that a server mounted
@@ -123,7 +124,6 @@ void OstAPIClient::send(const QString &method, const QString &api, const QVarian
     QNetworkRequest request(URLForAPI(api, queryParameters ? parameters : QVariantMap()));
     request.setRawHeader("Accept", "application/json");
     request.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("OstQuote/1.0"));
-    request.setTransferTimeout(m_transferTimeout);
     if (networkRequired) {
         request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
         request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
@@ -134,18 +134,11 @@ void OstAPIClient::send(const QString &method, const QString &api, const QVarian
         request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
         body = QJsonDocument(QJsonObject::fromVariantMap(parameters)).toJson(QJsonDocument::Compact);
     }
-    // GET and HEAD go through their own operations: only those are answered from a cache.
-    QNetworkReply *reply = verb == "GET"    ? m_network->get(request)
-                           : verb == "HEAD" ? m_network->head(request)
-                                            : m_network->sendCustomRequest(request, verb, body);
-
-    connect(reply, &QNetworkReply::finished, this, [reply, handler]() {
-        reply->deleteLater();
-        const QByteArray data = reply->isOpen() ? reply->readAll() : QByteArray();
-        // Nothing here cancels a reply: a cancelled one is the transfer timeout's doing.
-        const bool timedOut = reply->error() == QNetworkReply::OperationCanceledError;
-        handler(data, errorForReply(reply, data, timedOut));
-    });
+    OTRequestGuard::send(m_network, request, verb, body, {m_transferTimeout, m_maximumAnswerSize},
+                         OTRequestGuard::KeepBody,
+                         [handler](QNetworkReply *reply, const QByteArray &data, const OTError &limitError) {
+                             handler(data, limitError ? limitError : errorForReply(reply, data));
+                         });
 }
 
 void OstAPIClient::modelWithMethod(const QString &method, const QString &api, const QVariantMap &parameters,

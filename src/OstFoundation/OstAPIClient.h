@@ -3,6 +3,7 @@
 #include "OstFoundationGlobal.h"
 #include "OTError.h"
 #include "OTModel.h"
+#include "OTRequestGuard.h"
 
 #include <QList>
 #include <QObject>
@@ -21,17 +22,25 @@ class QNetworkReply;
 // Every completion is called exactly once, on the thread the client lives on (the GUI
 // thread for sharedClient()), with (result, no error) or (no result, error). When a
 // `context` object is given and has been destroyed by the time the answer arrives, the
-// completion is dropped instead. No request hangs: each has a transfer timeout.
+// completion is dropped instead.
+//
+// No request hangs or grows without bound (OTRequestGuard): each must end within
+// transferTimeout() from send to the last byte, redirects included; an answer larger than
+// maximumAnswerSize() is cut off as it arrives; at most OTRequestGuard::MaximumRedirects
+// redirects are followed. Each of these ends the request with an OTError::Network that says
+// which (the deadline's is also a timeout).
 class OSTFOUNDATION_EXPORT OstAPIClient : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QUrl baseURL READ baseURL WRITE setBaseURL NOTIFY baseURLChanged)
     Q_PROPERTY(int transferTimeout READ transferTimeout WRITE setTransferTimeout)
+    Q_PROPERTY(qint64 maximumAnswerSize READ maximumAnswerSize WRITE setMaximumAnswerSize)
 public:
     using ModelCompletion = std::function<void(OTModelPtr model, const OTError &error)>;
     using ModelsCompletion = std::function<void(const QList<OTModelPtr> &models, const OTError &error)>;
 
-    static constexpr int DefaultTransferTimeout = 15000; // ms
+    static constexpr int DefaultTransferTimeout = OTRequestGuard::DefaultTimeout;        // ms
+    static constexpr qint64 DefaultMaximumAnswerSize = OTRequestGuard::DefaultMaximumSize; // bytes
 
     explicit OstAPIClient(QObject *parent = nullptr);
     ~OstAPIClient() override;
@@ -44,8 +53,14 @@ public:
     QUrl baseURL() const { return m_baseURL; }
     void setBaseURL(const QUrl &url);
 
+    // The deadline of every request, in milliseconds from send to completion (not a pause
+    // between bytes). Zero or less restores the default.
     int transferTimeout() const { return m_transferTimeout; }
     void setTransferTimeout(int milliseconds);
+
+    // The largest answer body accepted, in bytes. Zero or less restores the default.
+    qint64 maximumAnswerSize() const { return m_maximumAnswerSize; }
+    void setMaximumAnswerSize(qint64 bytes);
 
     QNetworkAccessManager *networkAccessManager() const { return m_network; }
 
@@ -75,4 +90,5 @@ private:
     QNetworkAccessManager *m_network = nullptr;
     QUrl m_baseURL;
     int m_transferTimeout = DefaultTransferTimeout;
+    qint64 m_maximumAnswerSize = DefaultMaximumAnswerSize;
 };

@@ -1,3 +1,4 @@
+#include "HttpFixture.h"
 #include "TestServer.h"
 
 #include <QDir>
@@ -36,8 +37,13 @@ class TestCli : public QObject
         process.setProcessEnvironment(env);
         process.start(QStringLiteral(OSTQUOTE_CLI_BINARY), arguments);
         Run run;
-        if (!process.waitForFinished(30000))
+        // The event loop keeps running meanwhile, for a fixture server in this process.
+        if (!process.waitForStarted(10000)
+            || !QTest::qWaitFor([&]() { return process.state() == QProcess::NotRunning; }, 30000)) {
+            process.kill();
+            process.waitForFinished(5000);
             return run;
+        }
         run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
         run.out = process.readAllStandardOutput();
         run.err = process.readAllStandardError();
@@ -130,6 +136,38 @@ private Q_SLOTS:
         const Run latest = cli({"latest"});
         QCOMPARE(latest.exitCode, 0);
         QVERIFY(latest.out.isEmpty());
+    }
+
+    // A server that never finishes answering costs the --timeout given, or the cap, or the
+    // redirect limit, each with its own message.
+    void hostileServerEndsWithAMessage_data()
+    {
+        QTest::addColumn<QString>("server");
+        QTest::addColumn<QString>("says");
+        QTest::newRow("trickle") << "trickle" << "timed out after 2 s";
+        QTest::newRow("endless body") << "endless" << "answer larger than 4 MiB";
+        QTest::newRow("redirect loop") << "redirect-loop" << "too many redirects";
+    }
+    void hostileServerEndsWithAMessage()
+    {
+        QFETCH(QString, server);
+        QFETCH(QString, says);
+        HttpFixture fixture;
+        QVERIFY(fixture.listen());
+        if (server == "trickle")
+            fixture.trickle(200);
+        else if (server == "endless")
+            fixture.streamEndlessly();
+        else
+            fixture.redirectTo({});
+        const Run run = cli({"--timeout", "2", "today"}, fixture.baseURL());
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY(run.out.isEmpty());
+        QVERIFY2(QString::fromUtf8(run.err).contains(says), run.err.constData());
+        QVERIFY(run.err.contains("/api/v2/quote/quotes/today/"));
+        // Nothing is kept from a failed update either.
+        QCOMPARE(cli({"--timeout", "2", "update"}, fixture.baseURL()).exitCode, 1);
+        QVERIFY(cli({"latest"}).out.isEmpty());
     }
 
     void damagedStoreIsReportedByLatest()

@@ -1,0 +1,135 @@
+#include "OTRequestGuard.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+
+QNetworkReply *OTRequestGuard::send(QNetworkAccessManager *manager, QNetworkRequest request, const QByteArray &verb,
+                                    const QByteArray &body, const Limits &limits, BodyMode mode, Finished finished)
+{
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    request.setMaximumRedirectsAllowed(MaximumRedirects);
+    QNetworkReply *reply = verb == "GET"    ? manager->get(request)
+                           : verb == "HEAD" ? manager->head(request)
+                                            : manager->sendCustomRequest(request, verb, body);
+    // Owned by the reply, so gone with it.
+    new OTRequestGuard(reply, request.url(), verb != "HEAD", limits, mode, std::move(finished));
+    return reply;
+}
+
+QString OTRequestGuard::describeTimeout(int milliseconds)
+{
+    return QStringLiteral("%1 s").arg(QString::number(milliseconds / 1000.0));
+}
+
+QString OTRequestGuard::describeSize(qint64 bytes)
+{
+    constexpr qint64 KiB = 1024;
+    constexpr qint64 MiB = 1024 * KiB;
+    if (bytes > 0 && bytes % MiB == 0)
+        return QStringLiteral("%1 MiB").arg(bytes / MiB);
+    if (bytes > 0 && bytes % KiB == 0)
+        return QStringLiteral("%1 KiB").arg(bytes / KiB);
+    return QStringLiteral("%1 bytes").arg(bytes);
+}
+
+OTRequestGuard::OTRequestGuard(QNetworkReply *reply, const QUrl &url, bool expectsBody, const Limits &limits,
+                               BodyMode mode, Finished finished)
+    : QObject(reply)
+    , m_reply(reply)
+    , m_url(url)
+    , m_limits(limits)
+    , m_mode(mode)
+    , m_finished(std::move(finished))
+{
+    // Past this the reply stops reading from the socket until the guard has read: the
+    // server's pace cannot outrun the count.
+    reply->setReadBufferSize(ReadBufferSize);
+
+    m_deadline.setSingleShot(true);
+    // A coarse timer may fire a little early; the deadline is the one promised.
+    m_deadline.setTimerType(Qt::PreciseTimer);
+    connect(&m_deadline, &QTimer::timeout, this, [this]() {
+        stop(OTError(OTError::Network, QStringLiteral("%1: timed out after %2")
+                                           .arg(m_url.toString(), describeTimeout(m_limits.timeout)))
+                 .markTimeout());
+    });
+    m_deadline.start(m_limits.timeout);
+
+    if (expectsBody) {
+        // An answer that announces itself as too large is not read at all.
+        connect(reply, &QNetworkReply::metaDataChanged, this, [this]() {
+            bool known = false;
+            const qint64 length = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&known);
+            if (known && length > m_limits.maximumSize)
+                stop(tooLarge());
+        });
+    }
+    connect(reply, &QIODevice::readyRead, this, [this]() {
+        if (!m_done && !consume())
+            stop(tooLarge());
+    });
+    connect(reply, &QNetworkReply::finished, this, &OTRequestGuard::finish);
+}
+
+bool OTRequestGuard::consume()
+{
+    while (m_reply->bytesAvailable() > 0) {
+        const QByteArray chunk = m_reply->read(ReadBufferSize);
+        if (chunk.isEmpty())
+            break;
+        m_received += chunk.size();
+        if (m_received > m_limits.maximumSize)
+            return false;
+        if (m_mode == KeepBody)
+            m_body += chunk;
+    }
+    return true;
+}
+
+OTError OTRequestGuard::tooLarge() const
+{
+    return OTError(OTError::Network, QStringLiteral("%1: answer larger than %2")
+                                         .arg(m_url.toString(), describeSize(m_limits.maximumSize)));
+}
+
+void OTRequestGuard::stop(const OTError &error)
+{
+    if (m_done)
+        return;
+    m_error = error;
+    // Aborting finishes the reply at once, which calls finish(); the call below only makes
+    // sure of it.
+    m_reply->abort();
+    finish();
+}
+
+void OTRequestGuard::finish()
+{
+    if (m_done)
+        return;
+    m_done = true;
+    m_deadline.stop();
+    if (!m_error && m_reply->isOpen() && !consume())
+        m_error = tooLarge();
+    if (!m_error) {
+        switch (m_reply->error()) {
+        case QNetworkReply::TooManyRedirectsError:
+            m_error = OTError(OTError::Network, QStringLiteral("%1: too many redirects (more than %2)")
+                                                    .arg(m_url.toString())
+                                                    .arg(MaximumRedirects));
+            break;
+        case QNetworkReply::InsecureRedirectError:
+            m_error = OTError(OTError::Network, QStringLiteral("%1: refused a redirect from https to http (%2)")
+                                                    .arg(m_url.toString(), m_reply->errorString()));
+            break;
+        default:
+            break;
+        }
+    }
+    if (m_error)
+        m_body.clear();
+    m_reply->deleteLater();
+    const Finished finished = std::move(m_finished);
+    if (finished)
+        finished(m_reply, m_body, m_error);
+}

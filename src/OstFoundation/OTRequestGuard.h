@@ -1,0 +1,84 @@
+#pragma once
+
+#include "OstFoundationGlobal.h"
+#include "OTError.h"
+
+#include <QByteArray>
+#include <QNetworkRequest>
+#include <QObject>
+#include <QTimer>
+#include <QUrl>
+
+#include <functional>
+
+class QNetworkAccessManager;
+class QNetworkReply;
+
+// The limits every request of the foundation keeps, so that no server, however slow, silent,
+// endless or circular, holds a request open for ever or fills the process's memory:
+//
+// - one deadline from send to the last byte, redirects and body included (not Qt's transfer
+//   timeout, which a server sending one byte now and then resets for ever);
+// - a cap on the answer's size, counted as the body arrives (the reply's read buffer is kept
+//   small, so nothing piles up unread behind it); a Content-Length above the cap ends the
+//   request before the body is read at all;
+// - at most MaximumRedirects redirects, never from https down to http.
+//
+// Whichever limit is hit ends the request with a network error (OTError::Network) whose
+// description names the cause; the deadline's error is also marked as a timeout.
+class OSTFOUNDATION_EXPORT OTRequestGuard : public QObject
+{
+    Q_OBJECT
+public:
+    static constexpr int DefaultTimeout = 15000;                     // ms
+    static constexpr qint64 DefaultMaximumSize = 4 * 1024 * 1024;    // bytes
+    static constexpr int MaximumRedirects = 5;
+    // How much of the answer the reply holds before the guard has read it.
+    static constexpr qint64 ReadBufferSize = 64 * 1024;
+
+    struct Limits
+    {
+        int timeout = DefaultTimeout;            // ms, from send to completion
+        qint64 maximumSize = DefaultMaximumSize; // bytes of the (decoded) body
+    };
+
+    enum BodyMode {
+        KeepBody,    // hand the body to the completion
+        DiscardBody, // only count it (it goes to a cache, say)
+    };
+
+    // Called exactly once, on the manager's thread, when the request has ended. `limitError`
+    // is set when a limit ended it; otherwise the reply's own status and error tell how it
+    // went. The reply is deleted later; do not keep it.
+    using Finished = std::function<void(QNetworkReply *reply, const QByteArray &body, const OTError &limitError)>;
+
+    // Sends `request` with `verb` (GET and HEAD through their own operations, so that a
+    // cache can answer them; `body` goes with any other verb) and watches the reply.
+    static QNetworkReply *send(QNetworkAccessManager *manager, QNetworkRequest request, const QByteArray &verb,
+                               const QByteArray &body, const Limits &limits, BodyMode mode, Finished finished);
+
+    // "15 s", "1.5 s"; "4 MiB", "64 KiB", "1000 bytes".
+    static QString describeTimeout(int milliseconds);
+    static QString describeSize(qint64 bytes);
+
+private:
+    OTRequestGuard(QNetworkReply *reply, const QUrl &url, bool expectsBody, const Limits &limits, BodyMode mode,
+                   Finished finished);
+
+    // Reads what has arrived; false once the body has gone past the cap.
+    bool consume();
+    void stop(const OTError &error);
+    void finish();
+    OTError tooLarge() const;
+
+    QNetworkReply *m_reply;
+    QUrl m_url;
+    Limits m_limits;
+    BodyMode m_mode;
+    Finished m_finished;
+    QTimer m_deadline;
+    QByteArray m_body;
+    qint64 m_received = 0;
+    OTError m_error;
+    bool m_done = false;
+};
