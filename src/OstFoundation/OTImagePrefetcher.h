@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OstFoundationGlobal.h"
+#include "OTWebImage.h"
 
 #include <QObject>
 #include <QList>
@@ -31,8 +32,8 @@ class OSTFOUNDATION_EXPORT OTImagePrefetcher : public QObject
 public:
     static constexpr int MaximumConcurrentPrefetches = 6;
     // One picture's deadline from send to its last byte, and its largest size.
-    static constexpr int PrefetchTimeout = 30000;                      // ms
-    static constexpr qint64 MaximumPictureSize = 16 * 1024 * 1024;     // bytes
+    static constexpr int PrefetchTimeout = OTWebImage::PictureTimeout;
+    static constexpr qint64 MaximumPictureSize = OTWebImage::MaximumPictureSize;
 
     // The one prefetcher. Safe to call from any thread.
     static OTImagePrefetcher *sharedImagePrefetcher();

@@ -1,7 +1,11 @@
 #include "OTWebImage.h"
 
 #include <QDir>
+#include "OTRequestGuard.h"
+
 #include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QTimer>
 #include <QNetworkDiskCache>
 #include <QQmlEngine>
 #include <QStandardPaths>
@@ -9,6 +13,34 @@
 namespace {
 
 constexpr qint64 kMaximumCacheSize = 50 * 1024 * 1024;
+
+// Qt Quick's Image reads its reply itself, so the limits are kept from outside it: a
+// deadline that aborts the reply, a cut-off as soon as the body (or its announced length)
+// passes the largest picture, and a bounded number of redirects.
+class PictureNetworkAccessManager : public QNetworkAccessManager
+{
+public:
+    using QNetworkAccessManager::QNetworkAccessManager;
+
+protected:
+    QNetworkReply *createRequest(Operation operation, const QNetworkRequest &original, QIODevice *data) override
+    {
+        QNetworkRequest request(original);
+        request.setMaximumRedirectsAllowed(OTRequestGuard::MaximumRedirects);
+        QNetworkReply *reply = QNetworkAccessManager::createRequest(operation, request, data);
+        auto *deadline = new QTimer(reply);
+        deadline->setSingleShot(true);
+        deadline->setTimerType(Qt::PreciseTimer);
+        connect(deadline, &QTimer::timeout, reply, &QNetworkReply::abort);
+        connect(reply, &QNetworkReply::finished, deadline, &QTimer::stop);
+        deadline->start(OTWebImage::PictureTimeout);
+        connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received, qint64 total) {
+            if (received > OTWebImage::MaximumPictureSize || total > OTWebImage::MaximumPictureSize)
+                reply->abort();
+        });
+        return reply;
+    }
+};
 
 } // namespace
 
@@ -34,7 +66,7 @@ QNetworkDiskCache *createDiskCache(QObject *parent)
 
 QNetworkAccessManager *createNetworkAccessManager(QObject *parent)
 {
-    auto *manager = new QNetworkAccessManager(parent);
+    auto *manager = new PictureNetworkAccessManager(parent);
     manager->setCache(createDiskCache(manager));
     return manager;
 }

@@ -25,6 +25,12 @@ public:
 
 namespace OTWebImage {
 
+// The limits of a picture request, shown or prefetched: one deadline from send to the last
+// byte, and the largest picture taken (beyond it the request is cut off). At most
+// OTRequestGuard::MaximumRedirects redirects are followed.
+inline constexpr int PictureTimeout = 30000;                       // ms
+inline constexpr qint64 MaximumPictureSize = 16 * 1024 * 1024;     // bytes
+
 // The disk cache's directory: "<QStandardPaths::CacheLocation>/images". Read at every call,
 // so it follows the environment (XDG_CACHE_HOME) of the moment.
 OSTFOUNDATION_EXPORT QString diskCacheDirectory();
@@ -32,7 +38,8 @@ OSTFOUNDATION_EXPORT QString diskCacheDirectory();
 // A disk cache on diskCacheDirectory(), 50 MB at most, owned by `parent`.
 OSTFOUNDATION_EXPORT QNetworkDiskCache *createDiskCache(QObject *parent = nullptr);
 
-// A network access manager whose cache is a new createDiskCache().
+// A network access manager whose cache is a new createDiskCache(), and whose every request
+// keeps the picture limits above (a request past them is aborted and fails).
 OSTFOUNDATION_EXPORT QNetworkAccessManager *createNetworkAccessManager(QObject *parent = nullptr);
 
 // The factory shared by every engine (lives as long as the process).

@@ -795,6 +795,30 @@ private Q_SLOTS:
         QCOMPARE(pictures.requestCount(), 0);
     }
 
+    // The picture of the screen comes through Qt Quick's Image; a server that sends it without
+    // end or redirects it in a circle makes it fail, and costs a bounded amount.
+    void aHostilePictureServerEndsInAFailedPicture()
+    {
+        launch();
+        HttpFixture endless;
+        QVERIFY(endless.listen());
+        endless.streamEndlessly();
+        m_launch->renderQuote(makeQuote("2017-03-01", "Endless.", {endless.baseURL() + QStringLiteral("/p.jpg")}));
+        QTRY_COMPARE_WITH_TIMEOUT(m_launch->imageView()->property("status").toInt(), 3, 20000); // Image.Error
+        QVERIFY(endless.bodyBytesSent() > OTWebImage::MaximumPictureSize);
+        QVERIFY(endless.bodyBytesSent() < OTWebImage::MaximumPictureSize + 16 * 1024 * 1024);
+
+        HttpFixture circle;
+        QVERIFY(circle.listen());
+        circle.redirectTo({});
+        m_launch->renderQuote(makeQuote("2017-03-01", "Round.", {circle.baseURL() + QStringLiteral("/r.jpg")}));
+        QTRY_COMPARE_WITH_TIMEOUT(m_launch->imageView()->property("status").toInt(), 3, 20000);
+        // Qt Quick's image reader follows redirects itself, each one a request of its own,
+        // and gives up after 16 of them.
+        QVERIFY(circle.requestCount() > 1);
+        QVERIFY(circle.requestCount() <= 17);
+    }
+
     void aLongSentenceGrowsUpwardsAndKeepsItsGapAboveTheLogo()
     {
         launch();
