@@ -15,10 +15,7 @@
 namespace {
 
 constexpr qreal RubberBandStiffness = 0.55;
-constexpr qreal PageFlickVelocity = 250;    // pt/s: a faster lift turns the page
-constexpr qreal MaximumVelocity = 8000;     // pt/s
 constexpr qreal Friction = 2000;            // pt/s², the glide without paging
-constexpr ulong VelocityWindowMs = 100;
 constexpr int AnimatedScrollMs = 300;
 constexpr int ShortestPageSettleMs = 200;
 constexpr int LongestPageSettleMs = 450;
@@ -70,37 +67,6 @@ qreal eased(qreal s, qreal startSpeed)
     const qreal s2 = s * s;
     const qreal s3 = s2 * s;
     return startSpeed * (s3 - 2 * s2 + s) + (3 * s2 - 2 * s3);
-}
-
-qreal lastPage(qreal maximum, qreal extent)
-{
-    return std::ceil(maximum / extent - 1e-9);
-}
-
-// The page offset a lift lands on along one axis.
-qreal pageTarget(qreal offset, qreal startOffset, qreal velocity, qreal maximum, qreal extent)
-{
-    if (!(extent > 0))
-        return qBound(qreal(0), offset, maximum);
-    const qreal last = lastPage(maximum, extent);
-    const qreal startPage = qBound(qreal(0), std::round(startOffset / extent), last);
-    const qreal travel = offset - startOffset;
-    qreal page;
-    if (qAbs(velocity) > PageFlickVelocity && velocity * travel >= 0)
-        page = startPage + (velocity > 0 ? 1 : -1);
-    else
-        page = std::round(offset / extent);
-    page = qBound(startPage - 1, page, startPage + 1);
-    page = qBound(qreal(0), page, last);
-    return qMin(page * extent, maximum);
-}
-
-qreal nearestPageOnAxis(qreal offset, qreal maximum, qreal extent)
-{
-    if (!(extent > 0))
-        return qBound(qreal(0), offset, maximum);
-    const qreal page = qBound(qreal(0), std::round(offset / extent), lastPage(maximum, extent));
-    return qMin(page * extent, maximum);
 }
 
 qreal length(QPointF p)
@@ -553,8 +519,10 @@ void OTScrollView::pointerReleased(QPointF scenePos, ulong timestamp)
         const bool stopped = m_pressStoppedMotion;
         const bool stoppedDeceleration = m_pressStoppedDeceleration;
         endPress();
+        // A press that stopped the content and lifts where it pressed ends like a drag that
+        // rested before lifting: the lift says where the content goes, and it goes there.
         if (stopped)
-            settleAfterInterruptedPress(stoppedDeceleration);
+            endDrag(QPointF(), stoppedDeceleration);
         return;
     }
     const QPointF position = mapFromScene(scenePos);
@@ -576,10 +544,8 @@ void OTScrollView::pointerCancelled()
     const bool stopped = m_pressStoppedMotion;
     const bool stoppedDeceleration = m_pressStoppedDeceleration;
     endPress();
-    if (wasDragging)
-        endDrag(QPointF());
-    else if (stopped)
-        settleAfterInterruptedPress(stoppedDeceleration);
+    if (wasDragging || stopped)
+        endDrag(QPointF(), stoppedDeceleration && !wasDragging);
 }
 
 void OTScrollView::endPress()
@@ -608,30 +574,17 @@ void OTScrollView::recordSample(QPointF position, ulong timestamp)
 
 QPointF OTScrollView::releaseVelocity() const
 {
-    if (m_sampleCount < 2)
-        return {};
+    // The ring, oldest first.
     const int size = int(m_samples.size());
-    const Sample &newest = m_samples[(m_sampleHead - 1 + size) % size];
-    const Sample *oldest = &newest;
-    for (int i = 1; i < m_sampleCount; ++i) {
-        const Sample &sample = m_samples[(m_sampleHead - 1 - i + 2 * size) % size];
-        if (sample.timestamp > newest.timestamp || newest.timestamp - sample.timestamp > VelocityWindowMs)
-            break;
-        oldest = &sample;
-    }
-    // Nothing but the lift itself in the window: the finger rested before lifting.
-    if (oldest == &newest || newest.timestamp == oldest->timestamp)
-        return {};
-    const qreal seconds = qreal(newest.timestamp - oldest->timestamp) / 1000;
-    QPointF velocity = (oldest->position - newest.position) / seconds;
-    velocity.setX(qBound(-MaximumVelocity, velocity.x(), MaximumVelocity));
-    velocity.setY(scrollsVertically() ? qBound(-MaximumVelocity, velocity.y(), MaximumVelocity) : 0);
-    return velocity;
+    decltype(m_samples) ordered;
+    for (int i = 0; i < m_sampleCount; ++i)
+        ordered[i] = m_samples[(m_sampleHead - m_sampleCount + i + size) % size];
+    return OTScrollMotion::releaseVelocity(std::span(ordered.data(), m_sampleCount), scrollsVertically());
 }
 
 // --- after the lift ------------------------------------------------------------------------
 
-void OTScrollView::endDrag(QPointF velocity)
+void OTScrollView::endDrag(QPointF velocity, bool endsStoppedDeceleration)
 {
     const QPointF from = m_contentOffset;
     QPointF target = from;
@@ -711,28 +664,14 @@ void OTScrollView::endDrag(QPointF velocity)
     if (m_pressed || m_motion != Motion::None || m_contentOffset != from)
         return;
     if (segments == 0) {
-        // Lifted at rest on the target: nothing follows.
+        // Lifted at rest on the target: nothing follows, except the end of a deceleration
+        // that the press cut short there.
         applyOffset(target);
-        return;
-    }
-    startMotion(Motion::Deceleration, segments);
-}
-
-void OTScrollView::settleAfterInterruptedPress(bool wasDecelerating)
-{
-    const QPointF from = m_contentOffset;
-    const QPointF target = m_pagingEnabled ? nearestPage(from) : clampedToContent(from);
-    const qreal distance = length(target - from);
-    if (distance <= AtRest) {
-        applyOffset(target);
-        if (wasDecelerating && m_motion == Motion::None && !m_pressed)
+        if (endsStoppedDeceleration && m_motion == Motion::None && !m_pressed)
             Q_EMIT scrollViewDidEndDecelerating(this);
         return;
     }
-    const qreal extent = width() > 0 ? width() : 1;
-    const int duration = qBound(ShortestPageSettleMs, int(ShortestPageSettleMs + 250 * distance / extent), LongestPageSettleMs);
-    m_segments[0] = {from, target, 2, duration};
-    startMotion(Motion::Deceleration, 1);
+    startMotion(Motion::Deceleration, segments);
 }
 
 // --- geometry ------------------------------------------------------------------------------
@@ -764,17 +703,10 @@ QPointF OTScrollView::unboundedOffset(QPointF offset) const
 QPointF OTScrollView::pagingTarget(QPointF velocity) const
 {
     const QPointF maximum = maximumOffset();
-    return {pageTarget(m_contentOffset.x(), m_pressOffset.x(), velocity.x(), maximum.x(), width()),
+    return {OTScrollMotion::pageTarget(m_contentOffset.x(), m_pressOffset.x(), velocity.x(), maximum.x(), width()),
             scrollsVertically()
-                ? pageTarget(m_contentOffset.y(), m_pressOffset.y(), velocity.y(), maximum.y(), height())
+                ? OTScrollMotion::pageTarget(m_contentOffset.y(), m_pressOffset.y(), velocity.y(), maximum.y(), height())
                 : m_contentOffset.y()};
-}
-
-QPointF OTScrollView::nearestPage(QPointF offset) const
-{
-    const QPointF maximum = maximumOffset();
-    return {nearestPageOnAxis(offset.x(), maximum.x(), width()),
-            scrollsVertically() ? nearestPageOnAxis(offset.y(), maximum.y(), height()) : offset.y()};
 }
 
 QPointF OTScrollView::clampedToContent(QPointF offset) const

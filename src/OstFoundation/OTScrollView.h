@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OstFoundationGlobal.h"
+#include "OTScrollMotion.h"
 
 #include <QColor>
 #include <QList>
@@ -30,24 +31,29 @@ class QVariantAnimation;
 //   scrollViewDidScroll           at every change of contentOffset, whatever its cause
 //   scrollViewWillEndDragging     the finger lifted; `velocity` in points per second in the
 //                                 direction of a growing offset (measured over the last
-//                                 100 ms of movement, zero when the finger rested before
-//                                 lifting), `targetContentOffset` where the content will
-//                                 come to rest
+//                                 100 ms of movement since the finger last turned back,
+//                                 zero when it rested before lifting), `targetContentOffset`
+//                                 where the content will come to rest
 //   scrollViewDidEndDecelerating  the deceleration that followed the lift came to rest;
 //                                 not emitted when the content was already at rest on its
 //                                 target when the finger lifted
 //
-// With paging, a lift lands on a whole page (a page is the view's size): one page on from
-// the page where the drag started for a quick flick in the direction of travel, otherwise
-// the page nearest to the offset, never more than one page away from the start. Without
-// paging the content glides on and slows down, and springs back when it runs past an end.
+// With paging, a lift lands on a whole page (a page is the view's size): a flick goes to
+// the nearest page boundary in the direction it was flicked (so a quick flick back undoes
+// the turn the drag had begun), anything slower to the page nearest to the offset; never
+// more than one page away from the page where the drag started (OTScrollMotion::pageTarget).
+// Without paging the content glides on and slows down, and springs back when it runs past
+// an end.
 //
 // A press while the content is decelerating or animating stops it where it is and is not
 // passed on to the children. If that press turns into a drag the usual drag flow follows.
-// If it lifts without a drag the content decelerates onto the nearest page (or back inside
-// the content) and reports scrollViewDidEndDecelerating; a stopped deceleration that is
-// already at rest there reports it at once. Only one finger drags: further fingers are left
-// to the children.
+// If it lifts (or is cancelled) without a drag, the lift is reported as for a drag that
+// rested before lifting: scrollViewWillEndDragging with zero velocity and the nearest page
+// (or the nearest offset inside the content) as its target, then the content decelerates
+// there and reports scrollViewDidEndDecelerating; a stopped deceleration that is already at
+// rest there reports it at once. No scrollViewWillBeginDragging comes first: the finger
+// never dragged, and a receiver keeps measuring the motion from where the interrupted drag
+// began. Only one finger drags: further fingers are left to the children.
 class OSTFOUNDATION_EXPORT OTScrollView : public QQuickItem
 {
     Q_OBJECT
@@ -147,12 +153,6 @@ private:
         int durationMs = 0;
     };
 
-    struct Sample
-    {
-        ulong timestamp = 0;
-        QPointF position;
-    };
-
     bool filterMouse(QMouseEvent *event);
     bool filterTouch(QTouchEvent *event);
     Press pointerPressed(const QInputDevice *device, bool touch, int pointId, QPointF scenePos, ulong timestamp);
@@ -167,15 +167,16 @@ private:
     void dragTo(QPointF position);
     void recordSample(QPointF position, ulong timestamp);
     QPointF releaseVelocity() const;
-    void endDrag(QPointF velocity);
-    void settleAfterInterruptedPress(bool wasDecelerating);
+    // Reports the lift and moves the content on to where it lands. `endsStoppedDeceleration`:
+    // the lift ends a press that cut a deceleration short, whose end is reported even when
+    // the content is already at rest there.
+    void endDrag(QPointF velocity, bool endsStoppedDeceleration = false);
 
     bool scrollsVertically() const;
     QPointF maximumOffset() const;
     QPointF boundedOffset(QPointF raw) const;
     QPointF unboundedOffset(QPointF offset) const;
     QPointF pagingTarget(QPointF velocity) const;
-    QPointF nearestPage(QPointF offset) const;
     QPointF clampedToContent(QPointF offset) const;
 
     void applyOffset(QPointF offset);
@@ -211,7 +212,7 @@ private:
     QPointF m_pressRawOffset;    // the same, before rubber-band resistance
 
     // Recent finger positions for the lift velocity, a ring.
-    std::array<Sample, 32> m_samples;
+    std::array<OTScrollMotion::Sample, 32> m_samples;
     int m_sampleCount = 0;
     int m_sampleHead = 0;
 

@@ -71,7 +71,21 @@ QList<qint64> sorted(QList<qint64> list)
     return list;
 }
 
+// The page the five-page gallery shows at a content offset.
+qint64 indexInView(QPointF offset)
+{
+    return 4 - qint64(std::round(offset.x() / 375));
+}
+
 } // namespace
+
+// Stops the test function, not only the helper, when a helper check fails.
+#define VERIFY_AT_REST(index) \
+    do { \
+        verifyAtRestOn(index); \
+        if (QTest::currentTestFailed()) \
+            return; \
+    } while (false)
 
 class TestOstQuoteGalleryView : public QObject
 {
@@ -86,6 +100,103 @@ class TestOstQuoteGalleryView : public QObject
         m_gallery->reloadData();
         QTRY_VERIFY(!m_gallery->scrollView()->decelerating() && !m_gallery->scrollView()->property("animating").toBool());
         QTest::qWait(400); // the reload's animated scroll
+    }
+
+    QPointingDevice *m_touch = nullptr;
+
+    OTScrollView *scroll() const { return m_gallery->scrollView(); }
+
+    // A pointer that presses, moves and lifts by touch or with the mouse. Touch events carry
+    // the real clock's time, mouse events QTest's own, each move `intervalMs` after the last.
+    void press(bool touch, QPoint at)
+    {
+        if (touch)
+            QTest::touchEvent(m_view.get(), m_touch).press(0, at);
+        else
+            QTest::mousePress(m_view.get(), Qt::LeftButton, {}, at);
+    }
+    void moveTo(bool touch, QPoint at, int intervalMs)
+    {
+        if (touch) {
+            QTest::qWait(intervalMs);
+            QTest::touchEvent(m_view.get(), m_touch).move(0, at);
+        } else {
+            QTest::mouseMove(m_view.get(), at, intervalMs);
+        }
+    }
+    void lift(bool touch, QPoint at)
+    {
+        if (touch)
+            QTest::touchEvent(m_view.get(), m_touch).release(0, at);
+        else
+            QTest::mouseRelease(m_view.get(), Qt::LeftButton, {}, at);
+    }
+    // A quick flick by `dx` points in two moves, left on its glide.
+    void flick(bool touch, int dx)
+    {
+        const QPoint from(dx > 0 ? 60 : 315, 400);
+        press(touch, from);
+        moveTo(touch, from + QPoint(dx / 2, 0), touch ? 4 : 8);
+        moveTo(touch, from + QPoint(dx, 0), touch ? 4 : 8);
+        lift(touch, from + QPoint(dx, 0));
+    }
+    bool waitForRest()
+    {
+        return QTest::qWaitFor([this] { return !scroll()->dragging() && !scroll()->decelerating(); }, 5000);
+    }
+
+    // At rest on `index`: the scroll item, the gallery and its delegate name the same page;
+    // only that page and its neighbours live; the page in view fills the view at full size
+    // and opacity, the older neighbour waits at its place to slide in, and nothing else
+    // shows in the view.
+    void verifyAtRestOn(qint64 index)
+    {
+        QVERIFY(waitForRest());
+        QTest::qWait(50);
+        const double w = m_gallery->width();
+        const double h = m_gallery->height();
+        const QPointF place(double(4 - index) * w, 0);
+        QCOMPARE(scroll()->contentOffset(), place);
+        QCOMPARE(m_gallery->currentIndex(), index);
+        QCOMPARE(m_gallery->readyCurrentIndex(), index);
+        QCOMPARE(m_source->told.last(), index);
+        QCOMPARE(scroll()->contentSize(), QSizeF(5 * w, h));
+
+        const QList<qint64> live = childIndexes(m_gallery);
+        for (qint64 i : live)
+            QVERIFY2(i >= index - 1 && i <= index + 1, qPrintable(QStringLiteral("page %1 on %2").arg(i).arg(index)));
+        if (index > 0)
+            QVERIFY(live.contains(index - 1));
+        if (index + 1 < 4)
+            QVERIFY(live.contains(index + 1));
+
+        OstQuoteView *current = m_gallery->currentQuoteView();
+        QVERIFY(current);
+        QCOMPARE(current->quote()->content(), QStringLiteral("Quote %1").arg(index));
+        QCOMPARE(current->position(), place);
+        QCOMPARE(current->size(), QSizeF(w, h));
+        QCOMPARE(current->opacity(), 1.0);
+        QCOMPARE(current->contentScale(), 1.0);
+        if (OstQuoteView *older = pageOf(m_gallery, index + 1)) {
+            QCOMPARE(older->position(), QPointF(double(3 - index) * w, 0));
+            QCOMPARE(older->size(), QSizeF(w, h));
+            QCOMPARE(older->opacity(), 1.0);
+            QCOMPARE(older->contentScale(), 1.0);
+        }
+        // Anything else in the view lies under the page in view, or cannot be seen.
+        const QRectF inView(place, QSizeF(w, h));
+        const QList<QQuickItem *> children = scroll()->subviews();
+        const auto below = [&](QQuickItem *page) {
+            return page->z() < current->z()
+                || (page->z() == current->z() && children.indexOf(page) < children.indexOf(current));
+        };
+        for (QQuickItem *page : children) {
+            if (page == current || below(page) || page->opacity() == 0)
+                continue;
+            QVERIFY2(!QRectF(page->position(), page->size()).intersects(inView),
+                     qPrintable(QStringLiteral("page %1 shows over page %2")
+                                    .arg(qobject_cast<OstQuoteView *>(page)->itemIndex()).arg(index)));
+        }
     }
 
     // A slow touch drag by `dx` points across the middle of the window, in small steps.
@@ -104,6 +215,11 @@ class TestOstQuoteGalleryView : public QObject
     }
 
 private Q_SLOTS:
+    void initTestCase()
+    {
+        m_touch = QTest::createTouchDevice();
+    }
+
     void init()
     {
         OTClock::setTimeZone(QTimeZone("UTC"));
@@ -292,6 +408,166 @@ private Q_SLOTS:
             QCOMPARE(page->x(), double(4 - page->itemIndex()) * 375);
         }
         QCOMPARE(m_gallery->currentQuoteView()->itemIndex(), 1);
+    }
+
+    // A quick swipe towards an older day whose glide a press stops, by touch or mouse: the
+    // lift names the page the content settles on, and the gallery commits that page.
+    void aStoppedGlideCommitsThePageInView_data()
+    {
+        QTest::addColumn<bool>("touch");
+        QTest::addColumn<int>("dx");
+        QTest::addColumn<bool>("late");
+        QTest::addColumn<qint64>("startIndex");
+        QTest::addColumn<qint64>("landing");
+        QTest::newRow("touch, stopped early: back on today") << true << 60 << false << qint64(0) << qint64(0);
+        QTest::newRow("mouse, stopped early: back on today") << false << 60 << false << qint64(0) << qint64(0);
+        QTest::newRow("touch, stopped past half: on the older day") << true << 60 << true << qint64(0) << qint64(1);
+        QTest::newRow("mouse, towards today, stopped early") << false << -60 << false << qint64(2) << qint64(2);
+        QTest::newRow("touch, towards today, stopped past half") << true << -60 << true << qint64(2) << qint64(1);
+    }
+    void aStoppedGlideCommitsThePageInView()
+    {
+        QFETCH(bool, touch);
+        QFETCH(int, dx);
+        QFETCH(bool, late);
+        QFETCH(qint64, startIndex);
+        QFETCH(qint64, landing);
+        reloadAndSettle();
+        for (qint64 i = 0; i < startIndex; ++i) {
+            drag(250);
+            QVERIFY(waitForRest());
+        }
+        VERIFY_AT_REST(startIndex);
+
+        flick(touch, dx);
+        const qint64 glidingTo = startIndex + (dx > 0 ? 1 : -1);
+        QVERIFY(scroll()->decelerating());
+        QCOMPARE(m_source->told.last(), glidingTo);
+        if (late) {
+            const double half = (double(4 - startIndex) - (dx > 0 ? 0.5 : -0.5)) * 375;
+            QVERIFY(QTest::qWaitFor([&] {
+                return scroll()->decelerating() && (dx > 0 ? scroll()->contentOffset().x() < half : scroll()->contentOffset().x() > half);
+            }, 5000));
+        }
+        const QPoint at(187, 500);
+        press(touch, at);
+        QVERIFY(!scroll()->decelerating());
+        QCOMPARE(indexInView(scroll()->contentOffset()), landing);
+        QTest::qWait(100);
+        lift(touch, at);
+        // Named at the lift, before the content settles.
+        QCOMPARE(m_source->told.last(), landing);
+        QCOMPARE(m_source->toldWhileDecelerating.last(), false);
+        VERIFY_AT_REST(landing);
+        QVERIFY(m_source->told.size() >= 3);
+    }
+
+    // Two quick swipes in a row, the second after the first came to rest or catching it on
+    // its glide, by touch or mouse, either way: at rest the gallery agrees with the page in
+    // view.
+    void twoQuickSwipesInARow_data()
+    {
+        QTest::addColumn<bool>("touch");
+        QTest::addColumn<int>("dx");
+        QTest::addColumn<bool>("catching");
+        for (bool touch : {true, false}) {
+            for (int dx : {90, -90}) {
+                for (bool catching : {false, true}) {
+                    QTest::addRow("%s, %s, %s", touch ? "touch" : "mouse", dx > 0 ? "to older days" : "to today",
+                                  catching ? "on the glide" : "after rest")
+                        << touch << dx << catching;
+                }
+            }
+        }
+    }
+    void twoQuickSwipesInARow()
+    {
+        QFETCH(bool, touch);
+        QFETCH(int, dx);
+        QFETCH(bool, catching);
+        const qint64 startIndex = dx > 0 ? 0 : 2;
+        reloadAndSettle();
+        for (qint64 i = 0; i < startIndex; ++i) {
+            drag(250);
+            QVERIFY(waitForRest());
+        }
+        VERIFY_AT_REST(startIndex);
+
+        flick(touch, dx);
+        QVERIFY(scroll()->decelerating());
+        if (catching) {
+            // At once: the second swipe begins between two pages.
+            const double pages = scroll()->contentOffset().x() / 375;
+            QVERIFY2(pages != std::round(pages), qPrintable(QString::number(pages)));
+        } else {
+            VERIFY_AT_REST(startIndex + (dx > 0 ? 1 : -1));
+        }
+        flick(touch, dx);
+        QVERIFY(waitForRest());
+        const qint64 landing = indexInView(scroll()->contentOffset());
+        // On past the first turn, never more than two pages in all.
+        if (dx > 0)
+            QVERIFY(landing == startIndex + 1 || landing == startIndex + 2);
+        else
+            QVERIFY(landing == startIndex - 1 || landing == startIndex - 2);
+        if (!catching)
+            QCOMPARE(landing, startIndex + (dx > 0 ? 2 : -2));
+        VERIFY_AT_REST(landing);
+
+        // And one more slow swipe each way from there shows the pages as they should be.
+        drag(dx > 0 ? -250 : 250);
+        VERIFY_AT_REST(landing + (dx > 0 ? -1 : 1));
+        drag(dx > 0 ? 250 : -250);
+        VERIFY_AT_REST(landing);
+    }
+
+    // A bar comes or goes while the finger drags: the content and the pages take the new
+    // size at once and keep it through the landing.
+    void aResizeDuringADragLandsAtTheNewSize_data()
+    {
+        QTest::addColumn<bool>("touch");
+        QTest::addColumn<QSizeF>("size");
+        QTest::newRow("touch, a bar appears") << true << QSizeF(375, 623);
+        QTest::newRow("mouse, a bar hides") << false << QSizeF(375, 711);
+        QTest::newRow("touch, turned sideways") << true << QSizeF(500, 375);
+    }
+    void aResizeDuringADragLandsAtTheNewSize()
+    {
+        QFETCH(bool, touch);
+        QFETCH(QSizeF, size);
+        reloadAndSettle();
+        QPoint at(60, 300);
+        press(touch, at);
+        for (int i = 0; i < 10; ++i) {
+            at.rx() += 10;
+            moveTo(touch, at, 16);
+        }
+        QTRY_VERIFY(scroll()->dragging());
+        const double travelled = 1500 - scroll()->contentOffset().x();
+        m_gallery->setSize(size);
+        QVERIFY(scroll()->dragging());
+        QCOMPARE(scroll()->size(), size);
+        QCOMPARE(scroll()->contentSize(), QSizeF(5 * size.width(), size.height()));
+        // The finger keeps its place on the page under it.
+        QCOMPARE(scroll()->contentOffset().x(), (1500 - travelled) * size.width() / 375);
+        // The page being left is pinned again at the new size.
+        OstQuoteView *today = pageOf(m_gallery, 0);
+        QCOMPARE(today->size(), size);
+        QCOMPARE(today->position(), scroll()->contentOffset());
+        for (int i = 0; i < 20; ++i) {
+            at.rx() += 10;
+            moveTo(touch, at, 16);
+        }
+        QTest::qWait(150);
+        lift(touch, at);
+        VERIFY_AT_REST(1);
+        for (QQuickItem *child : scroll()->subviews())
+            QCOMPARE(child->size(), size);
+        QCOMPARE(scroll()->contentItem()->size(), QSizeF(5 * size.width(), size.height()));
+
+        // And back while at rest.
+        m_gallery->setSize(QSizeF(375, 667));
+        VERIFY_AT_REST(1);
     }
 
     void poolIsUsedOnlyWhenFilled()

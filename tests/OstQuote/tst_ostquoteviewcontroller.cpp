@@ -672,6 +672,116 @@ private Q_SLOTS:
         QCOMPARE(frame.pixelColor(370, 5), QColor(Qt::black));
         QVERIFY(frame.pixelColor(5, 5) != QColor(Qt::black));
     }
+
+    // --- A swipe whose glide a press stops ----------------------------------------------
+
+    void aStoppedGlideSharesTheQuoteInView_data()
+    {
+        QTest::addColumn<bool>("touch");
+        QTest::newRow("touch") << true;
+        QTest::newRow("mouse") << false;
+    }
+
+    // Towards the older day, stopped at once and lifted without a drag: the content goes
+    // back to today, and today's quote is the one shared.
+    void aStoppedGlideSharesTheQuoteInView()
+    {
+        QFETCH(bool, touch);
+        openViewerOnToday();
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
+        OTScrollView *scroll = gallery()->scrollView();
+        QPointingDevice *device = QTest::createTouchDevice();
+        const auto press = [&](QPoint at) {
+            if (touch)
+                QTest::touchEvent(m_view.get(), device).press(0, at);
+            else
+                QTest::mousePress(m_view.get(), Qt::LeftButton, {}, at);
+        };
+        const auto moveTo = [&](QPoint at) {
+            if (touch) {
+                QTest::qWait(4);
+                QTest::touchEvent(m_view.get(), device).move(0, at);
+            } else {
+                QTest::mouseMove(m_view.get(), at, 8);
+            }
+        };
+        const auto lift = [&](QPoint at) {
+            if (touch)
+                QTest::touchEvent(m_view.get(), device).release(0, at);
+            else
+                QTest::mouseRelease(m_view.get(), Qt::LeftButton, {}, at);
+        };
+
+        const QPoint from(40, 400);
+        press(from);
+        moveTo(from + QPoint(30, 0));
+        moveTo(from + QPoint(60, 0));
+        lift(from + QPoint(60, 0));
+        QVERIFY(scroll->decelerating());
+        const QPoint at(187, 300);
+        press(at);
+        QVERIFY(!scroll->decelerating());
+        QVERIFY(scroll->contentOffset().x() > scroll->contentSize().width() - 1.5 * scroll->width());
+        lift(at);
+        waitForRest();
+
+        QCOMPARE(scroll->contentOffset().x(), scroll->contentSize().width() - scroll->width());
+        QCOMPARE(gallery()->currentIndex(), 0);
+        OstQuoteView *page = gallery()->currentQuoteView();
+        QCOMPARE(page->quote()->assign_date(), QStringLiteral("2017-03-01"));
+        QCOMPARE(page->position().x(), scroll->contentOffset().x());
+        QCOMPARE(page->opacity(), 1.0);
+        QCOMPARE(page->contentScale(), 1.0);
+        // The press did not reach the page as a tap.
+        QVERIFY(page->isShowing());
+
+        const OstQuotePtr today = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
+        m_viewer->shareViewShareToPlatform(m_viewer->shareView(), 0);
+        QCOMPARE(m_shares->shares.size(), 1);
+        QCOMPARE(m_shares->shares.first().content, today->content());
+        QCOMPARE(m_shares->shares.first().url, today->share_urls().value(QStringLiteral("weibo")).toString());
+        m_viewer->shareViewCopyLinkClicked(m_viewer->shareView(), nullptr);
+        QCOMPARE(QGuiApplication::clipboard()->text(), today->share_urls().value(QStringLiteral("default")).toString());
+    }
+
+    // On the oldest page, a swipe towards today stopped at once: the gallery settles back on
+    // the oldest page and the screen asks again for the day before it, as after any swipe
+    // that comes to rest there.
+    void aStoppedGlideAsksForTheDaysOfThePageInView()
+    {
+        const QDateTime secondDay(QDate(2016, 10, 2), QTime(10, 0), Qt::UTC);
+        OTClock::setNow(secondDay);
+        QVERIFY(startServer(secondDay));
+        openViewerOnToday();
+        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01"}));
+        swipe(200, true);
+        QCOMPARE(gallery()->currentIndex(), 1);
+        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01", "2016-09-30"}));
+
+        OTScrollView *scroll = gallery()->scrollView();
+        QPointingDevice *touch = QTest::createTouchDevice();
+        const QPoint from(335, 400);
+        QTest::touchEvent(m_view.get(), touch).press(0, from);
+        QTest::qWait(4);
+        QTest::touchEvent(m_view.get(), touch).move(0, from - QPoint(30, 0));
+        QTest::qWait(4);
+        QTest::touchEvent(m_view.get(), touch).move(0, from - QPoint(60, 0));
+        QTest::touchEvent(m_view.get(), touch).release(0, from - QPoint(60, 0));
+        QVERIFY(scroll->decelerating());
+        QTest::touchEvent(m_view.get(), touch).press(0, QPoint(187, 300));
+        QVERIFY(scroll->contentOffset().x() < 0.5 * scroll->width());
+        QTest::touchEvent(m_view.get(), touch).release(0, QPoint(187, 300));
+        waitForRest();
+
+        QCOMPARE(scroll->contentOffset().x(), 0.0);
+        QCOMPARE(gallery()->currentIndex(), 1);
+        QCOMPARE(gallery()->currentQuoteView()->quote()->assign_date(), QStringLiteral("2016-10-01"));
+        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01", "2016-09-30", "2016-09-30"}));
+        const OstQuotePtr oldest = m_viewer->quotes().value(QStringLiteral("2016-10-01"));
+        m_viewer->shareViewShareToPlatform(m_viewer->shareView(), 0);
+        QCOMPARE(m_shares->shares.size(), 1);
+        QCOMPARE(m_shares->shares.first().content, oldest->content());
+    }
 };
 
 QTEST_MAIN(TestOstQuoteViewController)

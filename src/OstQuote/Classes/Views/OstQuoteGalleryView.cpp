@@ -83,17 +83,24 @@ void OstQuoteGalleryView::geometryChange(const QRectF &newGeometry, const QRectF
     m_scrollView->setSize(newGeometry.size());
     if (newGeometry.size() == oldGeometry.size() || m_numberOfQuotes <= 0)
         return;
-    // Resized after loading (a bar hid, the window changed): the pages take the new size at
-    // their places, and the page in view stays in view. A drag in progress is left alone;
-    // its pages are laid out again at the next reload.
-    if (m_scrollView->dragging())
-        return;
+    // Resized after loading (a bar came or went, the window changed): the content and the
+    // pages take the new size at their places at once, also in the middle of a drag.
     const double w = newGeometry.width();
     const double h = newGeometry.height();
     m_scrollView->setContentSize(QSizeF(double(m_numberOfQuotes) * w, h));
     for (QQuickItem *child : m_scrollView->subviews()) {
         child->setPosition(QPointF(double(m_numberOfQuotes - 1 - itemIndexOf(child)) * w, 0));
         child->setSize(QSizeF(w, h));
+    }
+    if (m_scrollView->dragging()) {
+        // The finger keeps its place on the page under it, and the page being left or
+        // approached is pinned again at the new size.
+        const double ratio = oldGeometry.width() > 0 ? w / oldGeometry.width() : 1.0;
+        m_lastContentOffsetX *= ratio;
+        const QPointF offset = m_scrollView->contentOffset();
+        m_scrollView->setContentOffset(QPointF(offset.x() * ratio, offset.y()));
+        scrollViewDidScroll(m_scrollView);
+        return;
     }
     // A glide under way ends on its page at once, and settles as it would have.
     const bool gliding = m_scrollView->decelerating();
@@ -242,6 +249,22 @@ void OstQuoteGalleryView::transition(OstQuoteView *page, double x)
         page->setContentScale(qMax(s, kMinimumScale));
     } else {
         if (i == m_currentIndex) {
+            const double place = double(m_numberOfQuotes - 1 - m_currentIndex) * width();
+            if (x < place) {
+                // The drag began between this page and the older one, catching a swipe on
+                // its way: short of its place the page stays pinned behind the sliding
+                // older page and grows as when it was approached.
+                pin();
+                const double s = x / width() - double(m_numberOfQuotes - 2 - m_currentIndex);
+                page->setOpacity(s);
+                page->setContentScale(s);
+                return;
+            }
+            // From its place on it slides away with the content, whole. (A drag that began
+            // at rest on it finds it so already.)
+            page->setPosition(QPointF(place, 0));
+            page->setOpacity(1);
+            page->setContentScale(1);
             page->setZ(kFrontDepth);
         } else if (i == m_currentIndex - 1) {
             pin();
