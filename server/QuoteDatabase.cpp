@@ -8,6 +8,7 @@
 #include <QSqlQuery>
 
 #include <algorithm>
+#include <limits>
 #include <atomic>
 
 quint64 ostStableHash(QByteArrayView bytes)
@@ -26,31 +27,97 @@ quint64 ostStableHash(QByteArrayView bytes)
     return hash;
 }
 
-QuoteAssigner::QuoteAssigner(const QHash<qint64, int> &useCounts)
+QuoteAssigner::QuoteAssigner(QList<qint64> pool, std::map<qint64, qint64> history)
+    : m_pool(pool.cbegin(), pool.cend())
+    , m_history(std::move(history))
 {
-    for (auto it = useCounts.cbegin(); it != useCounts.cend(); ++it)
-        m_idsByUse[it.value()].push_back(it.key());
-    for (auto &[uses, ids] : m_idsByUse)
-        std::sort(ids.begin(), ids.end());
+    std::sort(m_pool.begin(), m_pool.end());
+    m_pool.erase(std::unique(m_pool.begin(), m_pool.end()), m_pool.end());
+    for (const qint64 id : m_pool)
+        m_uses.insert(id, 0);
+    for (const auto &[day, id] : m_history) {
+        const auto uses = m_uses.find(id);
+        if (uses != m_uses.end())
+            ++*uses;
+    }
 }
 
-qint64 QuoteAssigner::assign(const QString &dayKey)
+int QuoteAssigner::window() const
+{
+    return int(std::min<qsizetype>(MaxWindow, qsizetype(m_pool.size()) - 1));
+}
+
+qint64 QuoteAssigner::assign(const QDate &day)
 {
     Q_ASSERT(!isEmpty());
-    const auto leastUsed = m_idsByUse.begin();
-    std::vector<qint64> &candidates = leastUsed->second;
-    const std::size_t index = ostStableHash(dayKey.toUtf8()) % candidates.size();
-    const qint64 id = candidates[index];
-    const int uses = leastUsed->first;
-    candidates.erase(candidates.begin() + std::ptrdiff_t(index));
-    if (candidates.empty())
-        m_idsByUse.erase(leastUsed);
-    std::vector<qint64> &next = m_idsByUse[uses + 1];
-    next.insert(std::lower_bound(next.begin(), next.end(), id), id);
+    const qint64 julianDay = day.toJulianDay();
+    Q_ASSERT(!m_history.contains(julianDay));
+    const qint64 window = this->window();
+
+    // The quotes of the days within the window before the day, and how soon each quote
+    // comes next after it (only a day filled in inside the history has days after it).
+    QSet<qint64> before;
+    QHash<qint64, qint64> nextUse;
+    for (auto it = m_history.lower_bound(julianDay - window); it != m_history.end() && it->first <= julianDay + window; ++it) {
+        if (it->first < julianDay)
+            before.insert(it->second);
+        else if (!nextUse.contains(it->second))
+            nextUse.insert(it->second, it->first - julianDay);
+    }
+
+    // Never a quote of the days before: at most `window` of them, holding at most pool - 1
+    // quotes, so there is always one left. Then, for a day filled in, a quote that does not
+    // come again within the window either, the one that comes again soonest after it (so
+    // the quotes that are free for longer stay free for the next gap); when there is none,
+    // the one that comes again latest. Then the fewest uses; then the day's hash.
+    struct Candidate
+    {
+        qint64 id;
+        bool comesBack;      // within the window after the day
+        qint64 nextUse;      // days until it comes again; max() when it does not
+        int uses;
+    };
+    std::vector<Candidate> candidates;
+    for (const qint64 id : m_pool) {
+        if (before.contains(id))
+            continue;
+        const qint64 next = nextUse.value(id, std::numeric_limits<qint64>::max());
+        candidates.push_back({id, next <= window, next, m_uses.value(id)});
+    }
+    Q_ASSERT(!candidates.empty());
+    const auto better = [](const Candidate &a, const Candidate &b) {
+        if (a.comesBack != b.comesBack)
+            return !a.comesBack;
+        if (a.nextUse != b.nextUse)
+            return a.comesBack ? a.nextUse > b.nextUse : a.nextUse < b.nextUse;
+        return a.uses < b.uses;
+    };
+    const Candidate best = *std::min_element(candidates.cbegin(), candidates.cend(), better);
+    std::vector<qint64> tied;
+    for (const Candidate &candidate : candidates) {
+        if (!better(best, candidate))
+            tied.push_back(candidate.id);
+    }
+    const qint64 id = tied[ostStableHash(day.toString(Qt::ISODate).toUtf8()) % tied.size()];
+    m_history.emplace(julianDay, id);
+    ++m_uses[id];
     return id;
 }
 
+std::optional<QDate> ostDayFromKey(const QString &key)
+{
+    if (key.size() != 10)
+        return std::nullopt;
+    const QDate day = QDate::fromString(key, QStringLiteral("yyyy-MM-dd"));
+    if (!day.isValid() || day.toString(Qt::ISODate) != key)
+        return std::nullopt;
+    return day;
+}
+
 namespace {
+
+// The advisory lock that serialises writers on PostgreSQL ("ostq").
+constexpr qint64 WriteLockKey = 0x6f737471;
 
 QString dayKey(const QDate &day)
 {
@@ -87,8 +154,70 @@ bool QuoteDatabase::fail(const QString &what, const QString &detail)
     return false;
 }
 
+bool QuoteDatabase::beginWrite()
+{
+    QSqlDatabase db = QSqlDatabase::database(m_connectionName);
+    QSqlQuery query(db);
+    if (m_kind == DatabaseLocation::Kind::SQLite) {
+        // IMMEDIATE takes the file's write lock now (waiting up to the busy timeout), so
+        // what this transaction reads stays true until it commits.
+        if (!query.exec(QStringLiteral("BEGIN IMMEDIATE")))
+            return fail(QStringLiteral("cannot start a transaction"), query.lastError().text());
+        return true;
+    }
+    if (!db.transaction())
+        return fail(QStringLiteral("cannot start a transaction"), db.lastError().text());
+    // Every server on this database takes the same transaction-scoped lock before it reads
+    // what it is about to change; the next one reads what this one committed.
+    if (!query.exec(QStringLiteral("SELECT pg_advisory_xact_lock(%1)").arg(WriteLockKey))) {
+        const QString detail = query.lastError().text();
+        db.rollback();
+        return fail(QStringLiteral("cannot lock the quote tables"), detail);
+    }
+    return true;
+}
+
+bool QuoteDatabase::commit()
+{
+    QSqlDatabase db = QSqlDatabase::database(m_connectionName);
+    if (db.commit())
+        return true;
+    fail(QStringLiteral("cannot store the changes"), db.lastError().text());
+    db.rollback();
+    return false;
+}
+
+void QuoteDatabase::rollback()
+{
+    QSqlDatabase::database(m_connectionName).rollback();
+}
+
+void QuoteDatabase::reportBadDayKeys(const QStringList &keys)
+{
+    QStringList fresh;
+    for (const QString &key : keys) {
+        if (!m_reportedKeys.contains(key)) {
+            m_reportedKeys.insert(key);
+            fresh.append(key);
+        }
+    }
+    if (fresh.isEmpty())
+        return;
+    std::sort(fresh.begin(), fresh.end());
+    constexpr qsizetype shown = 10;
+    QStringList quoted;
+    for (qsizetype i = 0; i < std::min(shown, fresh.size()); ++i)
+        quoted.append(u'"' + fresh.at(i).left(40) + u'"');
+    QString list = quoted.join(QStringLiteral(", "));
+    if (fresh.size() > shown)
+        list += QStringLiteral(" and %1 more").arg(fresh.size() - shown);
+    qWarning("ostquote-server: ignoring %lld stored day(s) that are not valid day keys: %s", qint64(fresh.size()),
+             qPrintable(list));
+}
+
 bool QuoteDatabase::open(const DatabaseLocation &location)
 {
+    m_kind = location.kind;
     if (!QSqlDatabase::isDriverAvailable(location.driverName()))
         return fail(QStringLiteral("the Qt SQL driver %1 is not installed").arg(location.driverName()), {});
     QSqlDatabase db = QSqlDatabase::addDatabase(location.driverName(), m_connectionName);
@@ -132,58 +261,69 @@ bool QuoteDatabase::createSchema()
         " quote_id INTEGER NOT NULL REFERENCES quotes (id))",
         "CREATE INDEX IF NOT EXISTS quote_days_by_quote ON quote_days (quote_id)",
     };
+    // Under the write lock: PostgreSQL's CREATE TABLE IF NOT EXISTS is not safe against a
+    // second server creating the same table at the same moment.
+    if (!beginWrite())
+        return false;
     QSqlQuery query(db);
     for (const char *statement : statements) {
-        if (!query.exec(QString::fromLatin1(statement)))
-            return fail(QStringLiteral("cannot create the quote tables"), query.lastError().text());
+        if (!query.exec(QString::fromLatin1(statement))) {
+            fail(QStringLiteral("cannot create the quote tables"), query.lastError().text());
+            rollback();
+            return false;
+        }
     }
-    return true;
+    return commit();
 }
 
 int QuoteDatabase::seed(const QList<DatasetQuote> &quotes)
 {
     QSqlDatabase db = QSqlDatabase::database(m_connectionName);
-    if (!db.transaction()) {
-        fail(QStringLiteral("cannot start a transaction"), db.lastError().text());
+    if (!beginWrite())
         return -1;
-    }
-    auto rollback = [&](const QString &what, const QSqlQuery &query) {
+    auto abandon = [&](const QString &what, const QSqlQuery &query) {
         fail(what, query.lastError().text());
-        db.rollback();
+        rollback();
         return -1;
     };
 
     QSqlQuery query(db);
     query.setForwardOnly(true);
     if (!query.exec(QStringLiteral("SELECT id, content FROM quotes")))
-        return rollback(QStringLiteral("cannot read the quotes"), query);
-    QSet<QString> known;
+        return abandon(QStringLiteral("cannot read the quotes"), query);
+    QHash<QString, qint64> known;
     qint64 lastId = 0;
     while (query.next()) {
-        lastId = std::max(lastId, query.value(0).toLongLong());
-        known.insert(query.value(1).toString());
+        const qint64 id = query.value(0).toLongLong();
+        lastId = std::max(lastId, id);
+        known.insert(query.value(1).toString(), id);
     }
+    query.finish();
 
     QSqlQuery insert(db);
     insert.prepare(QStringLiteral("INSERT INTO quotes (id, author, content, translation) VALUES (?, ?, ?, ?)"));
+    QList<qint64> datasetIds;
+    datasetIds.reserve(quotes.size());
     int added = 0;
     for (const DatasetQuote &quote : quotes) {
-        if (known.contains(quote.content))
+        const auto found = known.constFind(quote.content);
+        if (found != known.cend()) {
+            datasetIds.append(*found);
             continue;
-        known.insert(quote.content);
-        insert.addBindValue(++lastId);
+        }
+        known.insert(quote.content, ++lastId);
+        datasetIds.append(lastId);
+        insert.addBindValue(lastId);
         insert.addBindValue(quote.author);
         insert.addBindValue(quote.content);
         insert.addBindValue(quote.translation);
         if (!insert.exec())
-            return rollback(QStringLiteral("cannot add a quote"), insert);
+            return abandon(QStringLiteral("cannot add a quote"), insert);
         ++added;
     }
-    if (!db.commit()) {
-        fail(QStringLiteral("cannot store the new quotes"), db.lastError().text());
-        db.rollback();
+    if (!commit())
         return -1;
-    }
+    m_datasetIds = datasetIds;
     return added;
 }
 
@@ -193,49 +333,91 @@ int QuoteDatabase::assignThrough(const QDate &lastDay)
     if (lastDay < firstDay)
         return 0;
     QSqlDatabase db = QSqlDatabase::database(m_connectionName);
-    if (!db.transaction()) {
-        fail(QStringLiteral("cannot start a transaction"), db.lastError().text());
+    if (!beginWrite())
         return -1;
-    }
-    auto rollback = [&](const QString &what, const QString &detail) {
+    auto abandon = [&](const QString &what, const QString &detail) {
         fail(what, detail);
-        db.rollback();
+        rollback();
         return -1;
     };
 
+    // The quotes a day can show: all of their fields there.
     QSqlQuery query(db);
     query.setForwardOnly(true);
-    if (!query.exec(QStringLiteral("SELECT q.id, COUNT(d.day) FROM quotes q"
-                                   " LEFT JOIN quote_days d ON d.quote_id = q.id GROUP BY q.id")))
-        return rollback(QStringLiteral("cannot count the quotes' days"), query.lastError().text());
-    QHash<qint64, int> useCounts;
-    while (query.next())
-        useCounts.insert(query.value(0).toLongLong(), query.value(1).toInt());
-    if (useCounts.isEmpty())
-        return rollback(QStringLiteral("there are no quotes to assign"), {});
+    if (!query.exec(QStringLiteral("SELECT id, author, content, translation FROM quotes")))
+        return abandon(QStringLiteral("cannot read the quotes"), query.lastError().text());
+    QSet<qint64> usable;
+    while (query.next()) {
+        bool isNumber = false;
+        const qint64 id = query.value(0).toLongLong(&isNumber);
+        if (isNumber && !query.value(1).toString().trimmed().isEmpty() && !query.value(2).toString().trimmed().isEmpty()
+            && !query.value(3).toString().trimmed().isEmpty())
+            usable.insert(id);
+    }
+    query.finish();
 
-    if (!query.exec(QStringLiteral("SELECT day FROM quote_days")))
-        return rollback(QStringLiteral("cannot read the assigned days"), query.lastError().text());
-    QSet<QString> assigned;
-    while (query.next())
-        assigned.insert(query.value(0).toString());
+    // New days are dealt from the dataset's quotes; without a dataset, from all of them.
+    QList<qint64> pool;
+    if (m_datasetIds.isEmpty()) {
+        pool = usable.values();
+    } else {
+        for (const qint64 id : std::as_const(m_datasetIds)) {
+            if (usable.contains(id))
+                pool.append(id);
+        }
+    }
 
-    QuoteAssigner assigner(useCounts);
+    // The stored days: those with a usable quote keep it; those whose quote is gone are
+    // dealt again; rows that do not name a valid day are left alone and not served.
+    if (!query.exec(QStringLiteral("SELECT day, quote_id FROM quote_days")))
+        return abandon(QStringLiteral("cannot read the assigned days"), query.lastError().text());
+    std::map<qint64, qint64> history;
+    QSet<QString> orphaned;
+    QStringList badKeys;
+    while (query.next()) {
+        const QString key = query.value(0).toString();
+        const std::optional<QDate> day = ostDayFromKey(key);
+        if (!day) {
+            badKeys.append(key);
+            continue;
+        }
+        bool isNumber = false;
+        const qint64 id = query.value(1).toLongLong(&isNumber);
+        if (isNumber && usable.contains(id))
+            history.emplace(day->toJulianDay(), id);
+        else
+            orphaned.insert(key);
+    }
+    query.finish();
+    reportBadDayKeys(badKeys);
+
+    QuoteAssigner assigner(pool, history);
     QSqlQuery insert(db);
     insert.prepare(QStringLiteral("INSERT INTO quote_days (day, quote_id) VALUES (?, ?)"));
+    QSqlQuery update(db);
+    update.prepare(QStringLiteral("UPDATE quote_days SET quote_id = ? WHERE day = ?"));
     int count = 0;
     for (QDate day = firstDay; day <= lastDay; day = day.addDays(1)) {
-        const QString key = dayKey(day);
-        if (assigned.contains(key))
+        if (history.contains(day.toJulianDay()))
             continue;
-        insert.addBindValue(key);
-        insert.addBindValue(assigner.assign(key));
-        if (!insert.exec())
-            return rollback(QStringLiteral("cannot assign a quote to %1").arg(key), insert.lastError().text());
+        if (assigner.isEmpty())
+            return abandon(QStringLiteral("there are no quotes to assign"), {});
+        const QString key = dayKey(day);
+        const qint64 id = assigner.assign(day);
+        QSqlQuery &store = orphaned.contains(key) ? update : insert;
+        if (&store == &update) {
+            update.addBindValue(id);
+            update.addBindValue(key);
+        } else {
+            insert.addBindValue(key);
+            insert.addBindValue(id);
+        }
+        if (!store.exec())
+            return abandon(QStringLiteral("cannot assign a quote to %1").arg(key), store.lastError().text());
         ++count;
     }
-    if (!db.commit())
-        return rollback(QStringLiteral("cannot store the assigned days"), db.lastError().text());
+    if (!commit())
+        return -1;
     return count;
 }
 
@@ -255,13 +437,20 @@ std::optional<QList<DayQuote>> QuoteDatabase::days(const QDate &from, const QDat
     QList<DayQuote> result;
     result.reserve(std::max<qint64>(0, from.daysTo(to) + 1));
     while (query.next()) {
+        // Keys such as "2017-01-01x" sort inside the range; only real days are served.
+        const QString key = query.value(0).toString();
+        const std::optional<QDate> day = ostDayFromKey(key);
+        if (!day || *day < from || *day > to)
+            continue;
         DayQuote entry;
-        entry.key = query.value(0).toString();
-        entry.day = QDate::fromString(entry.key, Qt::ISODate);
+        entry.key = key;
+        entry.day = *day;
         entry.quoteId = query.value(1).toLongLong();
-        entry.author = query.value(2).toString();
-        entry.content = query.value(3).toString();
-        entry.translation = query.value(4).toString();
+        entry.author = query.value(2).toString().trimmed();
+        entry.content = query.value(3).toString().trimmed();
+        entry.translation = query.value(4).toString().trimmed();
+        if (entry.author.isEmpty() || entry.content.isEmpty() || entry.translation.isEmpty())
+            continue;
         result.append(std::move(entry));
     }
     return result;

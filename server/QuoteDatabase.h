@@ -6,33 +6,55 @@
 
 #include <QHash>
 #include <QList>
+#include <QSet>
 #include <QString>
 
 #include <map>
+#include <optional>
 #include <vector>
 
 // A stable 64-bit hash (FNV-1a, then mixed), the same on every machine and every run.
 quint64 ostStableHash(QByteArrayView bytes);
 
-// Deals quotes out to days: a day gets one of the quotes used least so far, the one at a
-// position given by a stable hash of its day key. So every quote comes round once before
-// any comes round twice, and the same pool and history always give the same choice.
+// Deals quotes out to days. A day never gets a quote used within `window()` days before
+// it, nor (when a day inside the history is filled in) within as many days after it if
+// another quote can be had; among the quotes allowed it gets one of those used least so
+// far, the one at a position given by a stable hash of its day key. So every quote comes
+// round once before any comes round twice, no quote comes back within a year (or within
+// one round of a smaller pool), and the same pool and history always give the same choice.
 class QuoteAssigner
 {
 public:
-    // Every quote id in the pool with the number of days it already has.
-    explicit QuoteAssigner(const QHash<qint64, int> &useCounts);
+    // How far apart two days with the same quote are at least, pool allowing.
+    static constexpr int MaxWindow = 365;
 
-    bool isEmpty() const { return m_idsByUse.empty(); }
-    // The quote for `dayKey`; counts it as used once more.
-    qint64 assign(const QString &dayKey);
+    // `pool`: the quote ids that may be dealt. `history`: the days that already have a
+    // quote, as Julian day numbers, with their quote id (which need not be in the pool).
+    QuoteAssigner(QList<qint64> pool, std::map<qint64, qint64> history);
+
+    bool isEmpty() const { return m_pool.empty(); }
+    // min(MaxWindow, pool size - 1): the days before a new day whose quotes it must not repeat.
+    int window() const;
+    // The quote for `day`, which has none in the history yet; records it there.
+    qint64 assign(const QDate &day);
 
 private:
-    std::map<int, std::vector<qint64>> m_idsByUse;   // use count -> ids, ascending
+    std::vector<qint64> m_pool;          // ascending
+    QHash<qint64, int> m_uses;           // pool id -> days it has
+    std::map<qint64, qint64> m_history;  // Julian day -> quote id
 };
 
+// `key` as a day when it is a day key written exactly as "yyyy-MM-dd" names a real day.
+std::optional<QDate> ostDayFromKey(const QString &key);
+
 // The quote store: quotes (seeded from the dataset) and the day -> quote table. The same
-// schema on SQLite and PostgreSQL. Used from one thread (the main thread).
+// schema on SQLite and PostgreSQL. Used from one thread (the main thread); several servers
+// may share one database, and every change is made in a transaction that holds the
+// database's write lock (SQLite's, or an advisory lock on PostgreSQL), so two servers that
+// meet a new day at once store one quote for it and both read that one.
+//
+// Nothing read back is taken on trust: rows whose day is not a valid day key are ignored
+// (and reported once), and a day whose quote is gone or unusable is dealt a new one.
 class QuoteDatabase
 {
 public:
@@ -45,23 +67,32 @@ public:
     // tables when they are not there.
     bool open(const DatabaseLocation &location);
 
-    // Adds the dataset's quotes that the store does not have yet (matched by content).
-    // The number added, or -1.
+    // Adds the dataset's quotes that the store does not have yet (matched by content), and
+    // makes the dataset's quotes the pool that new days are dealt from (quotes that left the
+    // dataset keep the days they have). The number added, or -1.
     int seed(const QList<DatasetQuote> &quotes);
 
-    // Gives every day from the first quote day through `lastDay` that has no quote yet its
-    // quote, in day order. Days that have one keep it. The number of days assigned, or -1.
+    // Gives every day from the first quote day through `lastDay` that has no quote yet, or
+    // whose quote is gone, its quote (QuoteAssigner), in day order. Days that have one keep
+    // it. The number of days assigned, or -1.
     int assignThrough(const QDate &lastDay);
 
-    // The days from `from` through `to` that have a quote, in day order.
+    // The days from `from` through `to` that have a usable quote, in day order.
     std::optional<QList<DayQuote>> days(const QDate &from, const QDate &to);
 
     QString errorString() const { return m_error; }
 
 private:
     bool createSchema();
+    bool beginWrite();
+    bool commit();
+    void rollback();
     bool fail(const QString &what, const QString &detail);
+    void reportBadDayKeys(const QStringList &keys);
 
     QString m_connectionName;
+    DatabaseLocation::Kind m_kind = DatabaseLocation::Kind::SQLite;
     QString m_error;
+    QList<qint64> m_datasetIds;          // the pool for new days, once seed() has run
+    QSet<QString> m_reportedKeys;        // bad day keys already logged
 };

@@ -39,6 +39,20 @@ class TestServerData : public QObject
         return days;
     }
 
+    // The first day in `days` (day key -> content) from `from` on whose quote one of the
+    // `window` days before it already had, or an empty string.
+    static QString firstRepeat(const QHash<QString, QString> &days, const QDate &from, const QDate &last, int window)
+    {
+        for (QDate day = from; day <= last; day = day.addDays(1)) {
+            const QString content = days.value(day.toString(Qt::ISODate));
+            for (int back = 1; back <= window; ++back) {
+                if (days.value(day.addDays(-back).toString(Qt::ISODate)) == content)
+                    return day.toString(Qt::ISODate) + " repeats " + day.addDays(-back).toString(Qt::ISODate);
+            }
+        }
+        return {};
+    }
+
     static QByteArray fileBytes(const QString &path)
     {
         QFile file(path);
@@ -71,6 +85,61 @@ private Q_SLOTS:
         QCOMPARE(uses.size(), 4);
         for (int count : uses)
             QVERIFY(count == 2 || count == 3);
+    }
+
+    void noQuoteComesBackWithinAYear()
+    {
+        // The embedded dataset on a fresh database, every served day through late 2026.
+        QTemporaryDir dir;
+        ServerProcess server(dir.path());
+        ServerProcess::Options options;
+        options.now = u"2026-11-23T12:00:00Z"_s;
+        options.timeZone = u"UTC"_s;
+        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        const QDate last(2026, 11, 30);
+        const QHash<QString, QString> days = contents(server.port(), last);
+        QCOMPARE(days.size(), int(QDate(2016, 10, 1).daysTo(last)) + 1);
+        QVERIFY(!days.values().contains(QString()));
+        QCOMPARE(get(server.port(), "/api/v2/quote/quotes/2026-12-01/").status, 404);
+
+        // Over ten years every quote has come round; there are more than a year's worth,
+        // so none comes back within 365 days.
+        const QList<QString> contentList = days.values();
+        const QSet<QString> distinct(contentList.cbegin(), contentList.cend());
+        QVERIFY2(distinct.size() > 365, qPrintable(QString::number(distinct.size())));
+        const QString repeat = firstRepeat(days, QDate(2016, 10, 1), last, 365);
+        QVERIFY2(repeat.isEmpty(), qPrintable(repeat));
+    }
+
+    void addedQuotesKeepTheWindow()
+    {
+        // 370 quotes for a year and a half, then 80 more; the pool's window is a year
+        // throughout, and the days already dealt do not change.
+        QTemporaryDir dir;
+        ServerProcess server(dir.path());
+        ServerProcess::Options options;
+        options.now = u"2018-03-01T12:00:00Z"_s;
+        options.timeZone = u"UTC"_s;
+        options.arguments = QStringList{"--dataset", writeDataset(dir.filePath("quotes.json"), numberedQuotes(1, 370))};
+        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        const QHash<QString, QString> before = contents(server.port(), QDate(2018, 3, 8));
+        QVERIFY(server.stop());
+
+        options.now = u"2019-06-01T12:00:00Z"_s;
+        options.arguments = QStringList{"--dataset", writeDataset(dir.filePath("more.json"), numberedQuotes(1, 450))};
+        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        const QHash<QString, QString> after = contents(server.port(), QDate(2019, 6, 8));
+        for (auto it = before.cbegin(); it != before.cend(); ++it)
+            QCOMPARE(after.value(it.key()), it.value());
+        const QString repeat = firstRepeat(after, QDate(2016, 10, 1), QDate(2019, 6, 8), 365);
+        QVERIFY2(repeat.isEmpty(), qPrintable(repeat));
+        // The eighty new quotes come first.
+        QSet<QString> next;
+        for (QDate day(2018, 3, 9); day < QDate(2018, 3, 9).addDays(80); day = day.addDays(1))
+            next.insert(after.value(day.toString(Qt::ISODate)));
+        QCOMPARE(next.size(), 80);
+        for (const QString &content : std::as_const(next))
+            QVERIFY2(content.mid(16).chopped(1).toInt() > 370, qPrintable(content));
     }
 
     void theSamePoolAndClockDealTheSameDays()
@@ -121,6 +190,9 @@ private Q_SLOTS:
                  pastBody);
         const QSet<QString> newDays = {after.value("2016-10-13"), after.value("2016-10-14"), after.value("2016-10-15")};
         QCOMPARE(newDays, (QSet<QString>{"Sentence number 6.", "Sentence number 7.", "Sentence number 8."}));
+        // Five quotes: none again within four days; eight: within seven.
+        QCOMPARE(firstRepeat(after, QDate(2016, 10, 1), QDate(2016, 10, 12), 4), QString());
+        QCOMPARE(firstRepeat(after, QDate(2016, 10, 13), QDate(2016, 10, 15), 7), QString());
         QVERIFY(server.stop());
     }
 
