@@ -1,3 +1,5 @@
+#include "OddFiles.h"
+
 #include <OTClock.h>
 #include <OTUserInfoStore.h>
 
@@ -10,7 +12,6 @@
 #include <QTest>
 
 #include <functional>
-#include <sys/stat.h>
 
 namespace {
 
@@ -160,26 +161,14 @@ private Q_SLOTS:
     // and is left as it is, and nothing waits on it.
     void oddFilesAreLeftAlone_data()
     {
-        QTest::addColumn<QString>("kind");
-        QTest::newRow("a FIFO") << QStringLiteral("fifo");
-        QTest::newRow("a directory") << QStringLiteral("directory");
-        QTest::newRow("a link to /dev/zero") << QStringLiteral("zero");
-        QTest::newRow("a file over the size limit") << QStringLiteral("large");
+        addOddFileRows(OTUserInfoStore::MaximumFileSize + 1);
     }
 
     void oddFilesAreLeftAlone()
     {
         QFETCH(QString, kind);
         const QString path = OTUserInfoStore::storePath();
-        QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
-        if (kind == QLatin1String("fifo"))
-            QVERIFY(::mkfifo(QFile::encodeName(path).constData(), 0600) == 0);
-        else if (kind == QLatin1String("directory"))
-            QVERIFY(QDir().mkpath(path));
-        else if (kind == QLatin1String("zero"))
-            QVERIFY(QFile::link(QStringLiteral("/dev/zero"), path));
-        else
-            QVERIFY(QFile(path).open(QIODevice::WriteOnly) && QFile(path).resize(OTUserInfoStore::MaximumFileSize + 1));
+        QVERIFY(makeOddFile(path, kind, OTUserInfoStore::MaximumFileSize + 1));
         const QFileInfo before(path);
 
         const QStringList warnings = captureWarnings([&]() {

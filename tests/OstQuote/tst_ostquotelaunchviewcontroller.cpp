@@ -5,6 +5,7 @@
 #include "OstQuoteResourceHelper.h"
 #include "OstQuoteViewController.h"
 #include "HttpFixture.h"
+#include "OddFiles.h"
 #include "TestServer.h"
 #include "TextChecks.h"
 
@@ -32,7 +33,6 @@
 #include <QTest>
 #include <QThread>
 
-#include <sys/stat.h>
 
 namespace {
 
@@ -482,30 +482,15 @@ private Q_SLOTS:
     // once and left where it is.
     void oddFilesForTodayCountAsDamaged_data()
     {
-        QTest::addColumn<QString>("kind");
-        QTest::newRow("a FIFO nobody writes to") << QStringLiteral("fifo");
-        QTest::newRow("a symbolic link to /dev/zero") << QStringLiteral("zero");
-        QTest::newRow("a directory") << QStringLiteral("directory");
-        QTest::newRow("a file of 2 MiB") << QStringLiteral("large");
+        addOddFileRows(2 * OstQuoteLaunchCache::MaximumFileSize);
     }
 
     void oddFilesForTodayCountAsDamaged()
     {
         QFETCH(QString, kind);
         OstAPIClient::sharedClient()->setBaseURL(QUrl(QStringLiteral("http://127.0.0.1:%1").arg(ot_unusedLoopbackPort())));
-        QVERIFY(QDir().mkpath(launchQuotesPath()));
         const QString todayPath = launchQuotesPath() + QStringLiteral("/2017-03-01");
-        if (kind == QLatin1String("fifo")) {
-            QVERIFY(::mkfifo(QFile::encodeName(todayPath).constData(), 0600) == 0);
-        } else if (kind == QLatin1String("zero")) {
-            QVERIFY(QFile::link(QStringLiteral("/dev/zero"), todayPath));
-        } else if (kind == QLatin1String("directory")) {
-            QVERIFY(QDir().mkpath(todayPath));
-        } else {
-            QFile file(todayPath);
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            QVERIFY(file.resize(2 * 1024 * 1024));
-        }
+        QVERIFY(makeOddFile(todayPath, kind, 2 * OstQuoteLaunchCache::MaximumFileSize));
         const QFileInfo before(todayPath);
 
         QStringList warnings;

@@ -100,6 +100,22 @@ QPoint centreOf(QQuickItem *item)
     return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
 }
 
+// A phone-sized host window with the foundation's navigation host filling it, as the demo
+// makes it; null when the window does not come up.
+OTNavigationController *openHostWindow(QQuickView &view)
+{
+    view.setResizeMode(QQuickView::SizeRootObjectToView);
+    view.setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
+    view.resize(375, 667);
+    view.show();
+    if (!QTest::qWaitForWindowExposed(&view))
+        return nullptr;
+    OTNavigationController *navigation = OTNavigationController::create(view.engine(), view.rootObject());
+    if (navigation)
+        navigation->setSize(QSizeF(375, 667));
+    return navigation;
+}
+
 } // namespace
 
 class TestDemo : public QObject
@@ -223,14 +239,8 @@ private Q_SLOTS:
         qmlRegisterType<DemoHomeViewController>("OstQuoteDemo", 1, 0, "DemoHomeViewController");
 
         QQuickView view;
-        view.setResizeMode(QQuickView::SizeRootObjectToView);
-        view.setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
-        view.resize(375, 667);
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-        OTNavigationController *navigation = OTNavigationController::create(view.engine(), view.rootObject());
+        OTNavigationController *navigation = openHostWindow(view);
         QVERIFY(navigation);
-        navigation->setSize(QSizeF(375, 667));
 
         DemoHost host(&view, navigation);
         QList<DemoHost::Stage> stages;
@@ -307,14 +317,8 @@ private Q_SLOTS:
         qmlRegisterType<DemoHomeViewController>("OstQuoteDemo", 1, 0, "DemoHomeViewController");
 
         QQuickView view;
-        view.setResizeMode(QQuickView::SizeRootObjectToView);
-        view.setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
-        view.resize(375, 667);
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-        OTNavigationController *navigation = OTNavigationController::create(view.engine(), view.rootObject());
+        OTNavigationController *navigation = openHostWindow(view);
         QVERIFY(navigation);
-        navigation->setSize(QSizeF(375, 667));
         DemoHomeViewController *homeScreen = DemoHomeViewController::create(view.engine());
         QVERIFY(homeScreen);
         navigation->pushViewController(homeScreen, false);
