@@ -1,5 +1,7 @@
 #include "OTRequestGuard.h"
 
+#include "OTFile.h"
+
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 
@@ -23,13 +25,7 @@ QString OTRequestGuard::describeTimeout(int milliseconds)
 
 QString OTRequestGuard::describeSize(qint64 bytes)
 {
-    constexpr qint64 KiB = 1024;
-    constexpr qint64 MiB = 1024 * KiB;
-    if (bytes > 0 && bytes % MiB == 0)
-        return QStringLiteral("%1 MiB").arg(bytes / MiB);
-    if (bytes > 0 && bytes % KiB == 0)
-        return QStringLiteral("%1 KiB").arg(bytes / KiB);
-    return QStringLiteral("%1 bytes").arg(bytes);
+    return ot_byteCountDescription(bytes);
 }
 
 OTRequestGuard::OTRequestGuard(QNetworkReply *reply, const QUrl &url, bool expectsBody, const Limits &limits,
