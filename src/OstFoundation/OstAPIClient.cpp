@@ -1,13 +1,16 @@
 #include "OstAPIClient.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QMutex>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
+#include <QNetworkDiskCache>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QStandardPaths>
 #include <QThread>
 #include <QUrlQuery>
 
@@ -34,6 +37,29 @@ OTError errorForReply(QNetworkReply *reply, const QByteArray &body)
     return {};
 }
 
+// Failures of the network itself, after which the last answer the server gave may stand in.
+bool networkFailed(QNetworkReply *reply, const OTError &limitError)
+{
+    if (limitError)
+        return limitError.isTimeout();
+    switch (reply->error()) {
+    case QNetworkReply::ConnectionRefusedError:
+    case QNetworkReply::RemoteHostClosedError:
+    case QNetworkReply::HostNotFoundError:
+    case QNetworkReply::TimeoutError:
+    case QNetworkReply::TemporaryNetworkFailureError:
+    case QNetworkReply::NetworkSessionFailedError:
+    case QNetworkReply::UnknownNetworkError:
+    case QNetworkReply::ProxyConnectionRefusedError:
+    case QNetworkReply::ProxyConnectionClosedError:
+    case QNetworkReply::ProxyNotFoundError:
+    case QNetworkReply::ProxyTimeoutError:
+        return true;
+    default:
+        return false;
+    }
+}
+
 OTError undecodable(const QString &what, const QString &api)
 {
     return OTError(OTError::Undecodable, QStringLiteral("%1 from %2").arg(what, api));
@@ -46,6 +72,25 @@ OstAPIClient::OstAPIClient(QObject *parent)
     , m_network(new QNetworkAccessManager(this))
     , m_baseURL(defaultBaseURL())
 {
+}
+
+void OstAPIClient::useCacheDirectory(const QString &directory)
+{
+    // Made on first use, so that a client that never caches leaves no folder behind; it
+    // follows the caches directory of the moment. A cache the host has set stays as it is.
+    if (!m_cache && !m_network->cache()) {
+        m_cache = new QNetworkDiskCache(m_network);
+        m_cache->setMaximumCacheSize(MaximumCacheSize);
+        m_cache->setCacheDirectory(directory);
+        m_network->setCache(m_cache);
+    }
+    if (m_cache && m_network->cache() == m_cache && QDir(m_cache->cacheDirectory()) != QDir(directory))
+        m_cache->setCacheDirectory(directory);
+}
+
+QString OstAPIClient::cacheDirectory()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/api");
 }
 
 OstAPIClient::~OstAPIClient() = default;
@@ -124,9 +169,12 @@ void OstAPIClient::send(const QString &method, const QString &api, const QVarian
     QNetworkRequest request(URLForAPI(api, queryParameters ? parameters : QVariantMap()));
     request.setRawHeader("Accept", "application/json");
     request.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("OstQuote/1.0"));
-    if (networkRequired) {
+    const bool cacheable = verb == "GET" && !networkRequired;
+    if (!cacheable) {
         request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
         request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+    } else {
+        useCacheDirectory(cacheDirectory());
     }
 
     QByteArray body;
@@ -134,11 +182,26 @@ void OstAPIClient::send(const QString &method, const QString &api, const QVarian
         request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
         body = QJsonDocument(QJsonObject::fromVariantMap(parameters)).toJson(QJsonDocument::Compact);
     }
-    OTRequestGuard::send(m_network, request, verb, body, {m_transferTimeout, m_maximumAnswerSize},
-                         OTRequestGuard::KeepBody,
-                         [handler](QNetworkReply *reply, const QByteArray &data, const OTError &limitError) {
-                             handler(data, limitError ? limitError : errorForReply(reply, data));
-                         });
+    const OTRequestGuard::Limits limits{m_transferTimeout, m_maximumAnswerSize};
+    OTRequestGuard::send(
+        m_network, request, verb, body, limits, OTRequestGuard::KeepBody,
+        [this, request, limits, cacheable, handler](QNetworkReply *reply, const QByteArray &data,
+                                                    const OTError &limitError) {
+            const OTError error = limitError ? limitError : errorForReply(reply, data);
+            if (!cacheable || !networkFailed(reply, limitError)) {
+                handler(data, error);
+                return;
+            }
+            // Offline: the server's last answer to the same request, if the cache holds one.
+            QNetworkRequest offline(request);
+            offline.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysCache);
+            OTRequestGuard::send(m_network, offline, "GET", {}, limits, OTRequestGuard::KeepBody,
+                                 [error, handler](QNetworkReply *cached, const QByteArray &cachedData,
+                                                  const OTError &cachedLimitError) {
+                                     const bool fromCache = !cachedLimitError && cached->error() == QNetworkReply::NoError;
+                                     handler(fromCache ? cachedData : QByteArray(), fromCache ? OTError() : error);
+                                 });
+        });
 }
 
 void OstAPIClient::modelWithMethod(const QString &method, const QString &api, const QVariantMap &parameters,

@@ -14,6 +14,7 @@
 #include <functional>
 
 class QNetworkAccessManager;
+class QNetworkDiskCache;
 class QNetworkReply;
 
 // The HTTP client of the apps: JSON requests against one server, answers mapped onto
@@ -29,6 +30,12 @@ class QNetworkReply;
 // maximumAnswerSize() is cut off as it arrives; at most OTRequestGuard::MaximumRedirects
 // redirects are followed. Each of these ends the request with an OTError::Network that says
 // which (the deadline's is also a timeout).
+//
+// Days already seen, offline: the answers of GET requests are kept in a disk cache under
+// "<CacheLocation>/api" (HTTP caching: the server's Cache-Control and ETag decide what is
+// fresh and what is asked again). When the network fails (refused, unreachable, timed out),
+// a GET is answered from that cache if it holds the server's last answer to the same
+// request. A network-required request never reads or fills the cache.
 class OSTFOUNDATION_EXPORT OstAPIClient : public QObject
 {
     Q_OBJECT
@@ -41,6 +48,7 @@ public:
 
     static constexpr int DefaultTransferTimeout = OTRequestGuard::DefaultTimeout;        // ms
     static constexpr qint64 DefaultMaximumAnswerSize = OTRequestGuard::DefaultMaximumSize; // bytes
+    static constexpr qint64 MaximumCacheSize = 10 * 1024 * 1024;                         // bytes
 
     explicit OstAPIClient(QObject *parent = nullptr);
     ~OstAPIClient() override;
@@ -63,6 +71,8 @@ public:
     void setMaximumAnswerSize(qint64 bytes);
 
     QNetworkAccessManager *networkAccessManager() const { return m_network; }
+    // Where answers are kept: "<QStandardPaths::CacheLocation>/api", read at every request.
+    static QString cacheDirectory();
 
     // The absolute URL of `api` (a path such as "/api/v2/…") on the server, with `parameters`
     // as the query.
@@ -84,11 +94,13 @@ Q_SIGNALS:
 
 private:
     using BodyHandler = std::function<void(const QByteArray &body, const OTError &error)>;
+    void useCacheDirectory(const QString &directory);
     void send(const QString &method, const QString &api, const QVariantMap &parameters, bool networkRequired,
               BodyHandler handler);
 
     QNetworkAccessManager *m_network = nullptr;
     QUrl m_baseURL;
+    QPointer<QNetworkDiskCache> m_cache;
     int m_transferTimeout = DefaultTransferTimeout;
     qint64 m_maximumAnswerSize = DefaultMaximumAnswerSize;
 };

@@ -376,6 +376,33 @@ private Q_SLOTS:
         QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
     }
 
+    // Days the device has shown come back with the server gone: today from the last answer
+    // the server gave, the day before from its own.
+    void daysAlreadySeenAreShownOffline()
+    {
+        // Two seconds before midnight: today's answer is fresh for two seconds only.
+        const QDateTime lateNow(QDate(2017, 3, 1), QTime(23, 59, 58), Qt::UTC);
+        m_server.stop();
+        OTClock::setNow(lateNow);
+        QVERIFY(startServer(lateNow));
+        openViewerOnToday();
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
+        const OstQuotePtr today = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
+        const OstQuotePtr yesterday = m_viewer->quotes().value(QStringLiteral("2017-02-28"));
+        m_navigation->popViewControllerAnimated(false);
+        QTRY_VERIFY(!m_viewer);
+        m_server.stop();
+        QTest::qWait(3000);
+
+        openViewerOnToday();
+        QVERIFY(gallery()->currentQuoteView()->quote()->isEqualToModel(today.data()));
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
+        swipe(200, true);
+        QCOMPARE(gallery()->currentIndex(), 1);
+        QTRY_VERIFY(gallery()->currentQuoteView()->quote());
+        QVERIFY(gallery()->currentQuoteView()->quote()->isEqualToModel(yesterday.data()));
+    }
+
     void calendarCountsFromTheStartDay()
     {
         openViewer();

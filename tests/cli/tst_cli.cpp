@@ -237,6 +237,40 @@ private Q_SLOTS:
         QVERIFY2(update.err.contains("could not keep the quote") && update.err.contains("cannot"), update.err.constData());
     }
 
+    // A day already fetched is answered from the cache when the server is gone, and so is
+    // the last "today"; the batch never is, and a day never seen fails as before.
+    void daysAlreadySeenAreAnsweredOffline()
+    {
+        // Two seconds before midnight: today's answer is fresh for two seconds only, so what
+        // is asked after that must be answered by a server, or offline by the cache.
+        TestServer server;
+        TestServer::Options options;
+        options.now = QDateTime::fromString("2016-10-03T23:59:58+08:00", Qt::ISODate);
+        options.timeZone = "Asia/Shanghai";
+        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        const QString api = server.baseURL().toString();
+        const Run day = cli({"day", "2016-10-01"}, api);
+        const Run today = cli({"today"}, api);
+        QCOMPARE(day.exitCode, 0);
+        QCOMPARE(today.exitCode, 0);
+        QCOMPARE(cli({"batch"}, api).exitCode, 0);
+        server.stop();
+        QTest::qWait(3000);
+
+        const Run offlineDay = cli({"--timeout", "3", "day", "2016-10-01"}, api);
+        QCOMPARE(offlineDay.exitCode, 0);
+        QCOMPARE(object(offlineDay.out), object(day.out));
+        const Run offlineToday = cli({"--timeout", "3", "today"}, api);
+        QCOMPARE(offlineToday.exitCode, 0);
+        QCOMPARE(object(offlineToday.out).value("assign_date").toString(), QStringLiteral("2016-10-03"));
+        const Run offlineBatch = cli({"--timeout", "3", "batch"}, api);
+        QCOMPARE(offlineBatch.exitCode, 1);
+        QVERIFY2(offlineBatch.err.contains("refused"), offlineBatch.err.constData());
+        const Run neverSeen = cli({"--timeout", "3", "day", "2016-10-02"}, api);
+        QCOMPARE(neverSeen.exitCode, 1);
+        QVERIFY2(neverSeen.err.contains("refused"), neverSeen.err.constData());
+    }
+
 private:
     TestServer m_server;
     std::unique_ptr<QTemporaryDir> m_home;
