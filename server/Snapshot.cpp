@@ -57,9 +57,10 @@ QString Snapshot::missReason(std::string_view path) const
         return QStringLiteral("there is nothing at this address");
 
     const QString key = QString::fromLatin1(segment.data(), qsizetype(segment.size()));
-    if (ot_dateFromStringFormatDate(key).isNull())
-        return QStringLiteral("%1is not a day: days are written yyyy-MM-dd").arg(quotedIfPrintable(segment));
+    // The form alone, whatever the zone: a day the zone skipped is still a day.
     const QDate date = QDate::fromString(key, Qt::ISODate);
+    if (key.size() != 10 || !date.isValid() || date.toString(Qt::ISODate) != key)
+        return QStringLiteral("%1is not a day: days are written yyyy-MM-dd").arg(quotedIfPrintable(segment));
     if (date < ostFirstQuoteDay())
         return QStringLiteral("there is no %1 before %2").arg(what, ostFirstQuoteDay().toString(Qt::ISODate));
     if (lastDay.isValid() && date > lastDay)

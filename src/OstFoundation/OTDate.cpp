@@ -3,6 +3,7 @@
 #include "OTClock.h"
 
 #include <QLocale>
+#include <QTimeZone>
 
 namespace {
 
@@ -17,6 +18,28 @@ int digits(QStringView s)
     for (QChar c : s)
         value = value * 10 + (c.unicode() - u'0');
     return value;
+}
+
+// The first instant of `day` in `zone`. startOfDay copes with zones whose clocks skip
+// midnight (the day then starts at the first instant that exists), but where the clocks go
+// back across midnight, so that it happens twice, it gives the second one: the day began at
+// the first.
+QDateTime firstInstantOf(QDate day, const QTimeZone &zone)
+{
+    const QDateTime start = day.startOfDay(zone);
+    const auto dayAt = [&zone](qint64 ms) { return QDateTime::fromMSecsSinceEpoch(ms, zone).date(); };
+    qint64 inDay = start.toMSecsSinceEpoch();
+    if (!start.isValid() || dayAt(inDay - 1000) != day)
+        return start;
+    // Clocks go back by an hour or two; the day began within the three hours before.
+    qint64 before = inDay - 3 * 3600 * 1000;
+    if (dayAt(before) == day)
+        return start;
+    while (inDay - before > 1000) {
+        const qint64 middle = before + (inDay - before) / 2 / 1000 * 1000;
+        (dayAt(middle) == day ? inDay : before) = middle;
+    }
+    return QDateTime::fromMSecsSinceEpoch(inDay, zone);
 }
 
 } // namespace
@@ -35,9 +58,7 @@ QDateTime ot_dateFromStringFormatDate(const QString &dayKey)
     const QDate day(digits(key.mid(0, 4)), digits(key.mid(5, 2)), digits(key.mid(8, 2)));
     if (!day.isValid())
         return {};
-    // startOfDay copes with zones whose clocks skip midnight (the day then starts at the
-    // first instant that exists).
-    return day.startOfDay(OTClock::timeZone());
+    return firstInstantOf(day, OTClock::timeZone());
 }
 
 QString descriptionWithFormat(const QDateTime &date, const QString &format)

@@ -12,6 +12,9 @@
 #include <QMutex>
 #include <QSaveFile>
 
+#include <cmath>
+#include <limits>
+
 namespace {
 
 const QString kClassKey = QStringLiteral("class");
@@ -55,12 +58,17 @@ QVariant fromJSON(const QJsonValue &value, QMetaType type)
         return value.isBool() ? QVariant(value.toBool()) : QVariant();
     case QMetaType::Int:
     case QMetaType::LongLong: {
+        // Whole numbers the property can hold; a fraction or a number out of its range
+        // leaves it absent (converting those would be undefined behaviour).
         if (!value.isDouble())
             return {};
-        const double d = value.toDouble();
-        if (d != static_cast<double>(static_cast<qint64>(d)))
+        const qint64 whole = value.toInteger(0);
+        if (whole != value.toInteger(1))
             return {};
-        return type.id() == QMetaType::Int ? QVariant(static_cast<int>(d)) : QVariant(static_cast<qint64>(d));
+        if (type.id() == QMetaType::Int)
+            return whole >= std::numeric_limits<int>::min() && whole <= std::numeric_limits<int>::max()
+                       ? QVariant(static_cast<int>(whole)) : QVariant();
+        return QVariant(whole);
     }
     case QMetaType::Double:
         return value.isDouble() ? QVariant(value.toDouble()) : QVariant();
@@ -125,22 +133,52 @@ void setValueAtKeyPath(QJsonObject &json, QStringList parts, const QJsonValue &v
     json.insert(head, child);
 }
 
+// Whether `value` holds a NaN or an infinity anywhere, however deep: no record holds one
+// (JSON has none), and one would keep a record from equalling its own archived copy.
+bool holdsNonFinite(const QCborValue &value)
+{
+    if (value.isDouble())
+        return !std::isfinite(value.toDouble());
+    if (value.isArray()) {
+        for (const QCborValue &element : value.toArray()) {
+            if (holdsNonFinite(element))
+                return true;
+        }
+    }
+    if (value.isMap()) {
+        const QCborMap map = value.toMap();
+        for (auto it = map.cbegin(); it != map.cend(); ++it) {
+            if (holdsNonFinite(it.key()) || holdsNonFinite(it.value()))
+                return true;
+        }
+    }
+    if (value.isTag())
+        return holdsNonFinite(value.taggedValue());
+    return false;
+}
+
 // The CBOR form of a property value, and back. Containers go through QCborValue's own
 // variant conversion; scalars are checked by hand so that a foreign archive cannot slip a
 // value of the wrong kind into a property.
 QVariant fromCbor(const QCborValue &value, QMetaType type)
 {
+    if (holdsNonFinite(value))
+        return {};
     switch (type.id()) {
     case QMetaType::QString:
         return value.isString() ? QVariant(presentString(value.toString())) : QVariant();
     case QMetaType::Bool:
         return value.isBool() ? QVariant(value.toBool()) : QVariant();
     case QMetaType::Int:
-        return value.isInteger() ? QVariant(static_cast<int>(value.toInteger())) : QVariant();
+        return value.isInteger() && value.toInteger() >= std::numeric_limits<int>::min()
+                       && value.toInteger() <= std::numeric_limits<int>::max()
+                   ? QVariant(static_cast<int>(value.toInteger())) : QVariant();
     case QMetaType::LongLong:
         return value.isInteger() ? QVariant(value.toInteger()) : QVariant();
     case QMetaType::Double:
-        return value.isDouble() || value.isInteger() ? QVariant(value.toDouble()) : QVariant();
+        // NaN and the infinities are not numbers a record can hold (JSON has none either).
+        return (value.isDouble() || value.isInteger()) && std::isfinite(value.toDouble()) ? QVariant(value.toDouble())
+                                                                                          : QVariant();
     case QMetaType::QVariantMap:
         return value.isMap() ? QVariant(value.toMap().toVariantMap()) : QVariant();
     case QMetaType::QJsonObject:

@@ -80,6 +80,9 @@ private Q_SLOTS:
         QTest::newRow("London spring") << "Europe/London" << "2019-03-31" << at("2019-03-31T00:00:00Z");
         QTest::newRow("London autumn") << "Europe/London" << "2019-10-27" << at("2019-10-27T00:00:00+01:00");
         QTest::newRow("Shanghai") << "Asia/Shanghai" << "2020-06-01" << at("2020-06-01T00:00:00+08:00");
+        // Havana moved its clocks back at 01:00 to 00:00: midnight happened twice on 6 Nov
+        // 2016, and the day began at the first.
+        QTest::newRow("Havana autumn") << "America/Havana" << "2016-11-06" << at("2016-11-06T00:00:00-04:00");
     }
     void keysAreInverseAcrossDaylightSavingChanges()
     {
@@ -89,6 +92,7 @@ private Q_SLOTS:
         OTClock::setTimeZone(QTimeZone(zone.toLatin1()));
         const QDateTime start = ot_dateFromStringFormatDate(changeDay);
         QCOMPARE(start, expectedStart);
+        QVERIFY(descriptionWithFormat(start.addSecs(-1)) != changeDay);
 
         // Every day of the surrounding months parses and formats back to itself, and the
         // days begin in order, 23 to 25 hours apart.

@@ -104,6 +104,8 @@ private Q_SLOTS:
         QTest::newRow("string as object") << QByteArray("{\"name\": {}}") << QStringLiteral("name");
         QTest::newRow("int as string") << QByteArray("{\"count\": \"3\"}") << QStringLiteral("count");
         QTest::newRow("int as fraction") << QByteArray("{\"count\": 2.5}") << QStringLiteral("count");
+        QTest::newRow("int out of range") << QByteArray("{\"count\": 214955000000}") << QStringLiteral("count");
+        QTest::newRow("int far out of range") << QByteArray("{\"count\": 1e300}") << QStringLiteral("count");
         QTest::newRow("bool as number") << QByteArray("{\"flag\": 1}") << QStringLiteral("flag");
         QTest::newRow("map as array") << QByteArray("{\"links\": [\"x\"]}") << QStringLiteral("links");
         QTest::newRow("map as string") << QByteArray("{\"links\": \"x\"}") << QStringLiteral("links");
@@ -198,6 +200,13 @@ private Q_SLOTS:
         QCborMap wrongList;
         wrongList.insert(QStringLiteral("tags"), QCborArray{QStringLiteral("a"), 2});
         QTest::newRow("string list holding a number") << archive(QStringLiteral("Sample"), 1, wrongList);
+        QCborMap tooLarge;
+        tooLarge.insert(QStringLiteral("count"), qint64(1) << 40);
+        QTest::newRow("int beyond its range") << archive(QStringLiteral("Sample"), 1, tooLarge);
+        // No record holds a NaN or an infinity: one would keep it from equalling its own copy.
+        QCborMap notANumber;
+        notANumber.insert(QStringLiteral("items"), QCborArray{1, qQNaN()});
+        QTest::newRow("NaN inside a list") << archive(QStringLiteral("Sample"), 1, notANumber);
     }
     void foreignArchivesAreErrors()
     {
