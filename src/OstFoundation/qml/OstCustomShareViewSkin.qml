@@ -11,17 +11,21 @@ OstCustomShareView {
 
     panel: sheet
 
+    // The sheet eases to where the panel asks.
+    Behavior on presentation {
+        enabled: shareView.presentationAnimated
+        NumberAnimation { duration: OTPalette.sheetDuration; easing.type: Easing.OutCubic }
+    }
+
     // 0 with the share targets in view, 1 with the system share route's entries. It eases
     // between the two while the panel is up, and jumps while it is away.
     property real routeProgress: systemShareShowing ? 1 : 0
     Behavior on routeProgress {
         enabled: shareView.presentation > 0
-        NumberAnimation { duration: 250; easing.type: Easing.OutCubic }
+        NumberAnimation { duration: OTPalette.sheetDuration; easing.type: Easing.OutCubic }
     }
 
     readonly property real cellWidth: width / 4
-    // One family for Latin and Chinese alike, so that every label sits on the same line.
-    readonly property string fontFamily: "Noto Sans CJK SC"
 
     // A share target: its icon, 50 × 50, over its name.
     component ShareButton: T.AbstractButton {
@@ -52,9 +56,9 @@ OstCustomShareView {
                 horizontalAlignment: Text.AlignHCenter
                 elide: Text.ElideRight
                 text: button.text
-                font.family: shareView.fontFamily
+                font.family: OTPalette.fontFamily
                 font.pixelSize: 12
-                color: "#888888"
+                color: OTPalette.ostrelFontColorCaption
             }
         }
     }
@@ -66,14 +70,14 @@ OstCustomShareView {
         height: 50
         padding: 0
         enabled: shareView.showing
-        background: Rectangle { color: bar.pressed ? "#ececee" : "#ffffff" }
+        background: Rectangle { color: bar.pressed ? OTPalette.ostrelPressedColor : OTPalette.ostrelWhite }
         contentItem: Text {
             text: bar.text
             horizontalAlignment: Text.AlignHCenter
             verticalAlignment: Text.AlignVCenter
-            font.family: shareView.fontFamily
+            font.family: OTPalette.fontFamily
             font.pixelSize: 16
-            color: "#333333"
+            color: OTPalette.ostrelFontColorTitle
         }
     }
 
@@ -82,7 +86,7 @@ OstCustomShareView {
         id: sheetBody
         width: shareView.width
         radius: 12
-        color: "#ffffff"
+        color: OTPalette.ostrelWhite
         Rectangle {
             y: sheetBody.height - height
             width: sheetBody.width
@@ -100,23 +104,23 @@ OstCustomShareView {
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignBottom
         bottomPadding: 2
-        font.family: shareView.fontFamily
+        font.family: OTPalette.fontFamily
         font.pixelSize: 15
-        color: "#333333"
+        color: OTPalette.ostrelFontColorTitle
     }
 
     component Hairline: Rectangle {
         x: 16
         width: shareView.width - 32
         height: 1 / Math.max(1, Screen.devicePixelRatio)
-        color: "#e5e5e8"
+        color: OTPalette.ostrelSeparatorColor
     }
 
     // The band above the cancel bar.
     component Gap: Rectangle {
         width: shareView.width
         height: 8
-        color: "#f2f2f4"
+        color: OTPalette.ostrelGroupColor
     }
 
     Rectangle {
@@ -124,7 +128,7 @@ OstCustomShareView {
         objectName: "shareBackdrop"
         width: shareView.width
         height: shareView.height
-        color: "#000000"
+        color: OTPalette.ostrelBlack
         opacity: 0.4 * shareView.presentation
 
         // Also keeps touches off the screen underneath while the panel is there.
