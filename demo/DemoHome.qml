@@ -107,12 +107,11 @@ DemoHomeViewController {
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.bottom: parent.bottom
         anchors.bottomMargin: 40
-        implicitWidth: Math.max(200, label.implicitWidth + 48)
+        implicitWidth: Math.max(200, implicitContentWidth + 48)
         implicitHeight: 44
         text: home.viewerButtonTitle
 
         contentItem: Text {
-            id: label
             text: openViewerButton.text
             font.pixelSize: 16
             font.weight: Font.DemiBold

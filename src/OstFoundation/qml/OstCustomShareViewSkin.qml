@@ -25,32 +25,36 @@ OstCustomShareView {
         NumberAnimation { duration: OTPalette.sheetDuration; easing.type: Easing.OutCubic }
     }
 
-    readonly property real cellWidth: width / 4
 
     // A share target: its icon, 50 × 50, over its name.
     component ShareButton: T.AbstractButton {
         id: button
+        property OstCustomShareView view
         property url iconSource
         property url iconHighlightedSource
-        width: shareView.cellWidth
+        // A share target's type: a click picks it.
+        property int platformType: -1
+        onClicked: {
+            if (button.platformType >= 0)
+                button.view.platformClicked(button.platformType)
+        }
+        width: button.view.width / 4
         height: 96
         padding: 0
-        enabled: shareView.showing
+        enabled: button.view.showing
         contentItem: Item {
+            // The icon 14 below the top, its name 8 below the icon.
             Image {
-                id: iconImage
                 x: Math.round((button.width - width) / 2)
                 y: 14
                 width: 50
                 height: 50
                 smooth: true
                 mipmap: true
-                source: button.pressed && button.iconHighlightedSource.toString() !== "" ? button.iconHighlightedSource
-                                                                                   : button.iconSource
+                source: button.pressed ? button.iconHighlightedSource : button.iconSource
             }
             Text {
-                anchors.top: iconImage.bottom
-                anchors.topMargin: 8
+                y: 14 + 50 + 8
                 x: 4
                 width: button.width - 8
                 horizontalAlignment: Text.AlignHCenter
@@ -66,10 +70,11 @@ OstCustomShareView {
     // A full-width bar with a centred label: the sheets' cancel.
     component BarButton: T.AbstractButton {
         id: bar
-        width: shareView.width
+        property OstCustomShareView view
+        width: bar.view.width
         height: 50
         padding: 0
-        enabled: shareView.showing
+        enabled: bar.view.showing
         background: Rectangle { color: bar.pressed ? OTPalette.ostrelPressedColor : OTPalette.ostrelWhite }
         contentItem: Text {
             text: bar.text
@@ -84,7 +89,8 @@ OstCustomShareView {
     // A sheet: white, its top corners rounded, taking every tap that lands on it.
     component Sheet: Rectangle {
         id: sheetBody
-        width: shareView.width
+        property OstCustomShareView view
+        width: sheetBody.view.width
         radius: 12
         color: OTPalette.ostrelWhite
         Rectangle {
@@ -99,7 +105,9 @@ OstCustomShareView {
     }
 
     component SheetTitle: Text {
-        width: shareView.width
+        id: title
+        property OstCustomShareView view
+        width: title.view.width
         height: 46
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignBottom
@@ -110,15 +118,19 @@ OstCustomShareView {
     }
 
     component Hairline: Rectangle {
+        id: hairline
+        property OstCustomShareView view
         x: 16
-        width: shareView.width - 32
+        width: hairline.view.width - 32
         height: 1 / Math.max(1, Screen.devicePixelRatio)
         color: OTPalette.ostrelSeparatorColor
     }
 
     // The band above the cancel bar.
     component Gap: Rectangle {
-        width: shareView.width
+        id: gap
+        property OstCustomShareView view
+        width: gap.view.width
         height: 8
         color: OTPalette.ostrelGroupColor
     }
@@ -142,6 +154,8 @@ OstCustomShareView {
     }
 
     Sheet {
+
+        view: shareView
         id: sheet
         objectName: "shareSheet"
         height: mainColumn.height
@@ -153,6 +167,8 @@ OstCustomShareView {
             width: shareView.width
 
             SheetTitle {
+
+                view: shareView
                 objectName: "shareTitle"
                 text: OTLocalizable.string("share_view_title")
             }
@@ -168,15 +184,16 @@ OstCustomShareView {
                         text: modelData.title
                         iconSource: modelData.icon
                         iconHighlightedSource: modelData.iconHighlighted
-                        onClicked: shareView.platformClicked(modelData.type)
+                        platformType: modelData.type
                     }
                 }
             }
-            Hairline {}
+            Hairline { view: shareView }
             Row {
                 topPadding: 2
                 bottomPadding: 6
                 ShareButton {
+                    view: shareView
                     id: copyLinkButton
                     objectName: "shareCopyLinkButton"
                     text: OTLocalizable.string("share_view_copy_link")
@@ -185,6 +202,7 @@ OstCustomShareView {
                     onClicked: shareView.copyLinkClicked(copyLinkButton)
                 }
                 ShareButton {
+                    view: shareView
                     id: moreButton
                     objectName: "shareMoreButton"
                     text: OTLocalizable.string("share_view_more")
@@ -193,8 +211,9 @@ OstCustomShareView {
                     onClicked: shareView.moreClicked(moreButton)
                 }
             }
-            Gap {}
+            Gap { view: shareView }
             BarButton {
+                view: shareView
                 objectName: "shareCancelButton"
                 text: OTLocalizable.string("share_view_cancel")
                 onClicked: shareView.cancelClicked()
@@ -203,6 +222,8 @@ OstCustomShareView {
     }
 
     Sheet {
+
+        view: shareView
         id: systemSheet
         objectName: "systemShareSheet"
         height: systemColumn.height
@@ -214,6 +235,8 @@ OstCustomShareView {
             width: shareView.width
 
             SheetTitle {
+
+                view: shareView
                 objectName: "systemShareTitle"
                 text: OTLocalizable.string("system_share_title")
             }
@@ -221,6 +244,7 @@ OstCustomShareView {
                 topPadding: 2
                 bottomPadding: 6
                 ShareButton {
+                    view: shareView
                     objectName: "systemShareButton_copy"
                     text: OTLocalizable.string("system_share_copy")
                     iconSource: "qrc:/OstFoundation/images/share_copy_link.png"
@@ -228,6 +252,7 @@ OstCustomShareView {
                     onClicked: shareView.systemShareActivityClicked("copy")
                 }
                 ShareButton {
+                    view: shareView
                     objectName: "systemShareButton_mail"
                     text: OTLocalizable.string("system_share_mail")
                     iconSource: "qrc:/OstFoundation/images/share_email.png"
@@ -235,6 +260,7 @@ OstCustomShareView {
                     onClicked: shareView.systemShareActivityClicked("mail")
                 }
                 ShareButton {
+                    view: shareView
                     objectName: "systemShareButton_browser"
                     text: OTLocalizable.string("system_share_browser")
                     iconSource: "qrc:/OstFoundation/images/share_browser.png"
@@ -242,8 +268,9 @@ OstCustomShareView {
                     onClicked: shareView.systemShareActivityClicked("browser")
                 }
             }
-            Gap {}
+            Gap { view: shareView }
             BarButton {
+                view: shareView
                 objectName: "systemShareCancelButton"
                 text: OTLocalizable.string("share_view_cancel")
                 onClicked: shareView.cancelClicked()

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Templates as T
-import OstFoundation
 import OstQuote
 
 // The look of the quote viewer: the gallery fills the screen; the back button sits over the
