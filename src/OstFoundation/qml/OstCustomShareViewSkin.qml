@@ -36,12 +36,12 @@ OstCustomShareView {
         property int platformType: -1
         onClicked: {
             if (button.platformType >= 0)
-                button.view.platformClicked(button.platformType)
+                button.view?.platformClicked(button.platformType)
         }
-        width: button.view.width / 4
+        width: button.view ? button.view.width / 4 : 0
         height: 96
         padding: 0
-        enabled: button.view.showing
+        enabled: button.view ? button.view.showing : false
         contentItem: Item {
             // The icon 14 below the top, its name 8 below the icon.
             Image {
@@ -71,10 +71,10 @@ OstCustomShareView {
     component BarButton: T.AbstractButton {
         id: bar
         property OstCustomShareView view
-        width: bar.view.width
+        width: bar.view ? bar.view.width : 0
         height: 50
         padding: 0
-        enabled: bar.view.showing
+        enabled: bar.view ? bar.view.showing : false
         background: Rectangle { color: bar.pressed ? OTPalette.ostrelPressedColor : OTPalette.ostrelWhite }
         contentItem: Text {
             text: bar.text
@@ -90,7 +90,7 @@ OstCustomShareView {
     component Sheet: Rectangle {
         id: sheetBody
         property OstCustomShareView view
-        width: sheetBody.view.width
+        width: sheetBody.view ? sheetBody.view.width : 0
         radius: 12
         color: OTPalette.ostrelWhite
         Rectangle {
@@ -107,7 +107,7 @@ OstCustomShareView {
     component SheetTitle: Text {
         id: title
         property OstCustomShareView view
-        width: title.view.width
+        width: title.view ? title.view.width : 0
         height: 46
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignBottom
@@ -121,7 +121,7 @@ OstCustomShareView {
         id: hairline
         property OstCustomShareView view
         x: 16
-        width: hairline.view.width - 32
+        width: hairline.view ? hairline.view.width - 32 : 0
         height: 1 / Math.max(1, Screen.devicePixelRatio)
         color: OTPalette.ostrelSeparatorColor
     }
@@ -130,7 +130,7 @@ OstCustomShareView {
     component Gap: Rectangle {
         id: gap
         property OstCustomShareView view
-        width: gap.view.width
+        width: gap.view ? gap.view.width : 0
         height: 8
         color: OTPalette.ostrelGroupColor
     }
@@ -178,6 +178,8 @@ OstCustomShareView {
                 bottomPadding: 6
                 Repeater {
                     model: shareView.platforms
+                    // A delegate sees nothing outside itself: it is handed the panel here.
+                    onItemAdded: (index, item) => { item.view = shareView }
                     delegate: ShareButton {
                         required property var modelData
                         objectName: "sharePlatformButton_" + modelData.type
