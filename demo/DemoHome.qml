@@ -13,7 +13,7 @@ DemoHomeViewController {
 
     Rectangle {
         anchors.fill: parent
-        color: "#f4f4f4"
+        color: OTPalette.ostrelBackgroundColor
     }
 
     Rectangle {
@@ -27,8 +27,8 @@ DemoHomeViewController {
         anchors.rightMargin: 16
         height: cardColumn.implicitHeight + 40
         radius: 8
-        color: "#ffffff"
-        border.color: "#e2e2e6"
+        color: OTPalette.ostrelWhite
+        border.color: OTPalette.ostrelFrameColor
 
         Column {
             id: cardColumn
@@ -48,7 +48,7 @@ DemoHomeViewController {
                 textFormat: Text.PlainText
                 font.pixelSize: 13
                 font.letterSpacing: 1
-                color: "#8e8e93"
+                color: OTPalette.ostrelFontColorSecondary
             }
 
             Text {
@@ -59,7 +59,7 @@ DemoHomeViewController {
                 wrapMode: Text.Wrap
                 font.pixelSize: 18
                 font.italic: !home.hasQuote
-                color: home.hasQuote ? "#333333" : "#8e8e93"
+                color: home.hasQuote ? OTPalette.ostrelFontColorTitle : OTPalette.ostrelFontColorSecondary
             }
 
             Text {
@@ -69,9 +69,9 @@ DemoHomeViewController {
                 text: home.translationText
                 textFormat: Text.PlainText
                 wrapMode: Text.Wrap
-                font.family: "Noto Sans CJK SC"
+                font.family: OTPalette.fontFamily
                 font.pixelSize: 15
-                color: "#555555"
+                color: OTPalette.ostrelFontColorBody
             }
 
             Text {
@@ -82,7 +82,7 @@ DemoHomeViewController {
                 textFormat: Text.PlainText
                 horizontalAlignment: Text.AlignRight
                 font.pixelSize: 14
-                color: "#666666"
+                color: OTPalette.ostrelFontColorAside
             }
         }
     }
@@ -98,7 +98,7 @@ DemoHomeViewController {
         textFormat: Text.PlainText
         wrapMode: Text.Wrap
         font.pixelSize: 13
-        color: home.state === DemoHomeViewController.Failed ? "#c0392b" : "#8e8e93"
+        color: home.state === DemoHomeViewController.Failed ? OTPalette.ostrelErrorColor : OTPalette.ostrelFontColorSecondary
     }
 
     T.Button {
@@ -107,16 +107,15 @@ DemoHomeViewController {
         anchors.horizontalCenter: parent.horizontalCenter
         anchors.bottom: parent.bottom
         anchors.bottomMargin: 40
-        implicitWidth: Math.max(200, label.implicitWidth + 48)
+        implicitWidth: Math.max(200, implicitContentWidth + 48)
         implicitHeight: 44
         text: home.viewerButtonTitle
 
         contentItem: Text {
-            id: label
             text: openViewerButton.text
             font.pixelSize: 16
             font.weight: Font.DemiBold
-            color: "#ffffff"
+            color: OTPalette.ostrelWhite
             horizontalAlignment: Text.AlignHCenter
             verticalAlignment: Text.AlignVCenter
         }

@@ -169,7 +169,7 @@ int DemoTour::run()
              OstQuoteViewController *viewer = viewerOf(m_host);
              return viewer && viewer->shareView()->isShowing() && viewer->shareView()->presentation() == 1.0;
          },
-         [this]() { QTest::mouseClick(m_view, Qt::LeftButton, {}, centreOf(viewerOf(m_host)->shareButton())); }},
+         [this]() { QTest::mouseClick(m_view, Qt::LeftButton, {}, centreOf(viewerOf(m_host)->findChild<QQuickItem *>(QStringLiteral("shareButton")))); }},
     };
 
     for (const Step &step : steps) {

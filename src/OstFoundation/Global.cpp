@@ -1,16 +1,15 @@
 #include "Global.h"
 
+#include "OTMotion.h"
 #include "OTSkin.h"
 
 #include <QGuiApplication>
-#include <QThread>
-#include <QPauseAnimation>
-#include <QPropertyAnimation>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QQuickWindow>
-#include <QSequentialAnimationGroup>
+#include <QThread>
+#include <QTimer>
 
 namespace {
 
@@ -109,18 +108,14 @@ void Global::showHUB(const QString &text, int status)
                 top = qMax(top, sibling->z());
             hub->setZ(qMax<qreal>(top + 1, 10000));
 
-            auto *life = new QSequentialAnimationGroup(hub);
-            life->addPause(HUBDuration);
-            auto *fade = new QPropertyAnimation(hub, "opacity", life);
-            fade->setStartValue(1.0);
-            fade->setEndValue(0.0);
-            fade->setDuration(HUBFadeDuration);
-            life->addAnimation(fade);
-            connect(life, &QAbstractAnimation::finished, hub, [hub]() {
-                hub->setParentItem(nullptr);
-                hub->deleteLater();
+            // In full view for its time, then it fades (the skin's motion) and goes.
+            auto *fade = new OTMotion(hub, "opacity");
+            QTimer::singleShot(HUBDuration, hub, [hub, fade]() {
+                fade->moveTo(0, [hub]() {
+                    hub->setParentItem(nullptr);
+                    hub->deleteLater();
+                });
             });
-            life->start();
             m_hub = hub;
         }
     }

@@ -11,14 +11,13 @@ class QQuickWindow;
 
 // App-wide services of the foundation. showHUB puts a transient message (a "HUD") over the
 // current window: centred, dark rounded box, white text, shown for HUBDuration ms then faded
-// out; a new message replaces the one in view. The status picks the box's icon: 0 plain
+// out (the skin OTHUDSkin.qml fades it); a new message replaces the one in view. The status picks the box's icon: 0 plain
 // text (success/information), 1 success tick, 2 error cross.
 class OSTFOUNDATION_EXPORT Global : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr int HUBDuration = 1500;     // ms in full view
-    static constexpr int HUBFadeDuration = 250;  // ms
+    static constexpr int HUBDuration = 1500; // ms in full view, before the fade
 
     static Global *sharedGlobal();
 

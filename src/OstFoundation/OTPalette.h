@@ -4,9 +4,11 @@
 
 #include <QColor>
 #include <QObject>
+#include <QString>
 #include <QtQml/qqmlregistration.h>
 
-// The apps' colours. From C++: OTPalette::ostrelGreen(); from QML: OTPalette.ostrelGreen.
+// The apps' theme: colours, the font family and the durations of presented motion, one place
+// for every skin. From C++: OTPalette::ostrelGreen(); from QML: OTPalette.ostrelGreen.
 class OSTFOUNDATION_EXPORT OTPalette : public QObject
 {
     Q_OBJECT
@@ -16,6 +18,25 @@ class OSTFOUNDATION_EXPORT OTPalette : public QObject
     Q_PROPERTY(QColor ostrelShadowColor READ ostrelShadowColor CONSTANT)
     Q_PROPERTY(QColor ostrelGreen READ ostrelGreen CONSTANT)
     Q_PROPERTY(QColor ostrelFontColorSummary READ ostrelFontColorSummary CONSTANT)
+    Q_PROPERTY(QColor ostrelWhite READ ostrelWhite CONSTANT)
+    Q_PROPERTY(QColor ostrelBlack READ ostrelBlack CONSTANT)
+    Q_PROPERTY(QColor ostrelFontColorTitle READ ostrelFontColorTitle CONSTANT)
+    Q_PROPERTY(QColor ostrelFontColorCaption READ ostrelFontColorCaption CONSTANT)
+    Q_PROPERTY(QColor ostrelFontColorSecondary READ ostrelFontColorSecondary CONSTANT)
+    Q_PROPERTY(QColor ostrelFontColorBody READ ostrelFontColorBody CONSTANT)
+    Q_PROPERTY(QColor ostrelFontColorAside READ ostrelFontColorAside CONSTANT)
+    Q_PROPERTY(QColor ostrelErrorColor READ ostrelErrorColor CONSTANT)
+    Q_PROPERTY(QColor ostrelPressedColor READ ostrelPressedColor CONSTANT)
+    Q_PROPERTY(QColor ostrelSeparatorColor READ ostrelSeparatorColor CONSTANT)
+    Q_PROPERTY(QColor ostrelFrameColor READ ostrelFrameColor CONSTANT)
+    Q_PROPERTY(QColor ostrelGroupColor READ ostrelGroupColor CONSTANT)
+    Q_PROPERTY(QColor ostrelBackgroundColor READ ostrelBackgroundColor CONSTANT)
+    Q_PROPERTY(QColor ostrelHUDColor READ ostrelHUDColor CONSTANT)
+    Q_PROPERTY(QColor ostrelVeilColor READ ostrelVeilColor CONSTANT)
+    Q_PROPERTY(QString fontFamily READ fontFamily CONSTANT)
+    Q_PROPERTY(int coverSlideDuration READ coverSlideDuration CONSTANT)
+    Q_PROPERTY(int sheetDuration READ sheetDuration CONSTANT)
+    Q_PROPERTY(int fadeDuration READ fadeDuration CONSTANT)
 public:
     using QObject::QObject;
 
@@ -27,4 +48,41 @@ public:
     static QColor ostrelGreen() { return QColor(0x3C, 0xB3, 0x71); }
     // Secondary text and hairline frames on light backgrounds: a mid grey, #8C8C8C.
     static QColor ostrelFontColorSummary() { return QColor(0x8C, 0x8C, 0x8C); }
+
+    // Plain white and black: sheets, cards, text on dark boxes; the backdrop that dims a screen.
+    static QColor ostrelWhite() { return QColor(0xFF, 0xFF, 0xFF); }
+    static QColor ostrelBlack() { return QColor(0, 0, 0); }
+    // Text on white: titles and buttons (#333333), captions under icons (#888888), notes and
+    // placeholders (#8E8E93), body text (#555555), asides such as an author line (#666666).
+    static QColor ostrelFontColorTitle() { return QColor(0x33, 0x33, 0x33); }
+    static QColor ostrelFontColorCaption() { return QColor(0x88, 0x88, 0x88); }
+    static QColor ostrelFontColorSecondary() { return QColor(0x8E, 0x8E, 0x93); }
+    static QColor ostrelFontColorBody() { return QColor(0x55, 0x55, 0x55); }
+    static QColor ostrelFontColorAside() { return QColor(0x66, 0x66, 0x66); }
+    // What went wrong.
+    static QColor ostrelErrorColor() { return QColor(0xC0, 0x39, 0x2B); }
+    // A white bar while pressed.
+    static QColor ostrelPressedColor() { return QColor(0xEC, 0xEC, 0xEE); }
+    // Hairlines between groups of a sheet, and the frame of a card.
+    static QColor ostrelSeparatorColor() { return QColor(0xE5, 0xE5, 0xE8); }
+    static QColor ostrelFrameColor() { return QColor(0xE2, 0xE2, 0xE6); }
+    // The band between groups of a sheet, and the ground under cards.
+    static QColor ostrelGroupColor() { return QColor(0xF2, 0xF2, 0xF4); }
+    static QColor ostrelBackgroundColor() { return QColor(0xF4, 0xF4, 0xF4); }
+    // The box of a transient message.
+    static QColor ostrelHUDColor() { return QColor::fromRgbF(0, 0, 0, 0.78f); }
+    // A light veil behind a button over a picture.
+    static QColor ostrelVeilColor() { return QColor::fromRgbF(1, 1, 1, 0.6f); }
+
+    // One family for Latin and Chinese alike, so that mixed labels sit on one line.
+    static QString fontFamily() { return QStringLiteral("Noto Sans CJK SC"); }
+
+    // Presented motion, in ms: the quote page's text cover sliding away and back, a sheet
+    // rising or falling, a fade.
+    static constexpr int CoverSlideDuration = 250;
+    static constexpr int SheetDuration = 250;
+    static constexpr int FadeDuration = 250;
+    static int coverSlideDuration() { return CoverSlideDuration; }
+    static int sheetDuration() { return SheetDuration; }
+    static int fadeDuration() { return FadeDuration; }
 };

@@ -1,11 +1,9 @@
 #include "OstCustomShareView.h"
 
 #include "OTCommonsViewController.h"
+#include "OTMotion.h"
 #include "OTSkin.h"
 #include "OTSocialService.h"
-
-#include <QEasingCurve>
-#include <QVariantAnimation>
 
 #include <functional>
 
@@ -25,7 +23,7 @@ struct OstCustomShareView::Private
     explicit Private(OstCustomShareView *view) : q(view) {}
 
     OstCustomShareView *q;
-    QPointer<QVariantAnimation> animation;   // the move that drives the sheet now
+    OTMotion *motion = nullptr;   // the sheet's way to where it is asked to be
     QPointer<OTCommonsViewController> controller;
     QList<QMetaObject::Connection> controllerConnections;
 
@@ -48,14 +46,6 @@ struct OstCustomShareView::Private
             return;
         q->m_systemShareShowing = showing;
         Q_EMIT q->systemShareShowingChanged();
-    }
-
-    void setPresentation(qreal presentation)
-    {
-        if (qFuzzyCompare(q->m_presentation, presentation))
-            return;
-        q->m_presentation = presentation;
-        Q_EMIT q->presentationChanged();
     }
 
     // Lays the panel over `screen`, filling it, above everything the screen holds now.
@@ -92,35 +82,15 @@ struct OstCustomShareView::Private
         q->setParentItem(nullptr);
     }
 
-    // Moves the sheet to `target` (0 or 1). `done` runs when it gets there, and not at all
-    // when a later move takes over first.
+    // Moves the sheet to `target` (0 or 1), eased by the skin or at once. `done` runs when it
+    // gets there, or when a later move takes it elsewhere first.
     void moveTo(qreal target, bool animated, std::function<void()> done)
     {
-        if (animation) {
-            animation->disconnect(q);
-            animation->stop();
+        if (q->m_presentationAnimated != animated) {
+            q->m_presentationAnimated = animated;
+            Q_EMIT q->presentationAnimatedChanged();
         }
-        const qreal distance = qAbs(target - q->m_presentation);
-        if (!animated || qFuzzyIsNull(distance)) {
-            setPresentation(target);
-            if (done)
-                done();
-            return;
-        }
-        auto *move = new QVariantAnimation(q);
-        move->setStartValue(q->m_presentation);
-        move->setEndValue(target);
-        move->setDuration(qMax(1, qRound(AnimationDuration * distance)));
-        move->setEasingCurve(QEasingCurve::OutCubic);
-        QObject::connect(move, &QVariantAnimation::valueChanged, q,
-                         [this](const QVariant &value) { setPresentation(value.toReal()); });
-        QObject::connect(move, &QAbstractAnimation::finished, q, [this, target, done]() {
-            setPresentation(target);
-            if (done)
-                done();
-        });
-        animation = move;
-        move->start(QAbstractAnimation::DeleteWhenStopped);
+        motion->moveTo(target, std::move(done));
     }
 };
 
@@ -128,12 +98,11 @@ OstCustomShareView::OstCustomShareView(QQuickItem *parent)
     : QQuickItem(parent)
     , d(new Private(this))
 {
+    d->motion = new OTMotion(this, "presentation");
 }
 
 OstCustomShareView::~OstCustomShareView()
 {
-    if (d->animation)
-        d->animation->disconnect(this);
     for (const auto &connection : std::as_const(d->controllerConnections))
         QObject::disconnect(connection);
     delete d;
@@ -149,6 +118,14 @@ void OstCustomShareView::setDelegate(QObject *delegate)
     if (delegate && !qobject_cast<OstCustomShareViewDelegate *>(delegate))
         qWarning() << "OstCustomShareView: the delegate does not implement OstCustomShareViewDelegate:" << delegate;
     m_delegate = delegate;
+}
+
+void OstCustomShareView::setPresentation(qreal presentation)
+{
+    if (qFuzzyCompare(1.0 + m_presentation, 1.0 + presentation))
+        return;
+    m_presentation = presentation;
+    Q_EMIT presentationChanged();
 }
 
 QVariantList OstCustomShareView::platforms() const
@@ -171,11 +148,16 @@ void OstCustomShareView::hideWithAnimated(bool animated)
 {
     d->setSystemShareShowing(false);
     d->setShowing(false);
-    if (!parentItem()) {
+    if (!parentItem() || !animated) {
         d->moveTo(0, false, {});
+        d->detach();
         return;
     }
-    d->moveTo(0, animated, [this]() { d->detach(); });
+    // Off the screen once down, unless shown again on the way.
+    d->moveTo(0, true, [this]() {
+        if (!m_showing)
+            d->detach();
+    });
 }
 
 void OstCustomShareView::showSystemShareModuleWithActivityItems(const QVariantList &activityItems,

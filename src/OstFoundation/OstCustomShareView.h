@@ -49,21 +49,24 @@ Q_DECLARE_INTERFACE(OstCustomShareViewDelegate, OstCustomShareViewDelegate_iid)
 // open in the browser), carried out through OTSocialService.
 //
 // The delegate is a QObject implementing OstCustomShareViewDelegate, held weakly. The look is
-// the skin OstCustomShareViewSkin.qml (root: this type).
+// the skin OstCustomShareViewSkin.qml (root: this type): it binds the sheets to the state
+// below and eases `presentation` to where the panel asks (a Behavior enabled while
+// presentationAnimated holds); the panel leaves the screen once a hide has arrived at 0.
 class OSTFOUNDATION_EXPORT OstCustomShareView : public QQuickItem
 {
     Q_OBJECT
     QML_ELEMENT
-    // 0 out of view (below the screen), 1 fully risen; animates between.
-    Q_PROPERTY(qreal presentation READ presentation NOTIFY presentationChanged)
+    // 0 out of view (below the screen), 1 fully risen. Set here to where the sheet is asked
+    // to go; the skin's motion writes the steps on the way.
+    Q_PROPERTY(qreal presentation READ presentation WRITE setPresentation NOTIFY presentationChanged)
+    // Whether the move of the sheet under way eases (true) or jumps (false).
+    Q_PROPERTY(bool presentationAnimated READ presentationAnimated NOTIFY presentationAnimatedChanged)
     Q_PROPERTY(bool showing READ isShowing NOTIFY showingChanged)
     Q_PROPERTY(bool systemShareShowing READ isSystemShareShowing NOTIFY systemShareShowingChanged)
     Q_PROPERTY(QVariantList platforms READ platforms CONSTANT)
     Q_PROPERTY(QVariantList activityItems READ activityItems NOTIFY systemShareShowingChanged)
     Q_PROPERTY(QQuickItem *panel MEMBER m_panel)
 public:
-    static constexpr int AnimationDuration = 250; // ms
-
     explicit OstCustomShareView(QQuickItem *parent = nullptr);
     ~OstCustomShareView() override;
 
@@ -85,6 +88,7 @@ public:
     bool isShowing() const { return m_showing; }
     bool isSystemShareShowing() const { return m_systemShareShowing; }
     qreal presentation() const { return m_presentation; }
+    bool presentationAnimated() const { return m_presentationAnimated; }
     QVariantList platforms() const;
     QVariantList activityItems() const { return m_activityItems; }
 
@@ -98,15 +102,19 @@ public:
 
 Q_SIGNALS:
     void presentationChanged();
+    void presentationAnimatedChanged();
     void showingChanged();
     void systemShareShowingChanged();
 
 private:
+    void setPresentation(qreal presentation);
+
     QPointer<QObject> m_delegate;
     QQuickItem *m_panel = nullptr;
     bool m_showing = false;
     bool m_systemShareShowing = false;
     qreal m_presentation = 0;
+    bool m_presentationAnimated = true;
     QVariantList m_activityItems;
     struct Private;
     Private *d = nullptr;

@@ -658,7 +658,7 @@ private Q_SLOTS:
         qint64 reappeared = -1;
         connect(m_navigation, &OTNavigationController::transitionFinished, &delegate,
                 [&]() { reappeared = delegate.clock.elapsed(); });
-        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(viewer->backButton()));
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(viewer->findChild<QQuickItem *>(QStringLiteral("backButton"))));
         QCOMPARE(delegate.calls.size(), 1);
         QCOMPARE(dismiss.count(), 1);
         // ...and again 2.5 s after it has reappeared.

@@ -29,6 +29,15 @@ QString textOf(QQuickItem *label)
     return label->property("text").toString();
 }
 
+// The skin's child called `name`.
+QQuickItem *child(QQuickItem *page, const char *name)
+{
+    auto *item = page->findChild<QQuickItem *>(QLatin1String(name));
+    if (!item)
+        qWarning() << "no child" << name;
+    return item;
+}
+
 // The item's rectangle in the page's coordinates.
 QRectF rectIn(QQuickItem *item, QQuickItem *page)
 {
@@ -114,43 +123,43 @@ private Q_SLOTS:
     void layoutFollowsTheTable()
     {
         m_page->setQuote(makeQuote("2016-10-01"));
-        QTRY_VERIFY(m_page->authorLabel()->width() > 0);
+        QTRY_VERIFY(child(m_page, "authorLabel")->width() > 0);
         QCOMPARE(rectIn(m_page->coverView(), m_page), QRectF(0, 667 - 250, 375, 250));
-        QCOMPARE(rectIn(m_page->topCoverView(), m_page), QRectF(0, 0, 375, 100));
+        QCOMPARE(rectIn(child(m_page, "topCoverView"), m_page), QRectF(0, 0, 375, 100));
         QCOMPARE(rectIn(m_page->backgroundImageView(), m_page), QRectF(0, 0, 375, 667));
-        const QRectF author = rectIn(m_page->authorLabel(), m_page);
+        const QRectF author = rectIn(child(m_page, "authorLabel"), m_page);
         QCOMPARE(author.right(), 375.0 - 18);
         QCOMPARE(author.bottom(), 667.0 - 20);
-        const QRectF translation = rectIn(m_page->translationLabel(), m_page);
+        const QRectF translation = rectIn(child(m_page, "translationLabel"), m_page);
         QCOMPARE(translation.bottom(), author.top() - 8);
         QCOMPARE(translation.left(), 15.0);
         QCOMPARE(translation.right(), 375.0 - 15);
-        const QRectF content = rectIn(m_page->contentLabel(), m_page);
+        const QRectF content = rectIn(child(m_page, "contentLabel"), m_page);
         QCOMPARE(content.bottom(), translation.top() - 15);
         QCOMPARE(content.left(), translation.left());
         QCOMPARE(content.right(), translation.right());
-        const QRectF day = rectIn(m_page->dateDayLabel(), m_page);
+        const QRectF day = rectIn(child(m_page, "dateDayLabel"), m_page);
         QCOMPARE(day.bottom(), content.top() - 10);
         QCOMPARE(day.left(), content.left());
-        const QRectF monthYear = rectIn(m_page->dateMonthYearLabel(), m_page);
+        const QRectF monthYear = rectIn(child(m_page, "dateMonthYearLabel"), m_page);
         QCOMPARE(monthYear.bottom(), day.bottom() - 7);
         QCOMPARE(monthYear.left(), day.right() + 5);
         // Fonts and colours.
-        QCOMPARE(m_page->dateDayLabel()->property("font").value<QFont>().pixelSize(), 50);
-        QCOMPARE(m_page->dateMonthYearLabel()->property("font").value<QFont>().pixelSize(), 20);
-        QCOMPARE(m_page->contentLabel()->property("font").value<QFont>().pixelSize(), 16);
-        QCOMPARE(m_page->translationLabel()->property("font").value<QFont>().pixelSize(), 15);
-        QCOMPARE(m_page->authorLabel()->property("font").value<QFont>().pixelSize(), 15);
-        QCOMPARE(m_page->dateDayLabel()->property("color").value<QColor>(), OTPalette::ostrelGreen());
-        QCOMPARE(m_page->contentLabel()->property("color").value<QColor>(), OTPalette::ostrelFontColorWhite());
+        QCOMPARE(child(m_page, "dateDayLabel")->property("font").value<QFont>().pixelSize(), 50);
+        QCOMPARE(child(m_page, "dateMonthYearLabel")->property("font").value<QFont>().pixelSize(), 20);
+        QCOMPARE(child(m_page, "contentLabel")->property("font").value<QFont>().pixelSize(), 16);
+        QCOMPARE(child(m_page, "translationLabel")->property("font").value<QFont>().pixelSize(), 15);
+        QCOMPARE(child(m_page, "authorLabel")->property("font").value<QFont>().pixelSize(), 15);
+        QCOMPARE(child(m_page, "dateDayLabel")->property("color").value<QColor>(), OTPalette::ostrelGreen());
+        QCOMPARE(child(m_page, "contentLabel")->property("color").value<QColor>(), OTPalette::ostrelFontColorWhite());
     }
 
     void setQuoteKeepsWhatTheQuoteLacks()
     {
         m_page->setQuote(makeQuote("2016-10-01", "Seneca"));
-        QCOMPARE(textOf(m_page->authorLabel()), QStringLiteral("\u2014 Seneca"));
-        QCOMPARE(textOf(m_page->dateDayLabel()), QStringLiteral("01"));
-        QCOMPARE(textOf(m_page->dateMonthYearLabel()), QStringLiteral("Oct. 2016"));
+        QCOMPARE(textOf(child(m_page, "authorLabel")), QStringLiteral("\u2014 Seneca"));
+        QCOMPARE(textOf(child(m_page, "dateDayLabel")), QStringLiteral("01"));
+        QCOMPARE(textOf(child(m_page, "dateMonthYearLabel")), QStringLiteral("Oct. 2016"));
         const QUrl firstImage = m_page->imageSource();
         QVERIFY(!firstImage.isEmpty());
 
@@ -158,27 +167,27 @@ private Q_SLOTS:
         bare->setAssign_date(QStringLiteral("2016-02-30"));
         bare->setContent(QStringLiteral("Only this."));
         m_page->setQuote(bare);
-        QCOMPARE(textOf(m_page->authorLabel()), QStringLiteral("\u2014 Seneca"));
-        QCOMPARE(textOf(m_page->dateDayLabel()), QStringLiteral("01"));
-        QCOMPARE(textOf(m_page->dateMonthYearLabel()), QStringLiteral("Oct. 2016"));
+        QCOMPARE(textOf(child(m_page, "authorLabel")), QStringLiteral("\u2014 Seneca"));
+        QCOMPARE(textOf(child(m_page, "dateDayLabel")), QStringLiteral("01"));
+        QCOMPARE(textOf(child(m_page, "dateMonthYearLabel")), QStringLiteral("Oct. 2016"));
         QCOMPARE(m_page->imageSource(), firstImage);
-        QCOMPARE(textOf(m_page->contentLabel()), QStringLiteral("Only this."));
-        QVERIFY(textOf(m_page->translationLabel()).isEmpty());
+        QCOMPARE(textOf(child(m_page, "contentLabel")), QStringLiteral("Only this."));
+        QVERIFY(textOf(child(m_page, "translationLabel")).isEmpty());
         QCOMPARE(m_page->quote(), bare);
 
         // An empty translation takes no room: the sentence sits where the translation was.
-        QTRY_COMPARE(rectIn(m_page->contentLabel(), m_page).bottom(),
-                     rectIn(m_page->authorLabel(), m_page).top() - 8 - 15);
+        QTRY_COMPARE(rectIn(child(m_page, "contentLabel"), m_page).bottom(),
+                     rectIn(child(m_page, "authorLabel"), m_page).top() - 8 - 15);
 
         m_page->setQuote({});
-        QVERIFY(textOf(m_page->contentLabel()).isEmpty());
-        QCOMPARE(textOf(m_page->authorLabel()), QStringLiteral("\u2014 Seneca"));
+        QVERIFY(textOf(child(m_page, "contentLabel")).isEmpty());
+        QCOMPARE(textOf(child(m_page, "authorLabel")), QStringLiteral("\u2014 Seneca"));
 
         auto december = makeQuote("2019-12-25", "Pascal");
         december->setOrigin_img_urls({QStringLiteral("not a url at all %%")});
         m_page->setQuote(december);
-        QCOMPARE(textOf(m_page->dateDayLabel()), QStringLiteral("25"));
-        QCOMPARE(textOf(m_page->dateMonthYearLabel()), QStringLiteral("Dec. 2019"));
+        QCOMPARE(textOf(child(m_page, "dateDayLabel")), QStringLiteral("25"));
+        QCOMPARE(textOf(child(m_page, "dateMonthYearLabel")), QStringLiteral("Dec. 2019"));
         QCOMPARE(m_page->imageSource(), firstImage);
     }
 
@@ -192,10 +201,10 @@ private Q_SLOTS:
         quote->setContent(QStringLiteral("<b>Bold</b> <img src=\"%1/content.png\">").arg(pictures.baseURL()));
         quote->setTranslation(QStringLiteral("<u>下划线</u> &lt;<img src=\"%1/t.png\">").arg(pictures.baseURL()));
         m_page->setQuote(quote);
-        QCOMPARE(textOf(m_page->contentLabel()), quote->content());
-        QCOMPARE(textOf(m_page->translationLabel()), quote->translation());
-        QCOMPARE(textOf(m_page->authorLabel()), QStringLiteral("\u2014 <i>Anon</i> &amp; co"));
-        for (QQuickItem *label : {m_page->contentLabel(), m_page->translationLabel(), m_page->authorLabel()})
+        QCOMPARE(textOf(child(m_page, "contentLabel")), quote->content());
+        QCOMPARE(textOf(child(m_page, "translationLabel")), quote->translation());
+        QCOMPARE(textOf(child(m_page, "authorLabel")), QStringLiteral("\u2014 <i>Anon</i> &amp; co"));
+        for (QQuickItem *label : {child(m_page, "contentLabel"), child(m_page, "translationLabel"), child(m_page, "authorLabel")})
             QVERIFY2(showsTextLiterally(label), qPrintable(textOf(label)));
         m_view->grabWindow();
         QTest::qWait(300);
@@ -208,7 +217,7 @@ private Q_SLOTS:
         QVERIFY(m_page->isShowing());
         // On the top cover and on the text: nothing.
         click(QPointF(187, 50));
-        click(rectIn(m_page->contentLabel(), m_page).center());
+        click(rectIn(child(m_page, "contentLabel"), m_page).center());
         click(QPointF(187, 600));
         QTest::qWait(400);
         QVERIFY(m_page->isShowing());

@@ -259,7 +259,7 @@ private Q_SLOTS:
         auto *viewer = qobject_cast<OstQuoteViewController *>(navigation->topViewController());
         QVERIFY(viewer);
         QSignalSpy told(launch.data(), &OstQuoteLaunchViewController::willDismiss);
-        QTest::mouseClick(&view, Qt::LeftButton, {}, centreOf(viewer->backButton()));
+        QTest::mouseClick(&view, Qt::LeftButton, {}, centreOf(viewer->findChild<QQuickItem *>(QStringLiteral("backButton"))));
         QCOMPARE(told.count(), 1);
         // The slide back ends first; then home replaces the launch screen under its fading
         // snapshot, with the navigation bar back.

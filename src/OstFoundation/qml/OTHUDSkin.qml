@@ -2,7 +2,8 @@ import QtQuick
 import OstFoundation
 
 // A transient message over a window: a dark rounded box in the middle, white text, with a
-// tick (status 1) or a cross (status 2) above the text. It lets every touch through.
+// tick (status 1) or a cross (status 2) above the text. It lets every touch through. When
+// its time is up it is asked for opacity 0, and fades there.
 Item {
     id: hud
     objectName: "OTHUD"
@@ -12,6 +13,10 @@ Item {
 
     anchors.fill: parent
 
+    Behavior on opacity {
+        NumberAnimation { duration: OTPalette.fadeDuration }
+    }
+
     Rectangle {
         id: box
         objectName: "OTHUDBox"
@@ -19,7 +24,7 @@ Item {
         width: Math.max(column.width + 32, hud.status > 0 ? 112 : 0)
         height: column.height + (hud.status > 0 ? 40 : 24)
         radius: 10
-        color: Qt.rgba(0, 0, 0, 0.78)
+        color: OTPalette.ostrelHUDColor
 
         Column {
             id: column
@@ -31,7 +36,7 @@ Item {
                 visible: hud.status === 1 || hud.status === 2
                 text: hud.status === 2 ? "\u2715" : "\u2713"
                 font.pixelSize: 30
-                color: "#ffffff"
+                color: OTPalette.ostrelWhite
             }
             Text {
                 id: label
@@ -42,9 +47,9 @@ Item {
                 textFormat: Text.PlainText
                 wrapMode: Text.Wrap
                 horizontalAlignment: Text.AlignHCenter
-                font.family: "Noto Sans CJK SC"
+                font.family: OTPalette.fontFamily
                 font.pixelSize: 15
-                color: "#ffffff"
+                color: OTPalette.ostrelWhite
 
                 TextMetrics {
                     id: metrics

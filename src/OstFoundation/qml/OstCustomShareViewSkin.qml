@@ -11,50 +11,58 @@ OstCustomShareView {
 
     panel: sheet
 
+    // The sheet eases to where the panel asks.
+    Behavior on presentation {
+        enabled: shareView.presentationAnimated
+        NumberAnimation { duration: OTPalette.sheetDuration; easing.type: Easing.OutCubic }
+    }
+
     // 0 with the share targets in view, 1 with the system share route's entries. It eases
     // between the two while the panel is up, and jumps while it is away.
     property real routeProgress: systemShareShowing ? 1 : 0
     Behavior on routeProgress {
         enabled: shareView.presentation > 0
-        NumberAnimation { duration: 250; easing.type: Easing.OutCubic }
+        NumberAnimation { duration: OTPalette.sheetDuration; easing.type: Easing.OutCubic }
     }
 
-    readonly property real cellWidth: width / 4
-    // One family for Latin and Chinese alike, so that every label sits on the same line.
-    readonly property string fontFamily: "Noto Sans CJK SC"
 
     // A share target: its icon, 50 × 50, over its name.
     component ShareButton: T.AbstractButton {
         id: button
+        property OstCustomShareView view
         property url iconSource
         property url iconHighlightedSource
-        width: shareView.cellWidth
+        // A share target's type: a click picks it.
+        property int platformType: -1
+        onClicked: {
+            if (button.platformType >= 0)
+                button.view?.platformClicked(button.platformType)
+        }
+        width: button.view ? button.view.width / 4 : 0
         height: 96
         padding: 0
-        enabled: shareView.showing
+        enabled: button.view ? button.view.showing : false
         contentItem: Item {
+            // The icon 14 below the top, its name 8 below the icon.
             Image {
-                id: iconImage
                 x: Math.round((button.width - width) / 2)
                 y: 14
                 width: 50
                 height: 50
                 smooth: true
                 mipmap: true
-                source: button.pressed && button.iconHighlightedSource.toString() !== "" ? button.iconHighlightedSource
-                                                                                   : button.iconSource
+                source: button.pressed ? button.iconHighlightedSource : button.iconSource
             }
             Text {
-                anchors.top: iconImage.bottom
-                anchors.topMargin: 8
+                y: 14 + 50 + 8
                 x: 4
                 width: button.width - 8
                 horizontalAlignment: Text.AlignHCenter
                 elide: Text.ElideRight
                 text: button.text
-                font.family: shareView.fontFamily
+                font.family: OTPalette.fontFamily
                 font.pixelSize: 12
-                color: "#888888"
+                color: OTPalette.ostrelFontColorCaption
             }
         }
     }
@@ -62,27 +70,29 @@ OstCustomShareView {
     // A full-width bar with a centred label: the sheets' cancel.
     component BarButton: T.AbstractButton {
         id: bar
-        width: shareView.width
+        property OstCustomShareView view
+        width: bar.view ? bar.view.width : 0
         height: 50
         padding: 0
-        enabled: shareView.showing
-        background: Rectangle { color: bar.pressed ? "#ececee" : "#ffffff" }
+        enabled: bar.view ? bar.view.showing : false
+        background: Rectangle { color: bar.pressed ? OTPalette.ostrelPressedColor : OTPalette.ostrelWhite }
         contentItem: Text {
             text: bar.text
             horizontalAlignment: Text.AlignHCenter
             verticalAlignment: Text.AlignVCenter
-            font.family: shareView.fontFamily
+            font.family: OTPalette.fontFamily
             font.pixelSize: 16
-            color: "#333333"
+            color: OTPalette.ostrelFontColorTitle
         }
     }
 
     // A sheet: white, its top corners rounded, taking every tap that lands on it.
     component Sheet: Rectangle {
         id: sheetBody
-        width: shareView.width
+        property OstCustomShareView view
+        width: sheetBody.view ? sheetBody.view.width : 0
         radius: 12
-        color: "#ffffff"
+        color: OTPalette.ostrelWhite
         Rectangle {
             y: sheetBody.height - height
             width: sheetBody.width
@@ -95,28 +105,34 @@ OstCustomShareView {
     }
 
     component SheetTitle: Text {
-        width: shareView.width
+        id: title
+        property OstCustomShareView view
+        width: title.view ? title.view.width : 0
         height: 46
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignBottom
         bottomPadding: 2
-        font.family: shareView.fontFamily
+        font.family: OTPalette.fontFamily
         font.pixelSize: 15
-        color: "#333333"
+        color: OTPalette.ostrelFontColorTitle
     }
 
     component Hairline: Rectangle {
+        id: hairline
+        property OstCustomShareView view
         x: 16
-        width: shareView.width - 32
+        width: hairline.view ? hairline.view.width - 32 : 0
         height: 1 / Math.max(1, Screen.devicePixelRatio)
-        color: "#e5e5e8"
+        color: OTPalette.ostrelSeparatorColor
     }
 
     // The band above the cancel bar.
     component Gap: Rectangle {
-        width: shareView.width
+        id: gap
+        property OstCustomShareView view
+        width: gap.view ? gap.view.width : 0
         height: 8
-        color: "#f2f2f4"
+        color: OTPalette.ostrelGroupColor
     }
 
     Rectangle {
@@ -124,7 +140,7 @@ OstCustomShareView {
         objectName: "shareBackdrop"
         width: shareView.width
         height: shareView.height
-        color: "#000000"
+        color: OTPalette.ostrelBlack
         opacity: 0.4 * shareView.presentation
 
         // Also keeps touches off the screen underneath while the panel is there.
@@ -138,6 +154,8 @@ OstCustomShareView {
     }
 
     Sheet {
+
+        view: shareView
         id: sheet
         objectName: "shareSheet"
         height: mainColumn.height
@@ -149,6 +167,8 @@ OstCustomShareView {
             width: shareView.width
 
             SheetTitle {
+
+                view: shareView
                 objectName: "shareTitle"
                 text: OTLocalizable.string("share_view_title")
             }
@@ -158,21 +178,24 @@ OstCustomShareView {
                 bottomPadding: 6
                 Repeater {
                     model: shareView.platforms
+                    // A delegate sees nothing outside itself: it is handed the panel here.
+                    onItemAdded: (index, item) => { item.view = shareView }
                     delegate: ShareButton {
                         required property var modelData
                         objectName: "sharePlatformButton_" + modelData.type
                         text: modelData.title
                         iconSource: modelData.icon
                         iconHighlightedSource: modelData.iconHighlighted
-                        onClicked: shareView.platformClicked(modelData.type)
+                        platformType: modelData.type
                     }
                 }
             }
-            Hairline {}
+            Hairline { view: shareView }
             Row {
                 topPadding: 2
                 bottomPadding: 6
                 ShareButton {
+                    view: shareView
                     id: copyLinkButton
                     objectName: "shareCopyLinkButton"
                     text: OTLocalizable.string("share_view_copy_link")
@@ -181,6 +204,7 @@ OstCustomShareView {
                     onClicked: shareView.copyLinkClicked(copyLinkButton)
                 }
                 ShareButton {
+                    view: shareView
                     id: moreButton
                     objectName: "shareMoreButton"
                     text: OTLocalizable.string("share_view_more")
@@ -189,8 +213,9 @@ OstCustomShareView {
                     onClicked: shareView.moreClicked(moreButton)
                 }
             }
-            Gap {}
+            Gap { view: shareView }
             BarButton {
+                view: shareView
                 objectName: "shareCancelButton"
                 text: OTLocalizable.string("share_view_cancel")
                 onClicked: shareView.cancelClicked()
@@ -199,6 +224,8 @@ OstCustomShareView {
     }
 
     Sheet {
+
+        view: shareView
         id: systemSheet
         objectName: "systemShareSheet"
         height: systemColumn.height
@@ -210,6 +237,8 @@ OstCustomShareView {
             width: shareView.width
 
             SheetTitle {
+
+                view: shareView
                 objectName: "systemShareTitle"
                 text: OTLocalizable.string("system_share_title")
             }
@@ -217,6 +246,7 @@ OstCustomShareView {
                 topPadding: 2
                 bottomPadding: 6
                 ShareButton {
+                    view: shareView
                     objectName: "systemShareButton_copy"
                     text: OTLocalizable.string("system_share_copy")
                     iconSource: "qrc:/OstFoundation/images/share_copy_link.png"
@@ -224,6 +254,7 @@ OstCustomShareView {
                     onClicked: shareView.systemShareActivityClicked("copy")
                 }
                 ShareButton {
+                    view: shareView
                     objectName: "systemShareButton_mail"
                     text: OTLocalizable.string("system_share_mail")
                     iconSource: "qrc:/OstFoundation/images/share_email.png"
@@ -231,6 +262,7 @@ OstCustomShareView {
                     onClicked: shareView.systemShareActivityClicked("mail")
                 }
                 ShareButton {
+                    view: shareView
                     objectName: "systemShareButton_browser"
                     text: OTLocalizable.string("system_share_browser")
                     iconSource: "qrc:/OstFoundation/images/share_browser.png"
@@ -238,8 +270,9 @@ OstCustomShareView {
                     onClicked: shareView.systemShareActivityClicked("browser")
                 }
             }
-            Gap {}
+            Gap { view: shareView }
             BarButton {
+                view: shareView
                 objectName: "systemShareCancelButton"
                 text: OTLocalizable.string("share_view_cancel")
                 onClicked: shareView.cancelClicked()

@@ -93,7 +93,7 @@ OstQuoteLaunchViewController {
         }
 
         background: Rectangle {
-            color: Qt.rgba(1, 1, 1, 0.6)
+            color: OTPalette.ostrelVeilColor
             border.color: OTPalette.ostrelFontColorSummary
             border.width: 1
             radius: 4

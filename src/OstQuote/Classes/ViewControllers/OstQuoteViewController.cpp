@@ -92,8 +92,7 @@ void OstQuoteViewController::setupSubviews()
         m_galleryView->setDataSource(this);
         m_galleryView->setDelegate(this);
     }
-    if (m_ostrelLogo)
-        m_ostrelLogo->setVisible(false);
+    setChrome(Normal);
 }
 
 // Requests
@@ -248,12 +247,8 @@ void OstQuoteViewController::shareQuoteViewWithPlatform(int platformType)
 
 QImage OstQuoteViewController::screenShotOfCurrentQuoteView()
 {
-    if (m_shareButton)
-        m_shareButton->setVisible(false);
-    if (m_backButton)
-        m_backButton->setVisible(false);
-    if (m_ostrelLogo)
-        m_ostrelLogo->setVisible(true);
+    // The skin's bindings follow at once, so the capture below sees the logo.
+    setChrome(Screenshot);
     if (OstCustomShareView *panel = shareView())
         panel->hideWithAnimated(false);
     if (m_galleryView) {
@@ -267,12 +262,15 @@ QImage OstQuoteViewController::screenShotOfCurrentQuoteView()
 
 void OstQuoteViewController::initNavigationBar()
 {
-    if (m_ostrelLogo)
-        m_ostrelLogo->setVisible(false);
-    if (m_backButton)
-        m_backButton->setVisible(true);
-    if (m_shareButton)
-        m_shareButton->setVisible(true);
+    setChrome(Normal);
+}
+
+void OstQuoteViewController::setChrome(Chrome chrome)
+{
+    if (m_chrome == chrome)
+        return;
+    m_chrome = chrome;
+    Q_EMIT chromeChanged();
 }
 
 void OstQuoteViewController::shareViewCopyLinkClicked(OstCustomShareView *shareView, QObject *sender)

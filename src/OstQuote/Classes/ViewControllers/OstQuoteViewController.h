@@ -27,7 +27,8 @@ class QQmlEngine;
 // retried or reported: a day that failed is simply asked for again at the next rest.
 //
 // The look is the skin OstQuoteViewControllerSkin.qml (root: this type), which declares the
-// gallery, the two buttons and the logo and hands them over through the properties below.
+// gallery (handed over through galleryView), the two buttons and the logo, and shows the
+// buttons or the logo as `chrome` says.
 class OSTQUOTE_EXPORT OstQuoteViewController : public OTCommonsViewController,
                                                public OstQuoteGalleryViewDataSource,
                                                public OstQuoteGalleryViewDelegate,
@@ -37,10 +38,8 @@ class OSTQUOTE_EXPORT OstQuoteViewController : public OTCommonsViewController,
     QML_ELEMENT
     Q_INTERFACES(OstQuoteGalleryViewDataSource OstQuoteGalleryViewDelegate OstCustomShareViewDelegate)
 
-    Q_PROPERTY(QQuickItem *backButton MEMBER m_backButton)
-    Q_PROPERTY(QQuickItem *shareButton MEMBER m_shareButton)
-    Q_PROPERTY(QQuickItem *ostrelLogo MEMBER m_ostrelLogo)
     Q_PROPERTY(OstQuoteGalleryView *galleryView MEMBER m_galleryView)
+    Q_PROPERTY(Chrome chrome READ chrome NOTIFY chromeChanged)
 
     // The images the skin shows.
     Q_PROPERTY(QUrl backImage READ backImage CONSTANT)
@@ -50,6 +49,11 @@ class OSTQUOTE_EXPORT OstQuoteViewController : public OTCommonsViewController,
     Q_PROPERTY(QUrl logoImage READ logoImage CONSTANT)
 
 public:
+    // What lies over the gallery. Normal: the back and share buttons, no logo. Screenshot (the
+    // length of one capture for sharing): the logo, no buttons.
+    enum Chrome { Normal, Screenshot };
+    Q_ENUM(Chrome)
+
     // The first day that has a quote.
     static constexpr const char *StartDayKey = "2016-10-01";
 
@@ -84,10 +88,11 @@ public:
     void shareViewMoreButtonClicked(OstCustomShareView *shareView, QObject *sender) override;
     void shareQuoteViewWithPlatform(int platformType);
     // The whole screen with the text cover of the page in view, as share pictures show it:
-    // buttons hidden, logo shown, share panel away. Restores nothing (see initNavigationBar).
+    // the Screenshot chrome, share panel away. Restores nothing (see initNavigationBar).
     QImage screenShotOfCurrentQuoteView();
-    // The chrome as in normal use: logo hidden, back and share buttons shown.
+    // The chrome as in normal use (Normal): logo hidden, back and share buttons shown.
     void initNavigationBar();
+    Chrome chrome() const { return m_chrome; }
     // Made on first use, with this screen as its delegate.
     OstCustomShareView *shareView();
     void setShareView(OstCustomShareView *shareView);
@@ -100,15 +105,15 @@ public:
     void viewWillDisappear(bool animated) override;
 
     OstQuoteGalleryView *galleryView() const { return m_galleryView; }
-    QQuickItem *backButton() const { return m_backButton; }
-    QQuickItem *shareButton() const { return m_shareButton; }
-    QQuickItem *ostrelLogo() const { return m_ostrelLogo; }
 
     QUrl backImage() const;
     QUrl backHighlightImage() const;
     QUrl shareImage() const;
     QUrl shareHighlightImage() const;
     QUrl logoImage() const;
+
+Q_SIGNALS:
+    void chromeChanged();
 
 protected:
     void viewDidLoad() override;
@@ -118,10 +123,9 @@ private:
     void setupSubviews();
     // The quote of the page in view, or null.
     OstQuotePtr currentQuote();
+    void setChrome(Chrome chrome);
 
-    QQuickItem *m_backButton = nullptr;
-    QQuickItem *m_shareButton = nullptr;
-    QQuickItem *m_ostrelLogo = nullptr;
+    Chrome m_chrome = Normal;
     OstQuoteGalleryView *m_galleryView = nullptr;
     QPointer<OstCustomShareView> m_shareView;
     QHash<QString, OstQuotePtr> m_quotes;

@@ -1,19 +1,16 @@
 import QtQuick
 import QtQuick.Templates as T
-import OstFoundation
 import OstQuote
 
 // The look of the quote viewer: the gallery fills the screen; the back button sits over the
 // top left corner, the share button over the top right, each a 60 × 40 touch area with its
 // image against the outer edge; the logo (shown only in share pictures) at the top right.
-// Stacking, bottom to top: gallery, back button, share button, logo.
+// Stacking, bottom to top: gallery, back button, share button, logo. The buttons are there
+// in the Normal chrome, the logo in the Screenshot one.
 OstQuoteViewController {
     id: screen
 
     galleryView: gallery
-    backButton: back
-    shareButton: share
-    ostrelLogo: logo
 
     OstQuoteGalleryView {
         id: gallery
@@ -30,6 +27,7 @@ OstQuoteViewController {
         anchors.top: parent.top
         anchors.topMargin: 25
         padding: 0
+        visible: screen.chrome === OstQuoteViewController.Normal
         contentItem: Item {
             Image {
                 anchors.left: parent.left
@@ -50,6 +48,7 @@ OstQuoteViewController {
         anchors.top: parent.top
         anchors.topMargin: 25
         padding: 0
+        visible: screen.chrome === OstQuoteViewController.Normal
         contentItem: Item {
             Image {
                 anchors.right: parent.right
@@ -68,6 +67,6 @@ OstQuoteViewController {
         anchors.right: parent.right
         anchors.rightMargin: 18
         source: screen.logoImage
-        visible: false
+        visible: screen.chrome === OstQuoteViewController.Screenshot
     }
 }

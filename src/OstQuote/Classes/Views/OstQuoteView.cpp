@@ -1,13 +1,10 @@
 #include "OstQuoteView.h"
 
 #include <OTDate.h>
-
-#include <QPointer>
+#include <OTMotion.h>
 #include <OTSkin.h>
-#include <QQmlComponent>
+
 #include <QQmlEngine>
-#include <QTimer>
-#include <QVariantAnimation>
 
 namespace {
 
@@ -21,6 +18,7 @@ OstQuoteView::OstQuoteView(QQuickItem *parent)
 {
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptTouchEvents(true);
+    m_coverMotion = new OTMotion(this, "coverOffset");
 }
 
 OstQuoteView::~OstQuoteView() = default;
@@ -96,38 +94,23 @@ void OstQuoteView::setCoverOffset(qreal offset)
 
 void OstQuoteView::showCoverViewWithAnimated(bool animated)
 {
-    moveCover(0, animated ? CoverSlideDuration : 0, [this]() { setIsShowing(true); });
+    moveCover(0, animated, [this]() { setIsShowing(true); });
 }
 
 void OstQuoteView::tapped()
 {
     // The flag is read now and flipped only when the move completes: a second tap during
     // the slide aims at the same place again, and both completions flip the flag.
-    moveCover(m_isShowing ? CoverSlideDistance : 0, CoverSlideDuration, [this]() { setIsShowing(!m_isShowing); });
+    moveCover(m_isShowing ? CoverSlideDistance : 0, true, [this]() { setIsShowing(!m_isShowing); });
 }
 
-void OstQuoteView::moveCover(qreal offset, int duration, std::function<void()> completion)
+void OstQuoteView::moveCover(qreal offset, bool animated, std::function<void()> completion)
 {
-    // A move that is under way keeps running to its end (and completes), but from now on
-    // only the new move places the cover.
-    if (m_coverAnimation)
-        m_coverAnimation->disconnect(this, nullptr);
-
-    if (duration <= 0) {
-        setCoverOffset(offset);
-        QTimer::singleShot(0, this, [completion]() { completion(); });
-        return;
+    if (m_coverAnimated != animated) {
+        m_coverAnimated = animated;
+        Q_EMIT coverAnimatedChanged();
     }
-    auto *animation = new QVariantAnimation(this);
-    animation->setStartValue(m_coverOffset);
-    animation->setEndValue(offset);
-    animation->setDuration(duration);
-    animation->setEasingCurve(QEasingCurve::InOutQuad);
-    connect(animation, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant &value) { setCoverOffset(value.toReal()); });
-    connect(animation, &QAbstractAnimation::finished, animation, [completion]() { completion(); });
-    m_coverAnimation = animation;
-    animation->start(QAbstractAnimation::DeleteWhenStopped);
+    m_coverMotion->moveTo(offset, std::move(completion));
 }
 
 // Touches and clicks that reach the page itself (not its covers, which take their own) are

@@ -8,17 +8,18 @@
 #include <QUrl>
 #include <QtQml/qqmlregistration.h>
 
+class OTMotion;
 class QQmlEngine;
-class QVariantAnimation;
 
 // One full-screen page of the quote gallery: the day's picture, a dark cover at the top and
 // one at the bottom that carries the date, the sentence, its translation and the author.
 // A tap on the bare picture slides the bottom cover (and the text on it) off the page; the
 // next tap brings it back.
 //
-// Behaviour lives here; the look (children, anchors, fonts, colours) is the skin
-// OstQuoteViewSkin.qml, whose root is this type. The skin binds to the texts and the offset
-// below and hands its children back through the view properties.
+// Behaviour lives here; the look (children, anchors, fonts, colours) and the cover's slide
+// are the skin OstQuoteViewSkin.qml, whose root is this type. The skin binds to the texts and
+// the offset below, animates the offset (a Behavior enabled while coverAnimated holds) and
+// hands back the children that others reach: the picture and the cover.
 class OSTQUOTE_EXPORT OstQuoteView : public QQuickItem
 {
     Q_OBJECT
@@ -34,25 +35,21 @@ class OSTQUOTE_EXPORT OstQuoteView : public QQuickItem
     Q_PROPERTY(QString dayText READ dayText NOTIFY textsChanged)
     Q_PROPERTY(QString monthYearText READ monthYearText NOTIFY textsChanged)
     Q_PROPERTY(QUrl imageSource READ imageSource NOTIFY imageSourceChanged)
-    // How far the bottom cover sits below its place: 0 in view, 250 out of view.
-    Q_PROPERTY(qreal coverOffset READ coverOffset NOTIFY coverOffsetChanged)
+    // How far the bottom cover sits below its place: 0 in view, 250 out of view. Set here to
+    // where the cover is asked to go; the skin's slide writes the steps on the way.
+    Q_PROPERTY(qreal coverOffset READ coverOffset WRITE setCoverOffset NOTIFY coverOffsetChanged)
+    // Whether the move of the cover under way slides (true) or jumps (false).
+    Q_PROPERTY(bool coverAnimated READ coverAnimated NOTIFY coverAnimatedChanged)
     // The scale of the page's content about its centre (the gallery's depth effect).
     Q_PROPERTY(qreal contentScale READ contentScale WRITE setContentScale NOTIFY contentScaleChanged)
 
     // The skin's children.
     Q_PROPERTY(QQuickItem *backgroundImageView MEMBER m_backgroundImageView)
     Q_PROPERTY(QQuickItem *coverView MEMBER m_coverView)
-    Q_PROPERTY(QQuickItem *topCoverView MEMBER m_topCoverView)
-    Q_PROPERTY(QQuickItem *authorLabel MEMBER m_authorLabel)
-    Q_PROPERTY(QQuickItem *dateDayLabel MEMBER m_dateDayLabel)
-    Q_PROPERTY(QQuickItem *dateMonthYearLabel MEMBER m_dateMonthYearLabel)
-    Q_PROPERTY(QQuickItem *contentLabel MEMBER m_contentLabel)
-    Q_PROPERTY(QQuickItem *translationLabel MEMBER m_translationLabel)
 
 public:
-    // The distance the cover slides and how long it takes.
+    // The distance the cover slides (over OTPalette::CoverSlideDuration).
     static constexpr qreal CoverSlideDistance = 250.0;
-    static constexpr int CoverSlideDuration = 250; // ms
 
     explicit OstQuoteView(QQuickItem *parent = nullptr);
     ~OstQuoteView() override;
@@ -86,17 +83,12 @@ public:
     QString monthYearText() const { return m_monthYearText; }
     QUrl imageSource() const { return m_imageSource; }
     qreal coverOffset() const { return m_coverOffset; }
+    bool coverAnimated() const { return m_coverAnimated; }
     qreal contentScale() const { return m_contentScale; }
     void setContentScale(qreal scale);
 
     QQuickItem *backgroundImageView() const { return m_backgroundImageView; }
     QQuickItem *coverView() const { return m_coverView; }
-    QQuickItem *topCoverView() const { return m_topCoverView; }
-    QQuickItem *authorLabel() const { return m_authorLabel; }
-    QQuickItem *dateDayLabel() const { return m_dateDayLabel; }
-    QQuickItem *dateMonthYearLabel() const { return m_dateMonthYearLabel; }
-    QQuickItem *contentLabel() const { return m_contentLabel; }
-    QQuickItem *translationLabel() const { return m_translationLabel; }
 
 Q_SIGNALS:
     void quoteChanged();
@@ -105,6 +97,7 @@ Q_SIGNALS:
     void textsChanged();
     void imageSourceChanged();
     void coverOffsetChanged();
+    void coverAnimatedChanged();
     void contentScaleChanged();
 
 protected:
@@ -115,9 +108,9 @@ protected:
 private:
     // A tap that ended on the bare page.
     void tapped();
-    // Moves the cover to `offset` over `duration` ms; `completion` runs when that move ends,
-    // also when a later move has taken over the cover in the meantime.
-    void moveCover(qreal offset, int duration, std::function<void()> completion);
+    // Moves the cover to `offset`, sliding or at once; `completion` runs when that move ends,
+    // also when a later move has taken the cover elsewhere in the meantime.
+    void moveCover(qreal offset, bool animated, std::function<void()> completion);
     void setCoverOffset(qreal offset);
 
     OstQuotePtr m_quote;
@@ -131,14 +124,9 @@ private:
     QUrl m_imageSource;
     qreal m_coverOffset = 0;
     qreal m_contentScale = 1;
-    QPointer<QVariantAnimation> m_coverAnimation; // the move that drives the cover now
+    bool m_coverAnimated = true;
+    OTMotion *m_coverMotion = nullptr;
 
     QQuickItem *m_backgroundImageView = nullptr;
     QQuickItem *m_coverView = nullptr;
-    QQuickItem *m_topCoverView = nullptr;
-    QQuickItem *m_authorLabel = nullptr;
-    QQuickItem *m_dateDayLabel = nullptr;
-    QQuickItem *m_dateMonthYearLabel = nullptr;
-    QQuickItem *m_contentLabel = nullptr;
-    QQuickItem *m_translationLabel = nullptr;
 };

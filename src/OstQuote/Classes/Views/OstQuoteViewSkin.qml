@@ -4,18 +4,20 @@ import OstQuote
 
 // The look of a quote page: picture, top cover, and the bottom cover with the text stacked
 // upwards from its bottom edge. An empty label takes no room: the label above it closes the
-// gap by the empty label's line height.
+// gap by the empty label's line height. The cover slides to the offset the page asks for.
 OstQuoteView {
     id: page
 
     backgroundImageView: background
     coverView: cover
-    topCoverView: topCover
-    authorLabel: author
-    translationLabel: translation
-    contentLabel: content
-    dateDayLabel: day
-    dateMonthYearLabel: monthYear
+
+    Behavior on coverOffset {
+        enabled: page.coverAnimated
+        NumberAnimation {
+            duration: OTPalette.coverSlideDuration
+            easing.type: Easing.InOutQuad
+        }
+    }
 
     Item {
         id: scaled
@@ -28,6 +30,7 @@ OstQuoteView {
 
         Image {
             id: background
+            objectName: "backgroundImageView"
             anchors.fill: parent
             source: page.imageSource
             fillMode: Image.PreserveAspectCrop
@@ -42,6 +45,7 @@ OstQuoteView {
 
         RVGradientOverView {
             id: cover
+            objectName: "coverView"
             anchors.left: parent.left
             anchors.right: parent.right
             anchors.bottom: parent.bottom
@@ -50,6 +54,7 @@ OstQuoteView {
 
             Text {
                 id: day
+                objectName: "dateDayLabel"
                 anchors.bottom: content.top
                 anchors.bottomMargin: 10 - (page.contentText.length > 0 ? 0 : content.height)
                 anchors.left: content.left
@@ -60,6 +65,7 @@ OstQuoteView {
             }
             Text {
                 id: monthYear
+                objectName: "dateMonthYearLabel"
                 anchors.bottom: day.bottom
                 anchors.bottomMargin: 7
                 anchors.left: day.right
@@ -71,6 +77,7 @@ OstQuoteView {
             }
             Text {
                 id: author
+                objectName: "authorLabel"
                 anchors.right: parent.right
                 anchors.rightMargin: 18
                 anchors.bottom: parent.bottom
@@ -84,6 +91,7 @@ OstQuoteView {
             }
             Text {
                 id: translation
+                objectName: "translationLabel"
                 anchors.bottom: author.top
                 anchors.bottomMargin: 8 - (page.authorText.length > 0 ? 0 : author.height)
                 anchors.left: parent.left
@@ -100,6 +108,7 @@ OstQuoteView {
             }
             Text {
                 id: content
+                objectName: "contentLabel"
                 anchors.bottom: translation.top
                 anchors.bottomMargin: 15 - (page.translationText.length > 0 ? 0 : translation.height)
                 anchors.left: translation.left
@@ -116,6 +125,7 @@ OstQuoteView {
 
         RVGradientTopOverView {
             id: topCover
+            objectName: "topCoverView"
             anchors.left: parent.left
             anchors.right: parent.right
             anchors.top: parent.top
