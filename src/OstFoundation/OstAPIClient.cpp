@@ -1,6 +1,7 @@
 #include "OstAPIClient.h"
 
 #include <QCoreApplication>
+#include <QJSEngine>
 #include <QMutex>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -49,6 +50,15 @@ OstAPIClient::OstAPIClient(QObject *parent)
 }
 
 OstAPIClient::~OstAPIClient() = default;
+
+OstAPIClient *OstAPIClient::create(QQmlEngine *qmlEngine, QJSEngine *jsEngine)
+{
+    Q_UNUSED(qmlEngine);
+    OstAPIClient *client = sharedClient();
+    // The engine must not delete the process's client when it goes.
+    jsEngine->setObjectOwnership(client, QJSEngine::CppOwnership);
+    return client;
+}
 
 OstAPIClient *OstAPIClient::sharedClient()
 {

@@ -10,10 +10,13 @@
 #include <QPointer>
 #include <QUrl>
 #include <QVariantMap>
+#include <QtQml/qqmlregistration.h>
 
 #include <functional>
 
+class QJSEngine;
 class QNetworkAccessManager;
+class QQmlEngine;
 class QNetworkReply;
 
 // The HTTP client of the apps: JSON requests against one server, answers mapped onto
@@ -29,9 +32,14 @@ class QNetworkReply;
 // maximumAnswerSize() is cut off as it arrives; at most OTRequestGuard::MaximumRedirects
 // redirects are followed. Each of these ends the request with an OTError::Network that says
 // which (the deadline's is also a timeout).
+//
+// In QML the singleton OstAPIClient (module OstFoundation) is the shared client, so a host
+// may point every screen at its server: `OstAPIClient.baseURL = "https://…"`.
 class OSTFOUNDATION_EXPORT OstAPIClient : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
     Q_PROPERTY(QUrl baseURL READ baseURL WRITE setBaseURL NOTIFY baseURLChanged)
     Q_PROPERTY(int transferTimeout READ transferTimeout WRITE setTransferTimeout)
     Q_PROPERTY(qint64 maximumAnswerSize READ maximumAnswerSize WRITE setMaximumAnswerSize)
@@ -48,6 +56,8 @@ public:
     // The client of the process, created on first use on the application's thread. Its base
     // URL starts as $OSTQUOTE_API_BASE, else http://127.0.0.1:8080.
     static OstAPIClient *sharedClient();
+    // The QML singleton: sharedClient(), which stays C++'s.
+    static OstAPIClient *create(QQmlEngine *qmlEngine, QJSEngine *jsEngine);
     static QUrl defaultBaseURL();
 
     QUrl baseURL() const { return m_baseURL; }

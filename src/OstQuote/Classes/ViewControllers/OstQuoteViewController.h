@@ -34,7 +34,8 @@ class OSTQUOTE_EXPORT OstQuoteViewController : public OTCommonsViewController,
                                                public OstCustomShareViewDelegate
 {
     Q_OBJECT
-    QML_ELEMENT
+    // In QML, OstQuoteViewController is this type with its skin; the bare type is OstQuoteViewControllerTemplate.
+    QML_NAMED_ELEMENT(OstQuoteViewControllerTemplate)
     Q_INTERFACES(OstQuoteGalleryViewDataSource OstQuoteGalleryViewDelegate OstCustomShareViewDelegate)
 
     Q_PROPERTY(QQuickItem *backButton MEMBER m_backButton)

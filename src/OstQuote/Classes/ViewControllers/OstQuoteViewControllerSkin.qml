@@ -7,7 +7,7 @@ import OstQuote
 // top left corner, the share button over the top right, each a 60 × 40 touch area with its
 // image against the outer edge; the logo (shown only in share pictures) at the top right.
 // Stacking, bottom to top: gallery, back button, share button, logo.
-OstQuoteViewController {
+OstQuoteViewControllerTemplate {
     id: screen
 
     galleryView: gallery
