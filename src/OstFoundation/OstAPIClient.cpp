@@ -51,10 +51,10 @@ OstAPIClient::OstAPIClient(QObject *parent)
 
 OstAPIClient::~OstAPIClient() = default;
 
-OstAPIClient *OstAPIClient::create(QQmlEngine *qmlEngine, QJSEngine *jsEngine)
+OstAPIClient *OstAPIClientForeign::create(QQmlEngine *qmlEngine, QJSEngine *jsEngine)
 {
     Q_UNUSED(qmlEngine);
-    OstAPIClient *client = sharedClient();
+    OstAPIClient *client = OstAPIClient::sharedClient();
     // The engine must not delete the process's client when it goes.
     jsEngine->setObjectOwnership(client, QJSEngine::CppOwnership);
     return client;

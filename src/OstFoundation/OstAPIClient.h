@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <QUrl>
 #include <QVariantMap>
+#include <QtQml/qqml.h>
 #include <QtQml/qqmlregistration.h>
 
 #include <functional>
@@ -38,8 +39,6 @@ class QNetworkReply;
 class OSTFOUNDATION_EXPORT OstAPIClient : public QObject
 {
     Q_OBJECT
-    QML_ELEMENT
-    QML_SINGLETON
     Q_PROPERTY(QUrl baseURL READ baseURL WRITE setBaseURL NOTIFY baseURLChanged)
     Q_PROPERTY(int transferTimeout READ transferTimeout WRITE setTransferTimeout)
     Q_PROPERTY(qint64 maximumAnswerSize READ maximumAnswerSize WRITE setMaximumAnswerSize)
@@ -56,8 +55,6 @@ public:
     // The client of the process, created on first use on the application's thread. Its base
     // URL starts as $OSTQUOTE_API_BASE, else http://127.0.0.1:8080.
     static OstAPIClient *sharedClient();
-    // The QML singleton: sharedClient(), which stays C++'s.
-    static OstAPIClient *create(QQmlEngine *qmlEngine, QJSEngine *jsEngine);
     static QUrl defaultBaseURL();
 
     QUrl baseURL() const { return m_baseURL; }
@@ -101,4 +98,16 @@ private:
     QUrl m_baseURL;
     int m_transferTimeout = DefaultTransferTimeout;
     qint64 m_maximumAnswerSize = DefaultMaximumAnswerSize;
+};
+
+// The QML singleton OstAPIClient: sharedClient(), which stays C++'s. (A wrapper, because QML
+// would make a singleton of its own with the client's default constructor.)
+struct OSTFOUNDATION_EXPORT OstAPIClientForeign
+{
+    Q_GADGET
+    QML_FOREIGN(OstAPIClient)
+    QML_NAMED_ELEMENT(OstAPIClient)
+    QML_SINGLETON
+public:
+    static OstAPIClient *create(QQmlEngine *qmlEngine, QJSEngine *jsEngine);
 };
