@@ -2,8 +2,27 @@
 
 #include "OTNavigationController.h"
 #include "OTSkin.h"
+#include "OTStackViewRequests.h"
 
 #include <QQuickWindow>
+#include <QtQml/qqml.h>
+
+#include <memory>
+
+namespace {
+
+// Qt Quick's StackView class in the class ancestry of `item` (a StackView declared in QML is
+// a subclass made by QML), or null.
+const QMetaObject *stackViewClass(const QQuickItem *item)
+{
+    for (const QMetaObject *meta = item ? item->metaObject() : nullptr; meta; meta = meta->superClass()) {
+        if (qstrcmp(meta->className(), "QQuickStackView") == 0)
+            return meta;
+    }
+    return nullptr;
+}
+
+} // namespace
 
 OTCommonsViewController::OTCommonsViewController(QQuickItem *parent)
     : QQuickItem(parent)
@@ -42,10 +61,155 @@ Qt::ScreenOrientations OTCommonsViewController::supportedInterfaceOrientations()
 
 void OTCommonsViewController::backAction()
 {
-    OTNavigationController *navigation = navigationController();
     // Only the screen in view can be left; a covered one waits for its turn.
-    if (navigation && navigation->topViewController() == this)
-        navigation->popViewControllerAnimated(true);
+    if (OTNavigationController *navigation = navigationController()) {
+        if (navigation->topViewController() == this)
+            navigation->popViewControllerAnimated(true);
+        return;
+    }
+    if (m_hostStackView && m_hostStackView->property("currentItem").value<QQuickItem *>() == this)
+        requestOnStackView(false, nullptr, true);
+}
+
+QQuickItem *OTCommonsViewController::stackView() const
+{
+    if (m_navigationController)
+        return m_navigationController->stackView();
+    return m_hostStackView;
+}
+
+bool OTCommonsViewController::pushOnStack(OTCommonsViewController *viewController, bool animated)
+{
+    if (!viewController)
+        return false;
+    if (OTNavigationController *navigation = navigationController()) {
+        navigation->pushViewController(viewController, animated);
+        return true;
+    }
+    return requestOnStackView(true, viewController, animated);
+}
+
+bool OTCommonsViewController::requestOnStackView(bool push, OTCommonsViewController *viewController, bool animated)
+{
+    QQuickItem *stack = m_hostStackView;
+    QQmlEngine *engine = stack ? OTSkin::engineForItem(stack) : nullptr;
+    if (!engine)
+        return false;
+    // Made for this one request: the StackView does what is asked before the signal returns.
+    std::unique_ptr<OTStackViewRequests> requests(OTStackViewRequests::create(engine, stack, nullptr));
+    if (!requests)
+        return false;
+    if (push) {
+        viewController->m_ownedByStack = true;
+        Q_EMIT requests->pushRequested(viewController, animated);
+    } else {
+        Q_EMIT requests->popRequested(animated);
+    }
+    return true;
+}
+
+void OTCommonsViewController::itemChange(ItemChange change, const ItemChangeData &value)
+{
+    QQuickItem::itemChange(change, value);
+    if (change == ItemParentHasChanged)
+        followStackView(value.item);
+}
+
+void OTCommonsViewController::followStackView(QQuickItem *parent)
+{
+    // A StackView makes itself the parent of the items it shows.
+    const QMetaObject *stackClass = stackViewClass(parent);
+    if (stackClass && !m_stackAttached) {
+        // The StackView tells an item's attached object of its status only when the object
+        // exists already: it is made here, before the first change.
+        QObject *attached = qmlAttachedPropertiesObject(this, qmlAttachedPropertiesFunction(this, stackClass), true);
+        if (attached) {
+            m_stackAttached = attached;
+            OTSkin::onSignal(attached, "activating()", this, [this]() { stackStatusChanged(StackStatus::Activating); });
+            OTSkin::onSignal(attached, "activated()", this, [this]() { stackStatusChanged(StackStatus::Active); });
+            OTSkin::onSignal(attached, "deactivating()", this,
+                             [this]() { stackStatusChanged(StackStatus::Deactivating); });
+            OTSkin::onSignal(attached, "deactivated()", this, [this]() { stackStatusChanged(StackStatus::Inactive); });
+            OTSkin::onSignal(attached, "removed()", this, [this]() { stackRemoved(); });
+        }
+    }
+    QQuickItem *stack = stackClass ? parent : nullptr;
+    if (m_hostStackView != stack) {
+        m_hostStackView = stack;
+        Q_EMIT stackViewChanged();
+    }
+}
+
+void OTCommonsViewController::stackStatusChanged(StackStatus status)
+{
+    // A navigation host makes the life-cycle calls of its screens itself.
+    if (m_navigationController)
+        return;
+    m_stackStatus = status;
+    if (m_syncQueued)
+        return;
+    m_syncQueued = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this]() {
+            m_syncQueued = false;
+            syncWithStackView();
+        },
+        Qt::QueuedConnection);
+}
+
+void OTCommonsViewController::stackRemoved()
+{
+    if (m_navigationController)
+        return;
+    stackStatusChanged(StackStatus::Inactive);
+    // A screen pushed on a host app's StackView by pushOnStack() goes with it; the life-cycle
+    // calls still due come first.
+    if (m_ownedByStack && !m_hostStackView) {
+        m_ownedByStack = false;
+        QMetaObject::invokeMethod(this, &QObject::deleteLater, Qt::QueuedConnection);
+    }
+}
+
+void OTCommonsViewController::syncWithStackView()
+{
+    if (m_navigationController)
+        return;
+    // The screen (or its host, told by it) may go away in any of these calls.
+    const QPointer<OTCommonsViewController> self(this);
+    // A transition still under way when the screen is told is an animated one; a change made
+    // at once has reached its end by then.
+    const StackStatus status = m_stackStatus;
+    if (status == StackStatus::Activating || status == StackStatus::Active) {
+        const bool atRest = status == StackStatus::Active;
+        if (m_appearance == Appearance::Disappeared || m_appearance == Appearance::Disappearing) {
+            loadViewIfNeeded();
+            if (!self)
+                return;
+            m_appearanceAnimated = !atRest;
+            m_appearance = Appearance::Appearing;
+            viewWillAppear(m_appearanceAnimated);
+            if (!self)
+                return;
+        }
+        if (atRest && m_appearance == Appearance::Appearing) {
+            m_appearance = Appearance::Appeared;
+            viewDidAppear(m_appearanceAnimated);
+        }
+    } else {
+        const bool atRest = status == StackStatus::Inactive;
+        if (m_appearance == Appearance::Appeared || m_appearance == Appearance::Appearing) {
+            m_appearanceAnimated = !atRest;
+            m_appearance = Appearance::Disappearing;
+            viewWillDisappear(m_appearanceAnimated);
+            if (!self)
+                return;
+        }
+        if (atRest && m_appearance == Appearance::Disappearing) {
+            m_appearance = Appearance::Disappeared;
+            viewDidDisappear(m_appearanceAnimated);
+        }
+    }
 }
 
 QQmlEngine *OTCommonsViewController::qmlEngineForScene() const

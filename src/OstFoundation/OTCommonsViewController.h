@@ -14,11 +14,17 @@ Q_MOC_INCLUDE("OTNavigationController.h")
 // The base of every full-window screen. A screen is a QQuickItem whose look is a QML skin
 // (its root is the screen's own type); behaviour lives in C++ subclasses.
 //
-// Life cycle: viewDidLoad() runs once, the first time loadViewIfNeeded() is called (the
-// navigation host does so before the screen first appears). viewWillAppear / viewDidAppear /
-// viewWillDisappear / viewDidDisappear are called by the navigation host as the screen is
-// pushed, covered, uncovered and popped; `animated` says whether that change is animated.
-// Overrides call the base class first.
+// Life cycle: viewDidLoad() runs once, the first time loadViewIfNeeded() is called (before
+// the screen first appears). viewWillAppear / viewDidAppear / viewWillDisappear /
+// viewDidDisappear follow the screen as it is pushed, covered, uncovered and popped;
+// `animated` says whether that change is animated. Overrides call the base class first.
+//
+// On an OTNavigationController the host makes these calls. On any other StackView (a host
+// app's own) the screen follows the StackView's attached status: activating and deactivating
+// are the will-calls of an animated change, activated and deactivated its did-calls; a change
+// made at once gives both calls with `animated` false. These calls come one turn of the event
+// loop after the StackView's change, so that a screen (or its host, told by it) may ask the
+// StackView for the next change: a StackView refuses changes while it makes one.
 class OSTFOUNDATION_EXPORT OTCommonsViewController : public QQuickItem
 {
     Q_OBJECT
@@ -42,9 +48,19 @@ public:
     // The orientations the screen supports (a desktop window ignores it; phones honour it).
     virtual Qt::ScreenOrientations supportedInterfaceOrientations() const;
 
-    // Takes the user back from this screen: pops it (animated) off its navigation host.
-    // Nothing happens when the screen is not on a navigation host.
+    // Takes the user back from this screen: pops it (animated) off its navigation host or the
+    // StackView it stands on, when it is the screen in view there. Nothing happens otherwise.
     Q_INVOKABLE virtual void backAction();
+
+    // The StackView this screen stands on: its navigation host's, or a host app's own; null
+    // when it stands on none.
+    QQuickItem *stackView() const;
+    // Pushes `viewController` on the stack this screen stands on: through its navigation host,
+    // or by asking the StackView (stackPushRequested). A screen pushed on a host app's
+    // StackView this way belongs to that stack and is deleted once the stack lets go of it.
+    // False, and nothing pushed (the caller keeps `viewController`), when the screen stands
+    // on no stack.
+    bool pushOnStack(OTCommonsViewController *viewController, bool animated);
 
     // The QML engine of this screen's scene (its own, or that of an ancestor item), or null.
     QQmlEngine *qmlEngineForScene() const;
@@ -69,13 +85,32 @@ Q_SIGNALS:
     void navigationControllerChanged();
     void viewLoadedChanged();
     void visibleOnScreenChanged();
+    void stackViewChanged();
 
 protected:
     // Builds what the screen needs once its skin exists. Overrides call the base class first.
     virtual void viewDidLoad();
+    void itemChange(ItemChange change, const ItemChangeData &value) override;
 
 private:
+    // The StackView's attached status of this screen, and how far the screen has been told.
+    enum class StackStatus { Inactive, Deactivating, Activating, Active };
+    enum class Appearance { Disappeared, Appearing, Appeared, Disappearing };
+
+    void followStackView(QQuickItem *parent);
+    void stackStatusChanged(StackStatus status);
+    void stackRemoved();
+    void syncWithStackView();
+    bool requestOnStackView(bool push, OTCommonsViewController *viewController, bool animated);
+
     QPointer<OTNavigationController> m_navigationController;
+    QPointer<QObject> m_stackAttached;  // the StackView's attached object of this screen
+    QPointer<QQuickItem> m_hostStackView; // the host app's StackView this screen stands on
+    StackStatus m_stackStatus = StackStatus::Inactive;
+    Appearance m_appearance = Appearance::Disappeared;
+    bool m_appearanceAnimated = false;
+    bool m_syncQueued = false;
+    bool m_ownedByStack = false;
     bool m_viewLoaded = false;
     bool m_visibleOnScreen = false;
 };

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QJSEngine>
 #include <QMutex>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -94,6 +95,15 @@ QString OstAPIClient::cacheDirectory()
 }
 
 OstAPIClient::~OstAPIClient() = default;
+
+OstAPIClient *OstAPIClientForeign::create(QQmlEngine *qmlEngine, QJSEngine *jsEngine)
+{
+    Q_UNUSED(qmlEngine);
+    OstAPIClient *client = OstAPIClient::sharedClient();
+    // The engine must not delete the process's client when it goes.
+    jsEngine->setObjectOwnership(client, QJSEngine::CppOwnership);
+    return client;
+}
 
 OstAPIClient *OstAPIClient::sharedClient()
 {

@@ -10,11 +10,15 @@
 #include <QPointer>
 #include <QUrl>
 #include <QVariantMap>
+#include <QtQml/qqml.h>
+#include <QtQml/qqmlregistration.h>
 
 #include <functional>
 
+class QJSEngine;
 class QNetworkAccessManager;
 class QNetworkDiskCache;
+class QQmlEngine;
 class QNetworkReply;
 
 // The HTTP client of the apps: JSON requests against one server, answers mapped onto
@@ -36,6 +40,9 @@ class QNetworkReply;
 // fresh and what is asked again). When the network fails (refused, unreachable, timed out),
 // a GET is answered from that cache if it holds the server's last answer to the same
 // request. A network-required request never reads or fills the cache.
+//
+// In QML the singleton OstAPIClient (module OstFoundation) is the shared client, so a host
+// may point every screen at its server: `OstAPIClient.baseURL = "https://…"`.
 class OSTFOUNDATION_EXPORT OstAPIClient : public QObject
 {
     Q_OBJECT
@@ -103,4 +110,16 @@ private:
     QPointer<QNetworkDiskCache> m_cache;
     int m_transferTimeout = DefaultTransferTimeout;
     qint64 m_maximumAnswerSize = DefaultMaximumAnswerSize;
+};
+
+// The QML singleton OstAPIClient: sharedClient(), which stays C++'s. (A wrapper, because QML
+// would make a singleton of its own with the client's default constructor.)
+struct OSTFOUNDATION_EXPORT OstAPIClientForeign
+{
+    Q_GADGET
+    QML_FOREIGN(OstAPIClient)
+    QML_NAMED_ELEMENT(OstAPIClient)
+    QML_SINGLETON
+public:
+    static OstAPIClient *create(QQmlEngine *qmlEngine, QJSEngine *jsEngine);
 };

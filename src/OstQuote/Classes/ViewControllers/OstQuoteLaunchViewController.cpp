@@ -238,10 +238,11 @@ void OstQuoteLaunchViewController::buttonPressed()
 {
     setPopFromQuote(true);
     resetTimer();
-    // Without a navigation host there is nowhere to show the viewer.
-    OTNavigationController *navigation = navigationController();
-    if (!navigation)
+    // Without a stack to stand on (a navigation host or a host app's StackView) there is
+    // nowhere to show the viewer.
+    if (!navigationController() && !stackView())
         return;
-    if (OstQuoteViewController *viewer = OstQuoteViewController::create(qmlEngineForScene()))
-        navigation->pushViewController(viewer, true);
+    OstQuoteViewController *viewer = OstQuoteViewController::create(qmlEngineForScene());
+    if (viewer && !pushOnStack(viewer, true))
+        delete viewer;
 }

@@ -54,7 +54,8 @@ Q_DECLARE_INTERFACE(OstQuoteLaunchViewControllerDelegate, OstQuoteLaunchViewCont
 class OSTQUOTE_EXPORT OstQuoteLaunchViewController : public OTCommonsViewController
 {
     Q_OBJECT
-    QML_ELEMENT
+    // In QML, OstQuoteLaunchViewController is this type with its skin; the bare type is OstQuoteLaunchViewControllerTemplate.
+    QML_NAMED_ELEMENT(OstQuoteLaunchViewControllerTemplate)
 
     Q_PROPERTY(QQuickItem *imageView MEMBER m_imageView)
     Q_PROPERTY(QQuickItem *quoteLabel MEMBER m_quoteLabel)

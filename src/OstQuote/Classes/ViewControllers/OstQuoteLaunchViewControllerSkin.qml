@@ -11,7 +11,7 @@ import OstQuote
 // takes the full width and everything above the sentence but a 22-point gap (the gap holds
 // both ways: picture bottom = sentence top - 22). The button floats 20 below the top edge,
 // right-aligned with the logo, 80 wide and as tall as its title.
-OstQuoteLaunchViewController {
+OstQuoteLaunchViewControllerTemplate {
     id: screen
 
     imageView: picture

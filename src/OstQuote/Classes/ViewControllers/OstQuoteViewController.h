@@ -35,7 +35,8 @@ class OSTQUOTE_EXPORT OstQuoteViewController : public OTCommonsViewController,
                                                public OstCustomShareViewDelegate
 {
     Q_OBJECT
-    QML_ELEMENT
+    // In QML, OstQuoteViewController is this type with its skin; the bare type is OstQuoteViewControllerTemplate.
+    QML_NAMED_ELEMENT(OstQuoteViewControllerTemplate)
     Q_INTERFACES(OstQuoteGalleryViewDataSource OstQuoteGalleryViewDelegate OstCustomShareViewDelegate)
 
     Q_PROPERTY(OstQuoteGalleryView *galleryView MEMBER m_galleryView)

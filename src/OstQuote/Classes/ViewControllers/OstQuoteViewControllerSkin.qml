@@ -7,7 +7,7 @@ import OstQuote
 // image against the outer edge; the logo (shown only in share pictures) at the top right.
 // Stacking, bottom to top: gallery, back button, share button, logo. The buttons are there
 // in the Normal chrome, the logo in the Screenshot one.
-OstQuoteViewController {
+OstQuoteViewControllerTemplate {
     id: screen
 
     galleryView: gallery

@@ -1,0 +1,350 @@
+// The screens as a Qt Quick app declares them: on its own StackView, with no factory call and
+// no navigation host. The example app examples/qml-host, in process and as a process.
+
+#include "TestServer.h"
+
+#include <OTClock.h>
+#include <OTCommonsViewController.h>
+#include <OstAPIClient.h>
+#include <OstQuoteLaunchViewController.h>
+#include <OstQuoteViewController.h>
+
+#include <QDir>
+#include <QFile>
+#include <QPointer>
+#include <QProcess>
+#include <QQmlApplicationEngine>
+#include <QQmlComponent>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QRegularExpression>
+#include <QSet>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimeZone>
+
+namespace {
+
+const QDateTime kNow(QDate(2017, 3, 1), QTime(10, 0), Qt::UTC);
+
+// A screen that writes down its life cycle.
+class RecordingScreen : public OTCommonsViewController
+{
+    Q_OBJECT
+public:
+    using OTCommonsViewController::OTCommonsViewController;
+    QStringList calls;
+
+    void viewWillAppear(bool animated) override
+    {
+        OTCommonsViewController::viewWillAppear(animated);
+        calls << QStringLiteral("willAppear %1").arg(animated);
+    }
+    void viewDidAppear(bool animated) override
+    {
+        OTCommonsViewController::viewDidAppear(animated);
+        calls << QStringLiteral("didAppear %1").arg(animated);
+    }
+    void viewWillDisappear(bool animated) override
+    {
+        OTCommonsViewController::viewWillDisappear(animated);
+        calls << QStringLiteral("willDisappear %1").arg(animated);
+    }
+    void viewDidDisappear(bool animated) override
+    {
+        OTCommonsViewController::viewDidDisappear(animated);
+        calls << QStringLiteral("didDisappear %1").arg(animated);
+    }
+
+protected:
+    void viewDidLoad() override
+    {
+        OTCommonsViewController::viewDidLoad();
+        calls << QStringLiteral("load");
+    }
+};
+
+int distinctColours(const QImage &image)
+{
+    QSet<QRgb> colours;
+    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
+    for (int y = 0; y < rgb.height(); y += 3) {
+        for (int x = 0; x < rgb.width(); x += 3)
+            colours.insert(rgb.pixel(x, y));
+    }
+    return int(colours.size());
+}
+
+bool isBlack(const QImage &image)
+{
+    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
+    for (int y = 0; y < rgb.height(); y += 5) {
+        for (int x = 0; x < rgb.width(); x += 5) {
+            if (qGray(rgb.pixel(x, y)) > 16)
+                return false;
+        }
+    }
+    return true;
+}
+
+QPoint centreOf(QQuickItem *item)
+{
+    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+}
+
+} // namespace
+
+class TestQmlHost : public QObject
+{
+    Q_OBJECT
+
+    TestServer m_server;
+
+    // What the server was asked for, in order: "today", "batch" or a day key.
+    QStringList requested() const
+    {
+        QFile file(m_server.accessLogPath());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        static const QRegularExpression request(QStringLiteral("GET /api/v2/quote/quotes/([^/ ]+)/"));
+        QStringList days;
+        for (auto it = request.globalMatch(QString::fromUtf8(file.readAll())); it.hasNext();)
+            days.append(it.next().captured(1));
+        return days;
+    }
+
+    bool askedForLaunchAndViewer() const
+    {
+        const QStringList days = requested();
+        return days.contains(QLatin1String("batch")) && days.contains(QLatin1String("today"))
+            && days.contains(QLatin1String("2017-02-28"));
+    }
+
+    static QQuickItem *stackOf(QQmlApplicationEngine &engine)
+    {
+        auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
+        if (!window)
+            return nullptr;
+        for (QQuickItem *child : window->contentItem()->childItems()) {
+            if (child->inherits("QQuickStackView"))
+                return child;
+        }
+        return nullptr;
+    }
+
+    static QQuickItem *currentOf(QQuickItem *stack)
+    {
+        return stack ? stack->property("currentItem").value<QQuickItem *>() : nullptr;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        OTClock::setTimeZone(QTimeZone("UTC"));
+        OTClock::setNow(kNow);
+        qmlRegisterType<RecordingScreen>("OstQuoteTest", 1, 0, "RecordingScreen");
+        TestServer::Options options;
+        options.now = kNow;
+        QVERIFY2(m_server.start(options), qPrintable(m_server.errorString()));
+    }
+
+    void init()
+    {
+        // Every launch starts without a cached quote.
+        QDir(QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/launch_quotes"))
+            .removeRecursively();
+        OstAPIClient::sharedClient()->setBaseURL(OstAPIClient::defaultBaseURL());
+    }
+
+    // The life cycle follows a plain StackView's changes, animated or not, and viewDidLoad
+    // comes once whatever the screen goes through.
+    void theLifeCycleFollowsAPlainStackView()
+    {
+        QQmlApplicationEngine engine;
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        engine.loadData(R"(
+            import QtQuick
+            import QtQuick.Controls
+            import OstQuoteTest
+            Window {
+                width: 375; height: 667; visible: true
+                property alias stack: stack
+                StackView { id: stack; anchors.fill: parent; initialItem: RecordingScreen { objectName: "first" } }
+                Component { id: second; RecordingScreen { objectName: "second" } }
+                function pushSecond(animated) { stack.push(second, {}, animated ? StackView.PushTransition : StackView.Immediate) }
+                function popSecond(animated) { stack.pop(animated ? StackView.PopTransition : StackView.Immediate) }
+            })");
+        QObject *root = engine.rootObjects().value(0);
+        QVERIFY(root);
+        QQuickItem *stack = root->property("stack").value<QQuickItem *>();
+        QVERIFY(stack);
+        auto *first = qobject_cast<RecordingScreen *>(currentOf(stack));
+        QVERIFY(first);
+        QTRY_COMPARE(first->calls, QStringList({"load", "willAppear 0", "didAppear 0"}));
+        QVERIFY(first->isVisibleOnScreen());
+        QCOMPARE(first->stackView(), stack);
+        QVERIFY(!first->navigationController());
+
+        // Animated: the will-calls while the slide runs, the did-calls when it has ended.
+        QVERIFY(QMetaObject::invokeMethod(root, "pushSecond", Q_ARG(QVariant, true)));
+        QPointer<RecordingScreen> second = qobject_cast<RecordingScreen *>(currentOf(stack));
+        QVERIFY(second);
+        QTRY_VERIFY(second->calls.size() >= 2);
+        QCOMPARE(second->calls.mid(0, 2), QStringList({"load", "willAppear 1"}));
+        QTRY_VERIFY(first->calls.size() >= 4);
+        QCOMPARE(first->calls.at(3), QStringLiteral("willDisappear 1"));
+        QTRY_COMPARE(second->calls, QStringList({"load", "willAppear 1", "didAppear 1"}));
+        QTRY_COMPARE(first->calls.mid(3), QStringList({"willDisappear 1", "didDisappear 1"}));
+        QVERIFY(!first->isVisibleOnScreen());
+
+        // At once: both calls together, not animated; the first screen does not load again.
+        QVERIFY(QMetaObject::invokeMethod(root, "popSecond", Q_ARG(QVariant, false)));
+        QTRY_COMPARE(first->calls.mid(5), QStringList({"willAppear 0", "didAppear 0"}));
+        if (second)
+            QTRY_COMPARE(second->calls.mid(3), QStringList({"willDisappear 0", "didDisappear 0"}));
+        QCOMPARE(first->calls.count(QStringLiteral("load")), 1);
+        // The StackView made the second screen, so it deletes it.
+        QTRY_VERIFY(!second);
+    }
+
+    // The launch screen's button pushes a viewer on the host's StackView (no navigation host),
+    // the viewer's back button pops it, and the launch screen, back in view, tells its host at
+    // once; the viewer it made goes with the stack's letting go of it.
+    void theButtonAndTheBackButtonWorkOnAHostsStackView()
+    {
+        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
+        QQmlApplicationEngine engine;
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        engine.loadData(R"(
+            import QtQuick
+            import QtQuick.Controls
+            import OstQuote
+            Window {
+                width: 375; height: 667; visible: true
+                property alias stack: stack
+                property int dismissals: 0
+                StackView {
+                    id: stack; anchors.fill: parent
+                    initialItem: OstQuoteLaunchViewController { onWillDismiss: dismissals++ }
+                }
+            })");
+        QObject *root = engine.rootObjects().value(0);
+        QVERIFY(root);
+        auto *window = qobject_cast<QQuickWindow *>(root);
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QQuickItem *stack = root->property("stack").value<QQuickItem *>();
+        auto *launch = qobject_cast<OstQuoteLaunchViewController *>(currentOf(stack));
+        QVERIFY(launch);
+        // The QML type is the whole screen: its skin's children are there.
+        QVERIFY(launch->button());
+        QTRY_VERIFY(launch->timer());
+
+        QTest::mouseClick(window, Qt::LeftButton, {}, centreOf(launch->button()));
+        QVERIFY(launch->popFromQuote());
+        QVERIFY(!launch->timer());
+        QPointer<OstQuoteViewController> viewer = qobject_cast<OstQuoteViewController *>(currentOf(stack));
+        QVERIFY(viewer);
+        QCOMPARE(stack->property("depth").toInt(), 2);
+        QVERIFY(viewer->backButton());
+        QTRY_VERIFY(viewer->isVisibleOnScreen());
+        QTRY_VERIFY(requested().contains(QLatin1String("today")));
+        QCOMPARE(root->property("dismissals").toInt(), 0);
+
+        QTest::mouseClick(window, Qt::LeftButton, {}, centreOf(viewer->backButton()));
+        QCOMPARE(stack->property("depth").toInt(), 1);
+        QCOMPARE(currentOf(stack), launch);
+        // Told as the launch screen comes back, before its new countdown has run.
+        QTRY_COMPARE(root->property("dismissals").toInt(), 1);
+        QVERIFY(launch->timer() == nullptr || launch->timer()->isActive());
+        QTRY_VERIFY(!viewer);
+    }
+
+    // The QML singleton is the process's client: a base URL set from QML is the one C++ uses.
+    void theBaseURLCanBeSetFromQml()
+    {
+        QQmlEngine engine;
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        QQmlComponent component(&engine);
+        component.setData("import QtQml\nimport OstFoundation\n"
+                          "QtObject { Component.onCompleted: OstAPIClient.baseURL = \"http://127.0.0.1:9/base\" }",
+                          QUrl());
+        std::unique_ptr<QObject> object(component.create());
+        QVERIFY2(object, qPrintable(component.errorString()));
+        QCOMPARE(OstAPIClient::sharedClient()->baseURL(), QUrl(QStringLiteral("http://127.0.0.1:9/base")));
+    }
+
+    // examples/qml-host/Main.qml as it stands, in process: the launch screen asks for the
+    // batch, counts down and is replaced by a viewer, which asks for today and the day before,
+    // and the window shows its page.
+    void theExampleHostShowsTheViewer()
+    {
+        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
+        QQmlApplicationEngine engine;
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        engine.load(QUrl::fromLocalFile(QStringLiteral(OSTQUOTE_QML_HOST_DIR "/Main.qml")));
+        auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
+        QVERIFY(window);
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QQuickItem *stack = stackOf(engine);
+        QVERIFY(stack);
+        QVERIFY(qobject_cast<OstQuoteLaunchViewController *>(currentOf(stack)));
+
+        QTRY_VERIFY_WITH_TIMEOUT(qobject_cast<OstQuoteViewController *>(currentOf(stack)), 20000);
+        auto *viewer = qobject_cast<OstQuoteViewController *>(currentOf(stack));
+        QTRY_VERIFY_WITH_TIMEOUT(askedForLaunchAndViewer(), 20000);
+        QTRY_VERIFY(viewer->isVisibleOnScreen());
+        QTRY_VERIFY(!stack->property("busy").toBool());
+        // The page is drawn once its quote is in.
+        QTRY_VERIFY_WITH_TIMEOUT(distinctColours(window->grabWindow()) > 50, 20000);
+        const QImage frame = window->grabWindow();
+        QVERIFY(!isBlack(frame));
+    }
+
+    // The example as a process, as a user starts it: only its environment says where the
+    // server is. The binary is this build's, or the one given in OSTQUOTE_QML_HOST_BINARY
+    // (built out of tree against an installed package).
+    void theExampleHostRunsAsAProcess()
+    {
+        QString binary = qEnvironmentVariable("OSTQUOTE_QML_HOST_BINARY");
+        if (binary.isEmpty())
+            binary = QStringLiteral(OSTQUOTE_QML_HOST_BINARY);
+        QVERIFY2(QFile::exists(binary), qPrintable(binary));
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove(QStringLiteral("QML_IMPORT_PATH"));
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("HOME"), home.path());
+        environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
+        environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
+        environment.insert(QStringLiteral("OSTQUOTE_API_BASE"), m_server.baseURL().toString());
+        environment.insert(QStringLiteral("OSTQUOTE_NOW"), kNow.toString(Qt::ISODate));
+        environment.insert(QStringLiteral("OSTQUOTE_TIME_ZONE"), QStringLiteral("UTC"));
+        const QStringList before = requested();
+
+        QProcess process;
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(binary, {});
+        QVERIFY2(process.waitForStarted(), qPrintable(process.errorString()));
+        const auto newRequests = [&]() {
+            const QStringList all = requested();
+            return all.mid(qMin(before.size(), all.size()));
+        };
+        QTRY_VERIFY2_WITH_TIMEOUT(
+            newRequests().contains(QLatin1String("batch")) && newRequests().contains(QLatin1String("today"))
+                && newRequests().contains(QLatin1String("2017-02-28")),
+            qPrintable(newRequests().join(u' ') + u'\n' + QString::fromLocal8Bit(process.readAll())), 30000);
+        QCOMPARE(process.state(), QProcess::Running);
+        process.terminate();
+        if (!process.waitForFinished(10000)) {
+            process.kill();
+            process.waitForFinished();
+        }
+    }
+};
+
+QTEST_MAIN(TestQmlHost)
+#include "tst_qmlhost.moc"
