@@ -247,12 +247,13 @@ private Q_SLOTS:
         QPointer<OstQuoteViewController> viewer = qobject_cast<OstQuoteViewController *>(currentOf(stack));
         QVERIFY(viewer);
         QCOMPARE(stack->property("depth").toInt(), 2);
-        QVERIFY(viewer->backButton());
+        QQuickItem *backButton = viewer->findChild<QQuickItem *>(QStringLiteral("backButton"));
+        QVERIFY(backButton);
         QTRY_VERIFY(viewer->isVisibleOnScreen());
         QTRY_VERIFY(requested().contains(QLatin1String("today")));
         QCOMPARE(root->property("dismissals").toInt(), 0);
 
-        QTest::mouseClick(window, Qt::LeftButton, {}, centreOf(viewer->backButton()));
+        QTest::mouseClick(window, Qt::LeftButton, {}, centreOf(backButton));
         QCOMPARE(stack->property("depth").toInt(), 1);
         QCOMPARE(currentOf(stack), launch);
         // Told as the launch screen comes back, before its new countdown has run.
