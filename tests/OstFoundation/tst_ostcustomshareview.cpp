@@ -1,4 +1,5 @@
 #include "TestWindow.h"
+#include "TouchScreen.h"
 #include <OTCommonsViewController.h>
 #include <OTNavigationController.h>
 #include <OTResourceHelper.h>
@@ -325,7 +326,7 @@ private Q_SLOTS:
     void aTouchWorksLikeAClick()
     {
         showAndWait();
-        QPointingDevice *touch = QTest::createTouchDevice();
+        QPointingDevice *touch = touchScreen();
         const QPoint at = sceneRect(find(QStringLiteral("sharePlatformButton_2"))).center().toPoint();
         QTest::touchEvent(m_view.get(), touch).press(0, at);
         QTest::touchEvent(m_view.get(), touch).release(0, at);

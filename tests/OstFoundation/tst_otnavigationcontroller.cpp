@@ -1,4 +1,5 @@
 #include "TestWindow.h"
+#include "TouchScreen.h"
 #include <OTCommonsViewController.h>
 #include <OTNavigationController.h>
 
@@ -488,7 +489,7 @@ private Q_SLOTS:
     {
         QPointer<RecordingScreen> a, b;
         openTwo(a, b);
-        QPointingDevice *touch = QTest::createTouchDevice();
+        QPointingDevice *touch = touchScreen();
         const QPoint at = centreOf(backButton());
         QTest::touchEvent(m_view.get(), touch).press(0, at);
         QTest::touchEvent(m_view.get(), touch).release(0, at);

@@ -1,4 +1,5 @@
 #include <OTScrollMotion.h>
+#include "TouchScreen.h"
 #include <OTScrollView.h>
 
 #include <QGuiApplication>
@@ -286,7 +287,7 @@ class TestOTScrollView : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        m_touch = QTest::createTouchDevice();
+        m_touch = touchScreen();
     }
 
     void init()

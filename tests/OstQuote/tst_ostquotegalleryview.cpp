@@ -1,4 +1,5 @@
 #include "TestWindow.h"
+#include "TouchScreen.h"
 #include "OstQuoteGalleryView.h"
 
 #include <OTClock.h>
@@ -202,7 +203,7 @@ class TestOstQuoteGalleryView : public QObject
     // A slow touch drag by `dx` points across the middle of the window, in small steps.
     void drag(int dx)
     {
-        QPointingDevice *touch = QTest::createTouchDevice();
+        QPointingDevice *touch = touchScreen();
         QPoint at(dx > 0 ? 60 : 315, 333);
         QTest::touchEvent(m_view.get(), touch).press(0, at);
         const int steps = 20;
@@ -217,7 +218,7 @@ class TestOstQuoteGalleryView : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        m_touch = QTest::createTouchDevice();
+        m_touch = touchScreen();
     }
 
     void init()

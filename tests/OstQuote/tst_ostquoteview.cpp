@@ -1,4 +1,5 @@
 #include "OstQuoteView.h"
+#include "TouchScreen.h"
 #include "RVGradientOverView.h"
 #include "HttpFixture.h"
 #include "TextChecks.h"
@@ -270,7 +271,7 @@ private Q_SLOTS:
     void touchTapsCountToo()
     {
         m_page->setQuote(makeQuote("2016-10-01"));
-        QPointingDevice *touch = QTest::createTouchDevice();
+        QPointingDevice *touch = touchScreen();
         QTest::touchEvent(m_view.get(), touch).press(0, QPoint(187, 300));
         QTest::touchEvent(m_view.get(), touch).release(0, QPoint(187, 300));
         QTRY_VERIFY(!m_page->isShowing());

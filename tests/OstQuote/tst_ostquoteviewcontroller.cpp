@@ -1,4 +1,5 @@
 #include "TestWindow.h"
+#include "TouchScreen.h"
 #include "OstQuoteViewController.h"
 #include "OstAPIClient+Quote.h"
 #include "TestServer.h"
@@ -157,7 +158,7 @@ class TestOstQuoteViewController : public QObject
     // A touch swipe across the window by `dx` points: quick (a flick) or slow.
     void swipe(int dx, bool quick)
     {
-        QPointingDevice *touch = QTest::createTouchDevice();
+        QPointingDevice *touch = touchScreen();
         const QPoint from(dx > 0 ? 40 : 335, 400);
         QTest::touchEvent(m_view.get(), touch).press(0, from);
         const int steps = quick ? 4 : 20;
@@ -304,7 +305,7 @@ private Q_SLOTS:
         QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-27")));
         QCOMPARE(gallery()->currentQuoteView()->quote()->assign_date(), QStringLiteral("2017-02-28"));
 
-        swipe(150, false);  // a slow drag, far enough to land on the next page
+        swipe(200, false);  // a slow drag, far enough to land on the next page
         QCOMPARE(gallery()->currentIndex(), 2);
         QTRY_COMPARE(requestedDays().size(), 4);
         QCOMPARE(requestedDays().last(), QStringLiteral("2017-02-26"));
@@ -729,7 +730,7 @@ private Q_SLOTS:
         openViewerOnToday();
         QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
         OTScrollView *scroll = gallery()->scrollView();
-        QPointingDevice *device = QTest::createTouchDevice();
+        QPointingDevice *device = touchScreen();
         const auto press = [&](QPoint at) {
             if (touch)
                 QTest::touchEvent(m_view.get(), device).press(0, at);
@@ -798,7 +799,7 @@ private Q_SLOTS:
         QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01", "2016-09-30"}));
 
         OTScrollView *scroll = gallery()->scrollView();
-        QPointingDevice *touch = QTest::createTouchDevice();
+        QPointingDevice *touch = touchScreen();
         const QPoint from(335, 400);
         QTest::touchEvent(m_view.get(), touch).press(0, from);
         QTest::qWait(4);
