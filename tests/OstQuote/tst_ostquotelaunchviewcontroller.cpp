@@ -5,7 +5,7 @@
 #include "OstQuoteResourceHelper.h"
 #include "OstQuoteViewController.h"
 #include "HttpFixture.h"
-#include "TestServer.h"
+#include "ServerHarness.h"
 #include "TextChecks.h"
 
 #include <OTClock.h>

@@ -1,7 +1,7 @@
 #include "TestWindow.h"
 #include "OstQuoteViewController.h"
 #include "OstAPIClient+Quote.h"
-#include "TestServer.h"
+#include "ServerHarness.h"
 
 #include <Global.h>
 #include <OTClock.h>
