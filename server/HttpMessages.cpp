@@ -84,6 +84,14 @@ std::string notModifiedHead(std::string_view etag, std::string_view cacheControl
     return out;
 }
 
+void appendConnection(std::string &lines, int version, bool keepAlive)
+{
+    if (!keepAlive)
+        lines += "Connection: close\r\n";
+    else if (version == 10)
+        lines += "Connection: keep-alive\r\n";
+}
+
 std::string entityTag(std::string_view body)
 {
     const QByteArray digest = QCryptographicHash::hash(QByteArrayView(body.data(), qsizetype(body.size())),

@@ -30,6 +30,10 @@ std::string head(int status, std::string_view contentType, std::size_t contentLe
 // The head of a 304 answer for a resource with that ETag.
 std::string notModifiedHead(std::string_view etag, std::string_view cacheControl = {});
 
+// The Connection header a reply needs, if any: "close" when the connection closes after it,
+// "keep-alive" when an HTTP/1.0 client's connection stays open (1.1 keeps it by default).
+void appendConnection(std::string &lines, int version, bool keepAlive);
+
 // A strong entity tag for `body`, quotes included.
 std::string entityTag(std::string_view body);
 

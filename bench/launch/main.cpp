@@ -18,7 +18,7 @@
 
 #include "MonotonicClock.h"
 
-#include "TestServer.h"
+#include "ServerHarness.h"
 
 #include <OTClock.h>
 #include <OTCommonsViewController.h>

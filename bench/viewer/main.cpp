@@ -6,7 +6,7 @@
 //
 //   bench-viewer [--runs N] [--days N]
 
-#include "TestServer.h"
+#include "ServerHarness.h"
 
 #include <OTClock.h>
 #include <OTCommonsViewController.h>

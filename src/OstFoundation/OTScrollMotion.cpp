@@ -10,6 +10,33 @@ namespace {
 
 // Page positions within this of a boundary count as on it.
 constexpr qreal OnABoundary = 1e-6;
+// Distances and speeds under this are none.
+constexpr qreal AtRest = 1e-6;
+// How hard the rubber band pulls back: the larger, the sooner it stiffens.
+constexpr qreal RubberBandStiffness = 0.55;
+
+qreal length(QPointF p)
+{
+    return std::hypot(p.x(), p.y());
+}
+
+qreal boundedOnAxis(qreal raw, qreal maximum, qreal extent, bool bounces)
+{
+    if (raw < 0)
+        return bounces ? -rubberBand(-raw, extent) : 0;
+    if (raw > maximum)
+        return bounces ? maximum + rubberBand(raw - maximum, extent) : maximum;
+    return raw;
+}
+
+qreal unboundedOnAxis(qreal offset, qreal maximum, qreal extent)
+{
+    if (offset < 0)
+        return -rubberBandInverse(-offset, extent);
+    if (offset > maximum)
+        return maximum + rubberBandInverse(offset - maximum, extent);
+    return offset;
+}
 
 qreal lastPage(qreal maximum, qreal extent)
 {
@@ -86,6 +113,168 @@ qreal nearestPage(qreal offset, qreal maximum, qreal extent)
         return qBound(qreal(0), offset, maximum);
     const qreal page = qBound(qreal(0), std::round(offset / extent), lastPage(maximum, extent));
     return qMin(page * extent, maximum);
+}
+
+qreal rubberBand(qreal distance, qreal extent)
+{
+    if (!(distance > 0) || !(extent > 0))
+        return 0;
+    return (1 - 1 / (distance * RubberBandStiffness / extent + 1)) * extent;
+}
+
+qreal rubberBandInverse(qreal overshoot, qreal extent)
+{
+    if (!(overshoot > 0) || !(extent > 0))
+        return 0;
+    const qreal ratio = qMin(overshoot / extent, qreal(0.999));
+    return extent / RubberBandStiffness * (1 / (1 - ratio) - 1);
+}
+
+qreal eased(qreal s, qreal startSpeed)
+{
+    const qreal s2 = s * s;
+    const qreal s3 = s2 * s;
+    return startSpeed * (s3 - 2 * s2 + s) + (3 * s2 - 2 * s3);
+}
+
+// --- Bounds --------------------------------------------------------------------------------
+
+QPointF Bounds::clamped(QPointF offset) const
+{
+    return {qBound(qreal(0), offset.x(), maximum.x()), vertical ? qBound(qreal(0), offset.y(), maximum.y()) : offset.y()};
+}
+
+QPointF Bounds::bounded(QPointF raw) const
+{
+    return {boundedOnAxis(raw.x(), maximum.x(), viewport.width(), bounces),
+            vertical ? boundedOnAxis(raw.y(), maximum.y(), viewport.height(), bounces) : raw.y()};
+}
+
+QPointF Bounds::unbounded(QPointF offset) const
+{
+    return {unboundedOnAxis(offset.x(), maximum.x(), viewport.width()),
+            vertical ? unboundedOnAxis(offset.y(), maximum.y(), viewport.height()) : offset.y()};
+}
+
+// --- Plan ----------------------------------------------------------------------------------
+
+void Plan::append(const Segment &segment)
+{
+    Segment &added = m_segments[std::size_t(m_count++)];
+    added = segment;
+    added.durationMs = qMax(1, segment.durationMs);
+}
+
+Plan Plan::animation(QPointF from, QPointF to)
+{
+    Plan plan;
+    plan.m_target = to;
+    plan.append({from, to, 3, AnimatedScrollMs});
+    return plan;
+}
+
+Plan Plan::afterRelease(const Bounds &bounds, bool paging, QPointF from, QPointF dragStart, QPointF velocity)
+{
+    Plan plan;
+    QPointF &target = plan.m_target;
+    target = from;
+    const qreal width = bounds.viewport.width();
+    const qreal height = bounds.viewport.height();
+
+    if (paging) {
+        target = {pageTarget(from.x(), dragStart.x(), velocity.x(), bounds.maximum.x(), width),
+                  bounds.vertical ? pageTarget(from.y(), dragStart.y(), velocity.y(), bounds.maximum.y(), height)
+                                  : from.y()};
+        const QPointF way = target - from;
+        const qreal distance = length(way);
+        if (distance > AtRest) {
+            const qreal extent = (bounds.vertical && qAbs(way.y()) > qAbs(way.x())) ? height : width;
+            const qreal share = extent > 0 ? distance / extent : 1;
+            const int duration = qBound(ShortestPageSettleMs, int(ShortestPageSettleMs + 250 * share), LongestPageSettleMs);
+            // Leave with the finger's speed as far as an ease-out allows.
+            const qreal towards = (velocity.x() * way.x() + velocity.y() * way.y()) / distance;
+            const qreal slope = qBound(qreal(2), towards * duration / 1000 / distance, qreal(3));
+            plan.append({from, target, slope, duration});
+        }
+        return plan;
+    }
+
+    const QPointF inside = bounds.clamped(from);
+    const qreal speed = length(velocity);
+    if (length(inside - from) > AtRest) {
+        // Let go past an end: back to it.
+        target = inside;
+        plan.append({from, target, 2, BounceBackMs});
+        return plan;
+    }
+    if (!(speed > 1))
+        return plan;
+
+    // Glide on at constant friction: a quadratic ease-out whose start speed is the finger's,
+    // cut short at an end of the content.
+    const QPointF direction = velocity / speed;
+    const qreal glide = speed * speed / (2 * Friction);
+    const QPointF projected = from + direction * glide;
+    const QPointF stop = bounds.clamped(projected);
+    if (length(stop - projected) <= AtRest) {
+        target = projected;
+        plan.append({from, target, 2, qMin(LongestGlideMs, int(1000 * speed / Friction))});
+        return plan;
+    }
+    // How far along the glide the first end is met.
+    qreal reach = glide;
+    for (int axis = 0; axis < 2; ++axis) {
+        const qreal d = axis == 0 ? direction.x() : direction.y();
+        const qreal at = axis == 0 ? from.x() : from.y();
+        const qreal end = d > 0 ? (axis == 0 ? bounds.maximum.x() : bounds.maximum.y()) : 0;
+        if (qAbs(d) > AtRest)
+            reach = qMin(reach, qMax(qreal(0), (end - at) / d));
+    }
+    const QPointF edge = from + direction * reach;
+    if (bounds.bounces) {
+        // Run past the end by a little of what was left, then spring back.
+        const qreal extent = qAbs(direction.x()) >= qAbs(direction.y()) ? width : height;
+        const qreal overshoot = qMin(rubberBand(glide - reach, extent), extent) * 0.3;
+        const QPointF peak = edge + direction * overshoot;
+        const qreal way = reach + overshoot;
+        if (way > AtRest)
+            plan.append({from, peak, 3, qBound(100, int(3000 * way / speed), LongestGlideMs)});
+        target = bounds.clamped(peak);
+        if (length(target - peak) > AtRest)
+            plan.append({peak, target, 0, BounceBackMs});
+    } else {
+        target = bounds.clamped(edge);
+        if (reach > AtRest)
+            plan.append({from, target, 3, qBound(100, int(3000 * reach / speed), LongestGlideMs)});
+    }
+    return plan;
+}
+
+int Plan::durationMs() const
+{
+    int duration = 0;
+    for (int i = 0; i < m_count; ++i)
+        duration += m_segments[std::size_t(i)].durationMs;
+    return duration;
+}
+
+QPointF Plan::restOffset() const
+{
+    return m_count > 0 ? m_segments[std::size_t(m_count - 1)].to : m_target;
+}
+
+QPointF Plan::offsetAt(qreal elapsedMs) const
+{
+    if (m_count == 0)
+        return m_target;
+    int index = 0;
+    while (index + 1 < m_count && elapsedMs >= m_segments[std::size_t(index)].durationMs) {
+        elapsedMs -= m_segments[std::size_t(index)].durationMs;
+        ++index;
+    }
+    const Segment &segment = m_segments[std::size_t(index)];
+    const qreal s = qBound(qreal(0), elapsedMs / segment.durationMs, qreal(1));
+    return segment.from + (segment.to - segment.from) * eased(s, segment.startSpeed);
 }
 
 } // namespace OTScrollMotion

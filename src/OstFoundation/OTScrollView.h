@@ -142,17 +142,6 @@ private:
     enum class Motion { None, Animation, Deceleration };
     enum class Press { Ignored, Tracked, Stopped };
 
-    // One eased stretch of a deceleration or animation: it leaves `from` at `startSpeed`
-    // times the average speed (3: cubic ease-out, 2: quadratic, 0: ease in and out) and
-    // comes to rest on `to`.
-    struct Segment
-    {
-        QPointF from;
-        QPointF to;
-        qreal startSpeed = 3;
-        int durationMs = 0;
-    };
-
     bool filterMouse(QMouseEvent *event);
     bool filterTouch(QTouchEvent *event);
     Press pointerPressed(const QInputDevice *device, bool touch, int pointId, QPointF scenePos, ulong timestamp);
@@ -173,16 +162,12 @@ private:
     void endDrag(QPointF velocity, bool endsStoppedDeceleration = false);
 
     bool scrollsVertically() const;
-    QPointF maximumOffset() const;
-    QPointF boundedOffset(QPointF raw) const;
-    QPointF unboundedOffset(QPointF offset) const;
-    QPointF pagingTarget(QPointF velocity) const;
-    QPointF clampedToContent(QPointF offset) const;
+    OTScrollMotion::Bounds bounds() const;
 
     void applyOffset(QPointF offset);
     void setDragging(bool dragging);
     void setDecelerating(bool decelerating);
-    void startMotion(Motion motion, int segmentCount);
+    void startMotion(Motion motion, const OTScrollMotion::Plan &plan);
     void animationFrame(qreal progress);
     void animationFinished();
     void stopMotion();
@@ -217,7 +202,5 @@ private:
     int m_sampleHead = 0;
 
     Motion m_motion = Motion::None;
-    std::array<Segment, 2> m_segments;
-    int m_segmentCount = 0;
-    int m_motionDurationMs = 0;
+    OTScrollMotion::Plan m_plan;
 };

@@ -1,5 +1,5 @@
 #include "HttpFixture.h"
-#include "TestServer.h"
+#include "ServerHarness.h"
 
 #include <OTImagePrefetcher.h>
 #include <OstAPIClient.h>

@@ -1,4 +1,3 @@
-#include <OTScrollMotion.h>
 #include "TouchScreen.h"
 #include <OTScrollView.h>
 
@@ -976,75 +975,6 @@ private Q_SLOTS:
         m_scroll->setSize({PageWidth, PageHeight});
         QCOMPARE(m_scroll->contentOffset(), page(2));
         QCOMPARE(m_log->shape(), QString());
-    }
-
-    // --- the decisions at the lift, without a window ---------------------------------------
-
-    void pageTargetFollowsThePhonesRule_data()
-    {
-        QTest::addColumn<qreal>("offset");
-        QTest::addColumn<qreal>("startOffset");
-        QTest::addColumn<qreal>("velocity");
-        QTest::addColumn<qreal>("maximum");
-        QTest::addColumn<qreal>("target");
-        const qreal last = 4 * PageWidth;
-        QTest::newRow("slow, short of half: back") << 1400.0 << last << -200.0 << last << last;
-        QTest::newRow("slow, past half: on") << 1300.0 << last << -200.0 << last << 3 * PageWidth;
-        QTest::newRow("at the threshold: no flick") << 1400.0 << last << -250.0 << last << last;
-        QTest::newRow("flick on, short of half") << 1400.0 << last << -260.0 << last << 3 * PageWidth;
-        QTest::newRow("flick back after 300 pt") << 1240.0 << last << 1200.0 << last << last;
-        QTest::newRow("flick back from a middle page") << 490.0 << 2 * PageWidth << 1200.0 << last << 2 * PageWidth;
-        QTest::newRow("flick back the other way") << 1010.0 << 2 * PageWidth << -1200.0 << last << 2 * PageWidth;
-        QTest::newRow("long flick: one page at most") << 300.0 << 2 * PageWidth << -8000.0 << last << PageWidth;
-        QTest::newRow("long slow drag: one page at most") << 60.0 << 2 * PageWidth << 0.0 << last << PageWidth;
-        QTest::newRow("flick exactly on a page stays") << 2 * PageWidth << 2 * PageWidth << -900.0 << last << 2 * PageWidth;
-        QTest::newRow("rounding error on a page") << 2 * PageWidth + 1e-9 << 2 * PageWidth << 900.0 << last << 2 * PageWidth;
-        QTest::newRow("flick past the first page") << -50.0 << 0.0 << -900.0 << last << 0.0;
-        QTest::newRow("flick past the last page") << last + 50 << last << 900.0 << last << last;
-        QTest::newRow("drag begun between pages") << 1100.0 << 1250.0 << -900.0 << last << 2 * PageWidth;
-        QTest::newRow("short last page") << 1350.0 << 3 * PageWidth << 900.0 << 1400.0 << 1400.0;
-        QTest::newRow("no pages") << 100.0 << 0.0 << 900.0 << 0.0 << 0.0;
-    }
-    void pageTargetFollowsThePhonesRule()
-    {
-        QFETCH(qreal, offset);
-        QFETCH(qreal, startOffset);
-        QFETCH(qreal, velocity);
-        QFETCH(qreal, maximum);
-        QFETCH(qreal, target);
-        QCOMPARE(OTScrollMotion::pageTarget(offset, startOffset, velocity, maximum, PageWidth), target);
-        // No extent: held inside the content.
-        QCOMPARE(OTScrollMotion::pageTarget(offset, startOffset, velocity, maximum, 0), qBound(0.0, offset, maximum));
-    }
-
-    void releaseVelocityFollowsTheLastMovement()
-    {
-        using OTScrollMotion::Sample;
-        const auto velocity = [](QList<Sample> samples, bool vertical = false) {
-            return OTScrollMotion::releaseVelocity(std::span<const Sample>(samples.cbegin(), samples.cend()), vertical);
-        };
-        QCOMPARE(velocity({}), QPointF());
-        QCOMPARE(velocity({{10, {100, 0}}}), QPointF());
-        // A steady drag to the left: the content moves the other way, at the finger's speed.
-        QCOMPARE(velocity({{0, {100, 0}}, {16, {90, 0}}, {32, {80, 0}}, {48, {70, 0}}}), QPointF(625, 0));
-        // Only the last 100 ms count.
-        QCOMPARE(velocity({{0, {500, 0}}, {150, {100, 0}}, {166, {90, 0}}, {182, {80, 0}}}), QPointF(625, 0));
-        // A flick back at the end counts from where the finger turned.
-        QCOMPARE(velocity({{0, {100, 0}}, {16, {80, 0}}, {32, {60, 0}}, {48, {40, 0}}, {56, {60, 0}}, {64, {80, 0}}}),
-                 QPointF(-2500, 0));
-        // Rested before lifting: nothing.
-        QCOMPARE(velocity({{0, {100, 0}}, {16, {80, 0}}, {48, {70, 0}}, {200, {70, 0}}}), QPointF());
-        // Rested, then lifted in the same place at the same moment as the last move.
-        QCOMPARE(velocity({{0, {100, 0}}, {20, {80, 0}}, {20, {80, 0}}}), QPointF(1000, 0));
-        // Up and down only when the view scrolls that way; each axis turns on its own.
-        const QList<Sample> slanted{{0, {100, 100}}, {20, {90, 80}}, {40, {80, 100}}};
-        QCOMPARE(velocity(slanted), QPointF(500, 0));
-        QCOMPARE(velocity(slanted, true), QPointF(500, -1000));
-        // Held to the limit; clocks that run backwards or stand still give no speed.
-        QCOMPARE(velocity({{0, {1000, 0}}, {1, {0, 0}}}), QPointF(OTScrollMotion::MaximumVelocity, 0));
-        QCOMPARE(velocity({{0, {1000, 0}}, {1, {0, 0}}}, true).y(), 0.0);
-        QCOMPARE(velocity({{50, {100, 0}}, {20, {0, 0}}}), QPointF());
-        QCOMPARE(velocity({{20, {100, 0}}, {20, {0, 0}}}), QPointF());
     }
 };
 

@@ -1,5 +1,5 @@
 #include "HttpFixture.h"
-#include "TestServer.h"
+#include "ServerHarness.h"
 
 #include "OTUserInfoStore+OstQuote.h"
 #include "OstAPIClient+Quote.h"

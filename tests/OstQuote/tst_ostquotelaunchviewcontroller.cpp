@@ -6,7 +6,7 @@
 #include "OstQuoteViewController.h"
 #include "HttpFixture.h"
 #include "OddFiles.h"
-#include "TestServer.h"
+#include "ServerHarness.h"
 #include "TextChecks.h"
 
 #include <OTClock.h>

@@ -2,7 +2,7 @@
 #include "TouchScreen.h"
 #include "OstQuoteViewController.h"
 #include "OstAPIClient+Quote.h"
-#include "TestServer.h"
+#include "ServerHarness.h"
 
 #include <Global.h>
 #include <OTClock.h>

@@ -3,7 +3,7 @@
 
 #include "DemoHomeViewController.h"
 #include "DemoHost.h"
-#include "TestServer.h"
+#include "ServerHarness.h"
 #include "HttpFixture.h"
 #include "TextChecks.h"
 

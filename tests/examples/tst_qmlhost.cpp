@@ -1,7 +1,7 @@
 // The screens as a Qt Quick app declares them: on its own StackView, with no factory call and
 // no navigation host. The example app examples/qml-host, in process and as a process.
 
-#include "TestServer.h"
+#include "ServerHarness.h"
 
 #include <OTClock.h>
 #include <OTCommonsViewController.h>

@@ -1,4 +1,4 @@
-#include "TestServer.h"
+#include "ServerHarness.h"
 
 #include <QDeadlineTimer>
 #include <QDir>

@@ -7,6 +7,7 @@
 #include <QJsonObject>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
+#include <QTcpServer>
 
 #include <cerrno>
 #include <csignal>
@@ -115,9 +116,10 @@ bool ServerProcess::start(const Options &options)
         m_error = m_process->errorString();
         return false;
     }
-    static const QRegularExpression listening(QStringLiteral("^ostquote-server listening on (http://127\\.0\\.0\\.1:(\\d+))\n"));
+    static const QRegularExpression listening(
+        QStringLiteral("(?:^|\n)ostquote-server listening on (http://127\\.0\\.0\\.1:(\\d+))\n"));
     QByteArray output;
-    const QDeadlineTimer deadline(20000);
+    const QDeadlineTimer deadline(30000);
     while (!deadline.hasExpired() && m_process->state() == QProcess::Running) {
         if (m_outputFd >= 0) {
             readSome(m_outputFd, output, 50);
@@ -129,7 +131,7 @@ bool ServerProcess::start(const Options &options)
         if (match.hasMatch()) {
             m_baseURL = match.captured(1);
             m_port = quint16(match.captured(2).toUInt());
-            m_output = output.mid(match.capturedLength(0));
+            m_output = output.mid(match.capturedEnd(0));
             return true;
         }
     }
@@ -162,6 +164,55 @@ void ServerProcess::requestStop()
 {
     if (m_process && m_process->state() == QProcess::Running)
         m_process->terminate();
+}
+
+TestServer::~TestServer()
+{
+    stop();
+}
+
+QString TestServer::databasePath() const
+{
+    return m_dir ? m_dir->filePath(QStringLiteral("quotes.sqlite")) : QString();
+}
+
+QString TestServer::accessLogPath() const
+{
+    return m_dir ? m_dir->filePath(QStringLiteral("access.log")) : QString();
+}
+
+bool TestServer::start(const Options &options)
+{
+    stop();
+    m_process.reset();
+    m_dir = std::make_unique<QTemporaryDir>();
+    m_process = std::make_unique<ServerProcess>(m_dir->path());
+    ServerProcess::Options serverOptions;
+    serverOptions.now = options.now.toString(Qt::ISODateWithMs);
+    serverOptions.timeZone = options.timeZone;
+    serverOptions.database = options.database;
+    serverOptions.arguments = options.extraArguments;
+    if (!m_process->start(serverOptions)) {
+        m_error = m_process->errorString();
+        return false;
+    }
+    m_baseURL = QUrl(m_process->baseURL());
+    return true;
+}
+
+void TestServer::stop()
+{
+    if (m_process)
+        m_process->stop();
+}
+
+quint16 ot_unusedLoopbackPort()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    const quint16 port = probe.serverPort();
+    probe.close();
+    return port;
 }
 
 QByteArray ServerProcess::readOutput(int timeoutMs)

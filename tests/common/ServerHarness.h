@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QTemporaryDir>
+#include <QUrl>
 #include <QJsonDocument>
 #include <QList>
 #include <QProcess>
@@ -13,9 +15,12 @@
 #include <memory>
 #include <optional>
 
-// The real ostquote-server binary on a loopback port, with its clock and zone pinned
-// through OSTQUOTE_NOW / OSTQUOTE_TIME_ZONE and --time-zone, its files in a directory the
-// test owns.
+// The one harness for tests that need the real ostquote-server: the binary on a loopback
+// port, with its clock and zone pinned through OSTQUOTE_NOW / OSTQUOTE_TIME_ZONE and
+// --time-zone, its files in a directory the test owns. A server outlives no test.
+//
+// ServerProcess is the server itself, for the server's own tests; TestServer is the same in a
+// temporary directory of its own, for the tests of its clients.
 class ServerProcess
 {
 public:
@@ -68,6 +73,44 @@ private:
     int m_outputFd = -1;       // the reading end of the server's standard output, with logToPipe
     QByteArray m_output;       // read from it and not yet handed out
 };
+
+// The server for the tests of its clients: a ServerProcess in a fresh temporary directory
+// (database, access log, data home), its clock started at a QDateTime.
+class TestServer
+{
+public:
+    struct Options
+    {
+        QDateTime now;                 // the server's clock starts here
+        QString timeZone = QStringLiteral("UTC");
+        QString database;              // empty: a fresh SQLite file in the temporary directory
+        QStringList extraArguments;
+    };
+
+    TestServer() = default;
+    ~TestServer();
+
+    // Starts the server and waits for its "listening" line. False (with the reason in
+    // errorString()) when it did not come up.
+    bool start(const Options &options);
+    void stop();
+
+    QUrl baseURL() const { return m_baseURL; }
+    quint16 port() const { return quint16(m_baseURL.port()); }
+    QString errorString() const { return m_error; }
+    QString databasePath() const;
+    // One line per request the server answered, flushed every ~200 ms.
+    QString accessLogPath() const;
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<ServerProcess> m_process;
+    QUrl m_baseURL;
+    QString m_error;
+};
+
+// A port on 127.0.0.1 on which nothing listens.
+quint16 ot_unusedLoopbackPort();
 
 // Runs the binary to completion (for export and command-line errors).
 struct ServerRun
