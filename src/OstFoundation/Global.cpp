@@ -4,6 +4,7 @@
 #include "OTSkin.h"
 
 #include <QGuiApplication>
+#include <QMutex>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
@@ -60,12 +61,17 @@ Global *Global::sharedGlobal()
 {
     // Made on whichever thread asks first, it lives on the application's thread: messages
     // are items of a window, which only that thread may touch.
-    static Global *global = [] {
-        auto *made = new Global;
-        if (QCoreApplication *app = QCoreApplication::instance())
-            made->moveToThread(app->thread());
-        return made;
-    }();
+    // It goes with the application, and its own QML engine with it.
+    static QPointer<Global> global;
+    static QMutex mutex;
+    QMutexLocker lock(&mutex);
+    if (!global) {
+        global = new Global;
+        if (QCoreApplication *app = QCoreApplication::instance()) {
+            global->moveToThread(app->thread());
+            global->setParent(app);
+        }
+    }
     return global;
 }
 
@@ -91,8 +97,9 @@ void Global::showHUB(const QString &text, int status)
         QQmlEngine *engine = engineForWindow(window);
         if (!engine) {
             // A window built without QML: the foundation keeps an engine of its own for it.
-            static QQmlEngine *ownEngine = new QQmlEngine(this);
-            engine = ownEngine;
+            if (!m_ownEngine)
+                m_ownEngine = new QQmlEngine(this);
+            engine = m_ownEngine;
         }
         auto *hub = OTSkin::createAs<QQuickItem>(engine, kHUDSkinURL, "_otHUDSkin");
         if (hub) {

@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QString>
 
+class QQmlEngine;
 class QQuickItem;
 class QQuickWindow;
 
@@ -41,4 +42,5 @@ private:
     QString m_lastText;
     int m_lastStatus = 0;
     QPointer<QQuickItem> m_hub;
+    QPointer<QQmlEngine> m_ownEngine;
 };

@@ -9,6 +9,7 @@
 #include <QNetworkDiskCache>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QDir>
 #include <QTest>
 #include <QThread>
 
@@ -90,6 +91,8 @@ private Q_SLOTS:
     {
         m_fixture = std::make_unique<HttpFixture>();
         QVERIFY(m_fixture->listen());
+        // A new client on a device that has seen nothing.
+        QDir(OstAPIClient::cacheDirectory()).removeRecursively();
         m_client = std::make_unique<OstAPIClient>();
         m_client->setBaseURL(QUrl(m_fixture->baseURL()));
     }

@@ -8,6 +8,7 @@
 #include <OTDate.h>
 
 #include <QTemporaryDir>
+#include <QDir>
 #include <QTest>
 
 // The module's calls against the real quote server, its clock pinned to 3 October 2016,
@@ -44,6 +45,8 @@ private Q_SLOTS:
     {
         m_dir = std::make_unique<QTemporaryDir>();
         OTUserInfoStore::setStorePath(m_dir->filePath("defaults.cbor"));
+        // A new client on a device that has seen nothing.
+        QDir(OstAPIClient::cacheDirectory()).removeRecursively();
         m_client = std::make_unique<OstAPIClient>();
         m_client->setBaseURL(m_server.baseURL());
     }

@@ -181,6 +181,18 @@ QString TestServer::accessLogPath() const
     return m_dir ? m_dir->filePath(QStringLiteral("access.log")) : QString();
 }
 
+QStringList TestServer::requestedQuotes() const
+{
+    QFile file(accessLogPath());
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    static const QRegularExpression request(QStringLiteral("GET /api/v2/quote/quotes/([^/ ]+)/"));
+    QStringList days;
+    for (auto it = request.globalMatch(QString::fromUtf8(file.readAll())); it.hasNext();)
+        days.append(it.next().captured(1));
+    return days;
+}
+
 bool TestServer::start(const Options &options)
 {
     stop();

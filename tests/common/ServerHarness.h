@@ -101,6 +101,9 @@ public:
     QString databasePath() const;
     // One line per request the server answered, flushed every ~200 ms.
     QString accessLogPath() const;
+    // The quote API requests the server has answered, in order, from its access log: "today",
+    // "batch" or a day key each.
+    QStringList requestedQuotes() const;
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;

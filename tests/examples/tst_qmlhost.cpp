@@ -1,6 +1,7 @@
 // The screens as a Qt Quick app declares them: on its own StackView, with no factory call and
 // no navigation host. The example app examples/qml-host, in process and as a process.
 
+#include "ClientCache.h"
 #include "ServerHarness.h"
 
 #include <OTClock.h>
@@ -102,17 +103,7 @@ class TestQmlHost : public QObject
     TestServer m_server;
 
     // What the server was asked for, in order: "today", "batch" or a day key.
-    QStringList requested() const
-    {
-        QFile file(m_server.accessLogPath());
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        static const QRegularExpression request(QStringLiteral("GET /api/v2/quote/quotes/([^/ ]+)/"));
-        QStringList days;
-        for (auto it = request.globalMatch(QString::fromUtf8(file.readAll())); it.hasNext();)
-            days.append(it.next().captured(1));
-        return days;
-    }
+    QStringList requested() const { return m_server.requestedQuotes(); }
 
     bool askedForLaunchAndViewer() const
     {
@@ -156,6 +147,7 @@ private Q_SLOTS:
         QDir(QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/launch_quotes"))
             .removeRecursively();
         OstAPIClient::sharedClient()->setBaseURL(OstAPIClient::defaultBaseURL());
+        forgetCachedAnswers(OstAPIClient::sharedClient());
     }
 
     // The life cycle follows a plain StackView's changes, animated or not, and viewDidLoad

@@ -55,8 +55,10 @@ if(_missing OR _private)
 endif()
 
 # Nothing of the build tree or the sources: the prefix and Qt only.
+# A sanitizer build's libraries want the host built with the same sanitizers (HOST_FLAGS).
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/examples/qml-host -B ${WORK_DIR}/host -G ${GENERATOR}
-    -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_PREFIX_PATH=${_prefix})
+    -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_PREFIX_PATH=${_prefix}
+    "-DCMAKE_CXX_FLAGS=${HOST_FLAGS}" "-DCMAKE_EXE_LINKER_FLAGS=${HOST_FLAGS}")
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/host)
 if(NOT EXISTS ${WORK_DIR}/host/ostquote-qml-host)
   message(FATAL_ERROR "the host app was not built")
