@@ -11,6 +11,7 @@
 #include <QMetaProperty>
 #include <QMutex>
 #include <QSaveFile>
+#include <QSet>
 
 #include <cmath>
 #include <limits>
@@ -342,8 +343,13 @@ OTModelPtr OTModel::unarchiveObjectWithData(const QByteArray &data, OTError *err
     const QMetaObject *meta = model->metaObject();
     const QHash<QString, QString> map = model->JSONKeyPathsByPropertyKey();
     const QCborMap values = properties.toMap();
+    QSet<QString> seen;
     for (auto it = values.cbegin(); it != values.cend(); ++it) {
         const QString name = it.key().toString();
+        // The archiver writes each property once; a second value for one is not ours.
+        if (seen.contains(name))
+            return fail(error, QStringLiteral("archive of %1: property %2 appears twice").arg(className.toString(), name));
+        seen.insert(name);
         if (!map.contains(name))
             continue; // written by a newer version of the class
         const int index = meta->indexOfProperty(name.toUtf8().constData());

@@ -207,6 +207,12 @@ private Q_SLOTS:
         QCborMap notANumber;
         notANumber.insert(QStringLiteral("items"), QCborArray{1, qQNaN()});
         QTest::newRow("NaN inside a list") << archive(QStringLiteral("Sample"), 1, notANumber);
+        // A map written by hand may hold a key twice; the archiver never does.
+        QByteArray twice = archive(QStringLiteral("Sample"), 1, goodProperties);
+        const QByteArray once = QCborValue(QStringLiteral("name")).toCbor() + QCborValue(QStringLiteral("x")).toCbor();
+        twice.replace(once, once + once);
+        twice.replace(QByteArray(1, char(0xa1)) + once + once, QByteArray(1, char(0xa2)) + once + once);
+        QTest::newRow("a property twice") << twice;
     }
     void foreignArchivesAreErrors()
     {
