@@ -81,8 +81,8 @@ void OstAPIClient::useCacheDirectory(const QString &directory)
     // follows the caches directory of the moment. A cache the host has set stays as it is.
     if (!m_cache && !m_network->cache()) {
         m_cache = new QNetworkDiskCache(m_network);
-        m_cache->setMaximumCacheSize(MaximumCacheSize);
         m_cache->setCacheDirectory(directory);
+        m_cache->setMaximumCacheSize(MaximumCacheSize);
         m_network->setCache(m_cache);
     }
     if (m_cache && m_network->cache() == m_cache && QDir(m_cache->cacheDirectory()) != QDir(directory))
