@@ -73,8 +73,7 @@ void OTCommonsViewController::backAction()
 
 QQuickItem *OTCommonsViewController::stackView() const
 {
-    if (m_navigationController)
-        return m_navigationController->stackView();
+    // A navigation host's screens stand on its skin's StackView like any other.
     return m_hostStackView;
 }
 

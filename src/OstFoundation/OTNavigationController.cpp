@@ -1,51 +1,18 @@
 #include "OTNavigationController.h"
 
 #include "OTCommonsViewController.h"
+#include "OTMotion.h"
 #include "OTSkin.h"
 
-#include <QJSEngine>
-#include <QJSValue>
-#include <QMetaEnum>
+#include <QMetaMethod>
 #include <QMetaProperty>
 #include <QQmlEngine>
-#include <QVariantAnimation>
 
 #include <utility>
 
 namespace {
 
 const QUrl kSkinURL(QStringLiteral("qrc:/OstFoundation/OTNavigationControllerSkin.qml"));
-
-// The value of StackView's Operation `key`, read from the type itself.
-int stackOperation(QQuickItem *stackView, const char *key)
-{
-    const QMetaObject *meta = stackView->metaObject();
-    const int index = meta->indexOfEnumerator("Operation");
-    bool ok = false;
-    const int value = index >= 0 ? meta->enumerator(index).keyToValue(key, &ok) : -1;
-    if (!ok)
-        qWarning() << "OTNavigationController: the stack view has no operation" << key;
-    return value;
-}
-
-// Calls the stack view's QML method `name`: push and pop take their arguments the QML way.
-void callStackView(QQuickItem *stackView, const char *name, const QJSValueList &arguments)
-{
-    QJSEngine *engine = qjsEngine(stackView);
-    if (!engine) {
-        qWarning() << "OTNavigationController: the stack view is not in a QML engine";
-        return;
-    }
-    QJSValue view = engine->newQObject(stackView);
-    const QJSValue result = view.property(QString::fromLatin1(name)).callWithInstance(view, arguments);
-    if (result.isError())
-        qWarning().noquote() << "OTNavigationController:" << name << result.toString();
-}
-
-bool stackViewBusy(QQuickItem *stackView)
-{
-    return stackView && stackView->property("busy").toBool();
-}
 
 } // namespace
 
@@ -64,32 +31,27 @@ struct OTNavigationController::Private
         bool animated = false;
     };
 
-    explicit Private(OTNavigationController *host) : q(host) {}
+    explicit Private(OTNavigationController *host)
+        : q(host)
+        , barMotion(new OTMotion(host, "navigationBarHiddenProgress"))
+    {
+    }
 
     OTNavigationController *q;
     QList<QPointer<OTCommonsViewController>> screens;
     QList<Change> changes;
     QList<QPointer<OTCommonsViewController>> popped;
-    QPointer<QVariantAnimation> barAnimation;
+    OTMotion *barMotion;
     QPointer<QObject> titleWatch;    // owns the relay of the top screen's title signal
     QPointer<OTCommonsViewController> titleSource;
-    QPointer<QQuickItem> wiredStackView;
     QString title;
     bool destroying = false;
 
-    QQuickItem *stackView()
+    // A skin carries out the requests; without one the host lays its screens out itself.
+    bool skinned() const
     {
-        // The skin hands its stack view over while it is being made; the host starts
-        // following it on first use.
-        QQuickItem *view = q->m_stackView;
-        if (view && wiredStackView != view) {
-            wiredStackView = view;
-            OTSkin::onSignal(view, "busyChanged()", q, [this]() {
-                if (!destroying)
-                    finishIfAtRest();
-            });
-        }
-        return view;
+        static const QMetaMethod push = QMetaMethod::fromSignal(&OTNavigationController::pushRequested);
+        return q->isSignalConnected(push);
     }
 
     void prune()
@@ -112,7 +74,7 @@ struct OTNavigationController::Private
 
     void finishIfAtRest()
     {
-        if (stackViewBusy(stackView()))
+        if (q->m_stackViewBusy)
             return;
         finishChanges();
         // Screens pushed again in the meantime are back in the stack and stay.
@@ -129,7 +91,7 @@ struct OTNavigationController::Private
     // Without a skin the top screen lies on the host itself, filling it.
     void layoutBare()
     {
-        if (q->m_stackView)
+        if (skinned())
             return;
         OTCommonsViewController *top = q->topViewController();
         for (const auto &screen : std::as_const(screens)) {
@@ -168,14 +130,6 @@ struct OTNavigationController::Private
         }
     }
 
-    void setBarProgress(qreal progress)
-    {
-        if (qFuzzyCompare(q->m_navigationBarHiddenProgress, progress))
-            return;
-        q->m_navigationBarHiddenProgress = progress;
-        Q_EMIT q->navigationBarHiddenProgressChanged();
-    }
-
     void adopt(OTCommonsViewController *screen)
     {
         popped.removeAll(screen);
@@ -207,13 +161,10 @@ OTNavigationController::OTNavigationController(QQuickItem *parent)
 OTNavigationController::~OTNavigationController()
 {
     d->destroying = true;
-    delete d->barAnimation;
     delete d->titleWatch;
     // The screens are ours: they go first, while the stack view still exists and lets go
     // of each as it is deleted. (Clearing the stack view instead would lay every screen out
     // once more, in a scene that is being torn down.)
-    if (d->wiredStackView)
-        QObject::disconnect(d->wiredStackView, nullptr, this, nullptr);
     QList<QPointer<OTCommonsViewController>> screens = d->screens + d->popped;
     for (const auto &change : std::as_const(d->changes))
         screens << change.appearing << change.disappearing;
@@ -260,15 +211,9 @@ void OTNavigationController::pushViewController(OTCommonsViewController *viewCon
     d->screens.append(viewController);
     d->changes.append({viewController, below, animated});
 
-    if (QQuickItem *stack = d->stackView()) {
+    if (d->skinned()) {
         // The first screen has nothing to slide over.
-        const char *operation = animated && below ? "PushTransition" : "Immediate";
-        QJSEngine *engine = qjsEngine(stack);
-        if (engine) {
-            callStackView(stack, "push",
-                          {engine->newQObject(viewController), engine->newObject(),
-                           QJSValue(stackOperation(stack, operation))});
-        }
+        Q_EMIT pushRequested(viewController, animated && below);
     } else {
         d->layoutBare();
     }
@@ -291,15 +236,10 @@ OTCommonsViewController *OTNavigationController::popViewControllerAnimated(bool 
     d->changes.append({below, top, animated});
     d->popped.append(top);
 
-    if (QQuickItem *stack = d->stackView()) {
-        if (QJSEngine *engine = qjsEngine(stack)) {
-            callStackView(stack, "pop",
-                          {engine->newQObject(below),
-                           QJSValue(stackOperation(stack, animated ? "PopTransition" : "Immediate"))});
-        }
-    } else {
+    if (d->skinned())
+        Q_EMIT popRequested(below, animated);
+    else
         d->layoutBare();
-    }
     Q_EMIT depthChanged();
     d->updateTitle();
     d->finishIfAtRest();
@@ -323,15 +263,10 @@ void OTNavigationController::popToRootViewControllerAnimated(bool animated)
     root->viewWillAppear(animated);
     d->changes.append({root, top, animated});
 
-    if (QQuickItem *stack = d->stackView()) {
-        if (QJSEngine *engine = qjsEngine(stack)) {
-            callStackView(stack, "pop",
-                          {engine->newQObject(root),
-                           QJSValue(stackOperation(stack, animated ? "PopTransition" : "Immediate"))});
-        }
-    } else {
+    if (d->skinned())
+        Q_EMIT popRequested(root, animated);
+    else
         d->layoutBare();
-    }
     Q_EMIT depthChanged();
     d->updateTitle();
     d->finishIfAtRest();
@@ -373,15 +308,11 @@ void OTNavigationController::setViewControllers(const QList<OTCommonsViewControl
         d->screens.append(screen);
     d->changes.append({top, leaving, false});
 
-    if (QQuickItem *stack = d->stackView()) {
-        if (QJSEngine *engine = qjsEngine(stack)) {
-            QJSValue items = engine->newArray(uint(incoming.size()));
-            for (qsizetype i = 0; i < incoming.size(); ++i)
-                items.setProperty(quint32(i), engine->newQObject(incoming.at(i)));
-            // A null target replaces every item of the stack view.
-            callStackView(stack, "replace",
-                          {QJSValue(QJSValue::NullValue), items, QJSValue(stackOperation(stack, "Immediate"))});
-        }
+    if (d->skinned()) {
+        QVariantList items;
+        for (OTCommonsViewController *screen : std::as_const(incoming))
+            items.append(QVariant::fromValue<QObject *>(screen));
+        Q_EMIT replaceRequested(items);
     } else {
         d->layoutBare();
     }
@@ -416,7 +347,7 @@ int OTNavigationController::depth() const
 
 bool OTNavigationController::isBusy() const
 {
-    return !d->changes.isEmpty() || stackViewBusy(m_stackView);
+    return !d->changes.isEmpty() || m_stackViewBusy;
 }
 
 QString OTNavigationController::title() const
@@ -430,22 +361,28 @@ void OTNavigationController::setNavigationBarHidden(bool hidden, bool animated)
         m_navigationBarHidden = hidden;
         Q_EMIT navigationBarHiddenChanged();
     }
-    delete d->barAnimation;
-    const qreal target = hidden ? 1.0 : 0.0;
-    const qreal distance = qAbs(target - m_navigationBarHiddenProgress);
-    if (!animated || qFuzzyIsNull(distance)) {
-        d->setBarProgress(target);
-        return;
+    if (m_navigationBarAnimated != animated) {
+        m_navigationBarAnimated = animated;
+        Q_EMIT navigationBarAnimatedChanged();
     }
-    auto *animation = new QVariantAnimation(this);
-    animation->setStartValue(m_navigationBarHiddenProgress);
-    animation->setEndValue(target);
-    // A bar caught half way takes the rest of the time only.
-    animation->setDuration(qMax(1, qRound(NavigationBarAnimationDuration * distance)));
-    animation->setEasingCurve(QEasingCurve::InOutQuad);
-    connect(animation, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant &value) { d->setBarProgress(value.toReal()); });
-    connect(animation, &QAbstractAnimation::finished, this, [this, target]() { d->setBarProgress(target); });
-    d->barAnimation = animation;
-    animation->start(QAbstractAnimation::DeleteWhenStopped);
+    // A bar caught half way turns round from where it is.
+    d->barMotion->moveTo(hidden ? 1.0 : 0.0);
+}
+
+void OTNavigationController::setNavigationBarHiddenProgress(qreal progress)
+{
+    if (m_navigationBarHiddenProgress == progress)
+        return;
+    m_navigationBarHiddenProgress = progress;
+    Q_EMIT navigationBarHiddenProgressChanged();
+}
+
+void OTNavigationController::setStackViewBusy(bool busy)
+{
+    if (m_stackViewBusy == busy)
+        return;
+    m_stackViewBusy = busy;
+    Q_EMIT stackViewBusyChanged();
+    if (!busy && !d->destroying)
+        d->finishIfAtRest();
 }

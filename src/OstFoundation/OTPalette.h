@@ -37,6 +37,9 @@ class OSTFOUNDATION_EXPORT OTPalette : public QObject
     Q_PROPERTY(int coverSlideDuration READ coverSlideDuration CONSTANT)
     Q_PROPERTY(int sheetDuration READ sheetDuration CONSTANT)
     Q_PROPERTY(int fadeDuration READ fadeDuration CONSTANT)
+    Q_PROPERTY(int stackTransitionDuration READ stackTransitionDuration CONSTANT)
+    Q_PROPERTY(int navigationBarDuration READ navigationBarDuration CONSTANT)
+    Q_PROPERTY(QColor ostrelHairlineColor READ ostrelHairlineColor CONSTANT)
 public:
     using QObject::QObject;
 
@@ -65,6 +68,8 @@ public:
     static QColor ostrelPressedColor() { return QColor(0xEC, 0xEC, 0xEE); }
     // Hairlines between groups of a sheet, and the frame of a card.
     static QColor ostrelSeparatorColor() { return QColor(0xE5, 0xE5, 0xE8); }
+    // The hairline at the foot of a navigation bar.
+    static QColor ostrelHairlineColor() { return QColor(0xD6, 0xD6, 0xD9); }
     static QColor ostrelFrameColor() { return QColor(0xE2, 0xE2, 0xE6); }
     // The band between groups of a sheet, and the ground under cards.
     static QColor ostrelGroupColor() { return QColor(0xF2, 0xF2, 0xF4); }
@@ -78,11 +83,14 @@ public:
     static QString fontFamily() { return QStringLiteral("Noto Sans CJK SC"); }
 
     // Presented motion, in ms: the quote page's text cover sliding away and back, a sheet
-    // rising or falling, a fade.
+    // rising or falling, a fade, a screen sliding onto or off a stack, a navigation bar sliding
+    // out of view and back.
     static constexpr int CoverSlideDuration = 250;
     static constexpr int SheetDuration = 250;
     static constexpr int FadeDuration = 250;
     static int coverSlideDuration() { return CoverSlideDuration; }
     static int sheetDuration() { return SheetDuration; }
     static int fadeDuration() { return FadeDuration; }
+    static int stackTransitionDuration() { return 300; }
+    static int navigationBarDuration() { return 250; }
 };

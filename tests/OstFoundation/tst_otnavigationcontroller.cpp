@@ -97,14 +97,12 @@ class TestOTNavigationController : public QObject
 
     RecordingScreen *screen(const QString &name) { return new RecordingScreen(name, &m_log); }
 
-    QQuickItem *backButton() const
+    QQuickItem *skinChild(const char *name) const
     {
-        return m_host->navigationBar()->findChild<QQuickItem *>(QStringLiteral("navigationBackButton"));
+        return m_host->findChild<QQuickItem *>(QString::fromLatin1(name));
     }
-    QQuickItem *titleLabel() const
-    {
-        return m_host->navigationBar()->findChild<QQuickItem *>(QStringLiteral("navigationTitle"));
-    }
+    QQuickItem *backButton() const { return skinChild("navigationBackButton"); }
+    QQuickItem *titleLabel() const { return skinChild("navigationTitle"); }
 
     // A root screen A and B pushed over it without animation; the log starts empty.
     void openTwo(QPointer<RecordingScreen> &a, QPointer<RecordingScreen> &b)
@@ -133,8 +131,8 @@ private Q_SLOTS:
         m_host = OTNavigationController::create(m_view->engine(), m_view->rootObject());
         QVERIFY(m_host);
         m_host->setSize(QSizeF(375, 667));
-        QVERIFY(m_host->stackView());
-        QVERIFY(m_host->navigationBar());
+        QVERIFY(skinChild("stackView"));
+        QVERIFY(skinChild("navigationBar"));
     }
 
     void cleanup()
@@ -197,7 +195,7 @@ private Q_SLOTS:
         m_host->pushViewController(b, true);
         QCOMPARE(m_log, (QStringList{"B.load", "A.willDisappear(1)", "B.willAppear(1)"}));
         QVERIFY(m_host->isBusy());
-        QVERIFY(m_host->stackView()->property("busy").toBool());
+        QVERIFY(skinChild("stackView")->property("busy").toBool());
         QCOMPARE(m_host->depth(), 2);
         QTRY_COMPARE(finished.count(), 1);
         QCOMPARE(m_log, (QStringList{"B.load", "A.willDisappear(1)", "B.willAppear(1)", "A.didDisappear(1)",
@@ -397,8 +395,8 @@ private Q_SLOTS:
     {
         QPointer<RecordingScreen> a = screen("A");
         m_host->pushViewController(a, false);
-        QQuickItem *bar = m_host->navigationBar();
-        QQuickItem *stack = m_host->stackView();
+        QQuickItem *bar = skinChild("navigationBar");
+        QQuickItem *stack = skinChild("stackView");
         QVERIFY(!m_host->isNavigationBarHidden());
         QCOMPARE(sceneRect(bar), QRectF(0, 0, 375, 44));
         QVERIFY(bar->isVisible());

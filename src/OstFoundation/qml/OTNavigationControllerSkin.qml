@@ -6,11 +6,25 @@ import OstFoundation
 // stack of screens. The bar carries a back button on the left (only with a screen to go back
 // to) and the top screen's title in its middle. As the bar slides up out of view the stack
 // grows with it, so a screen under a hidden bar has the whole host.
+//
+// The host asks, the skin does: each request is carried out on the StackView at once, and the
+// StackView's busy goes back to the host, which finishes its screens' changes when it falls.
 OTNavigationController {
     id: host
 
-    stackView: stack
-    navigationBar: bar
+    stackViewBusy: stack.busy
+
+    onPushRequested: (item, animated) => stack.push(item, {}, animated ? T.StackView.PushTransition
+                                                                       : T.StackView.Immediate)
+    onPopRequested: (target, animated) => stack.pop(target, animated ? T.StackView.PopTransition
+                                                                     : T.StackView.Immediate)
+    // A null target replaces every item of the stack.
+    onReplaceRequested: items => stack.replace(null, items, T.StackView.Immediate)
+
+    Behavior on navigationBarHiddenProgress {
+        enabled: host.navigationBarAnimated
+        NumberAnimation { duration: OTPalette.navigationBarDuration; easing.type: Easing.InOutQuad }
+    }
 
     T.StackView {
         id: stack
@@ -25,20 +39,20 @@ OTNavigationController {
         // along by the full width. An exit puts its screen back in place once it is hidden,
         // so that a later change without animation finds it there.
         pushEnter: Transition {
-            NumberAnimation { property: "x"; from: stack.width; to: 0; duration: 300; easing.type: Easing.OutCubic }
+            NumberAnimation { property: "x"; from: stack.width; to: 0; duration: OTPalette.stackTransitionDuration; easing.type: Easing.OutCubic }
         }
         pushExit: Transition {
             SequentialAnimation {
-                NumberAnimation { property: "x"; from: 0; to: -stack.width; duration: 300; easing.type: Easing.OutCubic }
+                NumberAnimation { property: "x"; from: 0; to: -stack.width; duration: OTPalette.stackTransitionDuration; easing.type: Easing.OutCubic }
                 PropertyAction { property: "x"; value: 0 }
             }
         }
         popEnter: Transition {
-            NumberAnimation { property: "x"; from: -stack.width; to: 0; duration: 300; easing.type: Easing.OutCubic }
+            NumberAnimation { property: "x"; from: -stack.width; to: 0; duration: OTPalette.stackTransitionDuration; easing.type: Easing.OutCubic }
         }
         popExit: Transition {
             SequentialAnimation {
-                NumberAnimation { property: "x"; from: 0; to: stack.width; duration: 300; easing.type: Easing.OutCubic }
+                NumberAnimation { property: "x"; from: 0; to: stack.width; duration: OTPalette.stackTransitionDuration; easing.type: Easing.OutCubic }
                 PropertyAction { property: "x"; value: 0 }
             }
         }
@@ -53,14 +67,14 @@ OTNavigationController {
         width: host.width
         height: 44
         visible: host.navigationBarHiddenProgress < 1
-        color: "#ffffff"
+        color: OTPalette.ostrelWhite
 
         Rectangle {
             objectName: "navigationBarHairline"
             width: bar.width
             height: 1 / Math.max(1, Screen.devicePixelRatio)
             y: bar.height - height
-            color: "#d6d6d9"
+            color: OTPalette.ostrelHairlineColor
         }
 
         T.AbstractButton {
@@ -94,10 +108,10 @@ OTNavigationController {
             text: host.title
             elide: Text.ElideRight
             horizontalAlignment: Text.AlignHCenter
-            font.family: "Noto Sans CJK SC"
+            font.family: OTPalette.fontFamily
             font.pixelSize: 17
             font.weight: Font.DemiBold
-            color: "#333333"
+            color: OTPalette.ostrelFontColorTitle
         }
     }
 }
