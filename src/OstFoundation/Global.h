@@ -12,8 +12,8 @@ class QQuickWindow;
 
 // App-wide services of the foundation. showHUB puts a transient message (a "HUD") over the
 // current window: centred, dark rounded box, white text, shown for HUBDuration ms then faded
-// out (the skin OTHUDSkin.qml fades it); a new message replaces the one in view. The status picks the box's icon: 0 plain
-// text (success/information), 1 success tick, 2 error cross.
+// out (the skin OTHUDSkin.qml fades it); a new message replaces the one in view. The status
+// picks the box's icon: 0 plain text (success/information), 1 success tick, 2 error cross.
 class OSTFOUNDATION_EXPORT Global : public QObject
 {
     Q_OBJECT
@@ -28,11 +28,10 @@ public:
     // once when called there, else as soon as its event loop runs).
     Q_INVOKABLE void showHUB(const QString &text, int status);
 
-    // The message last shown (for hosts that log, and for tests), and its status.
+    // The message last shown (for hosts that log), and its status. The message in view is the
+    // item of objectName "OTHUD" in the window.
     QString lastHUBText() const { return m_lastText; }
     int lastHUBStatus() const { return m_lastStatus; }
-    // The HUD item in view (objectName "OTHUD"), or null.
-    QQuickItem *currentHUB() const { return m_hub; }
 
 Q_SIGNALS:
     void hubShown(const QString &text, int status);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QQmlEngine>
+#include <QQuickItem>
 #include <QQuickView>
 #include <QTest>
 
@@ -20,4 +21,15 @@ inline std::unique_ptr<QQuickView> openTestWindow(QSize size = QSize(375, 667))
     if (!QTest::qWaitForWindowExposed(view.get()) || !view->rootObject())
         return nullptr;
     return view;
+}
+
+// The transient messages (objectName "OTHUD") over the window's scene.
+inline QList<QQuickItem *> messagesIn(QQuickWindow *window)
+{
+    QList<QQuickItem *> found;
+    for (QQuickItem *item : window->contentItem()->childItems()) {
+        if (item->objectName() == QLatin1String("OTHUD"))
+            found.append(item);
+    }
+    return found;
 }
