@@ -1,6 +1,8 @@
+#include "RecordingScreen.h"
 #include "TestWindow.h"
 #include "TouchScreen.h"
-#include <OTCommonsViewController.h>
+
+
 #include <OTNavigationController.h>
 
 #include <QQmlEngine>
@@ -10,70 +12,6 @@
 #include <QTest>
 
 namespace {
-
-// A screen that writes its life cycle into a shared log: "B.willAppear(1)", ...
-class RecordingScreen : public OTCommonsViewController
-{
-    Q_OBJECT
-    Q_PROPERTY(QString title READ title WRITE setTitle NOTIFY titleChanged)
-public:
-    RecordingScreen(const QString &name, QStringList *log)
-        : m_name(name), m_log(log), m_title(name + QStringLiteral(" title"))
-    {
-    }
-
-    QString title() const { return m_title; }
-    void setTitle(const QString &title)
-    {
-        m_title = title;
-        Q_EMIT titleChanged();
-    }
-
-    int loads = 0;
-
-    void viewWillAppear(bool animated) override
-    {
-        OTCommonsViewController::viewWillAppear(animated);
-        record("willAppear", animated);
-    }
-    void viewDidAppear(bool animated) override
-    {
-        OTCommonsViewController::viewDidAppear(animated);
-        record("didAppear", animated);
-    }
-    void viewWillDisappear(bool animated) override
-    {
-        OTCommonsViewController::viewWillDisappear(animated);
-        record("willDisappear", animated);
-    }
-    void viewDidDisappear(bool animated) override
-    {
-        OTCommonsViewController::viewDidDisappear(animated);
-        // Still on its host while it says so.
-        record(navigationController() ? "didDisappear" : "didDisappear-orphan", animated);
-    }
-
-Q_SIGNALS:
-    void titleChanged();
-
-protected:
-    void viewDidLoad() override
-    {
-        OTCommonsViewController::viewDidLoad();
-        ++loads;
-        m_log->append(m_name + QStringLiteral(".load"));
-    }
-
-private:
-    void record(const char *what, bool animated)
-    {
-        m_log->append(QStringLiteral("%1.%2(%3)").arg(m_name, QLatin1String(what)).arg(int(animated)));
-    }
-
-    QString m_name;
-    QStringList *m_log;
-    QString m_title;
-};
 
 QRectF sceneRect(QQuickItem *item)
 {

@@ -2,6 +2,7 @@
 // no navigation host. The example app examples/qml-host, in process and as a process.
 
 #include "ClientCache.h"
+#include "RecordingScreen.h"
 #include "ServerHarness.h"
 
 #include <OTClock.h>
@@ -28,43 +29,6 @@
 namespace {
 
 const QDateTime kNow(QDate(2017, 3, 1), QTime(10, 0), Qt::UTC);
-
-// A screen that writes down its life cycle.
-class RecordingScreen : public OTCommonsViewController
-{
-    Q_OBJECT
-public:
-    using OTCommonsViewController::OTCommonsViewController;
-    QStringList calls;
-
-    void viewWillAppear(bool animated) override
-    {
-        OTCommonsViewController::viewWillAppear(animated);
-        calls << QStringLiteral("willAppear %1").arg(animated);
-    }
-    void viewDidAppear(bool animated) override
-    {
-        OTCommonsViewController::viewDidAppear(animated);
-        calls << QStringLiteral("didAppear %1").arg(animated);
-    }
-    void viewWillDisappear(bool animated) override
-    {
-        OTCommonsViewController::viewWillDisappear(animated);
-        calls << QStringLiteral("willDisappear %1").arg(animated);
-    }
-    void viewDidDisappear(bool animated) override
-    {
-        OTCommonsViewController::viewDidDisappear(animated);
-        calls << QStringLiteral("didDisappear %1").arg(animated);
-    }
-
-protected:
-    void viewDidLoad() override
-    {
-        OTCommonsViewController::viewDidLoad();
-        calls << QStringLiteral("load");
-    }
-};
 
 int distinctColours(const QImage &image)
 {
@@ -174,7 +138,7 @@ private Q_SLOTS:
         QVERIFY(stack);
         auto *first = qobject_cast<RecordingScreen *>(currentOf(stack));
         QVERIFY(first);
-        QTRY_COMPARE(first->calls, QStringList({"load", "willAppear 0", "didAppear 0"}));
+        QTRY_COMPARE(first->calls, QStringList({"load", "willAppear(0)", "didAppear(0)"}));
         QVERIFY(first->isVisibleOnScreen());
         QCOMPARE(first->stackView(), stack);
         QVERIFY(!first->navigationController());
@@ -184,18 +148,18 @@ private Q_SLOTS:
         QPointer<RecordingScreen> second = qobject_cast<RecordingScreen *>(currentOf(stack));
         QVERIFY(second);
         QTRY_VERIFY(second->calls.size() >= 2);
-        QCOMPARE(second->calls.mid(0, 2), QStringList({"load", "willAppear 1"}));
+        QCOMPARE(second->calls.mid(0, 2), QStringList({"load", "willAppear(1)"}));
         QTRY_VERIFY(first->calls.size() >= 4);
-        QCOMPARE(first->calls.at(3), QStringLiteral("willDisappear 1"));
-        QTRY_COMPARE(second->calls, QStringList({"load", "willAppear 1", "didAppear 1"}));
-        QTRY_COMPARE(first->calls.mid(3), QStringList({"willDisappear 1", "didDisappear 1"}));
+        QCOMPARE(first->calls.at(3), QStringLiteral("willDisappear(1)"));
+        QTRY_COMPARE(second->calls, QStringList({"load", "willAppear(1)", "didAppear(1)"}));
+        QTRY_COMPARE(first->calls.mid(3), QStringList({"willDisappear(1)", "didDisappear(1)"}));
         QVERIFY(!first->isVisibleOnScreen());
 
         // At once: both calls together, not animated; the first screen does not load again.
         QVERIFY(QMetaObject::invokeMethod(root, "popSecond", Q_ARG(QVariant, false)));
-        QTRY_COMPARE(first->calls.mid(5), QStringList({"willAppear 0", "didAppear 0"}));
+        QTRY_COMPARE(first->calls.mid(5), QStringList({"willAppear(0)", "didAppear(0)"}));
         if (second)
-            QTRY_COMPARE(second->calls.mid(3), QStringList({"willDisappear 0", "didDisappear 0"}));
+            QTRY_COMPARE(second->calls.mid(3), QStringList({"willDisappear(0)", "didDisappear(0)"}));
         QCOMPARE(first->calls.count(QStringLiteral("load")), 1);
         // The StackView made the second screen, so it deletes it.
         QTRY_VERIFY(!second);
