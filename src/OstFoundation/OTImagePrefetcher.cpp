@@ -124,7 +124,9 @@ void OTImagePrefetcher::startWaiting()
         // Deleted on its own thread, as the thread ends.
         connect(m_networkThread, &QThread::finished, network, [network]() { delete network; }, Qt::DirectConnection);
         m_network = network;
-        m_networkThread->start();
+        // Prefetching is for later: it gets a core only when nothing else wants one, so that
+        // a screen being drawn meanwhile never waits for it.
+        m_networkThread->start(QThread::IdlePriority);
     }
     auto *network = static_cast<OTImagePrefetcherNetwork *>(m_network);
     const auto finished = [this](const QUrl &url, bool succeeded) { finish(url, succeeded); };

@@ -18,7 +18,8 @@ class QThread;
 //
 // The prefetcher lives on the GUI thread; prefetchURLs() may be called from any thread and
 // hops there. The requests and the cache files they write are made on the prefetcher's own
-// network thread, so that a long list does not hold up the GUI thread; at most
+// network thread, at idle priority (a core only when nothing else wants one), so that a long
+// list does not hold up the GUI thread; at most
 // MaximumConcurrentPrefetches are under way at a time (as many connections as the network
 // access manager opens to one host) and the other addresses wait their turn.
 // Each GET keeps the limits of every request of the foundation (OTRequestGuard): it ends
