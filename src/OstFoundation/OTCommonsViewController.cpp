@@ -3,6 +3,7 @@
 #include "OTNavigationController.h"
 #include "OTSkin.h"
 #include "OTStackViewRequests.h"
+#include "OTWebImage.h"
 
 #include <QQuickWindow>
 #include <QtQml/qqml.h>
@@ -105,6 +106,12 @@ bool OTCommonsViewController::requestOnStackView(bool push, OTCommonsViewControl
         Q_EMIT requests->popRequested(animated);
     }
     return true;
+}
+
+void OTCommonsViewController::classBegin()
+{
+    QQuickItem::classBegin();
+    OTWebImage::installDiskCache(qmlEngine(this));
 }
 
 void OTCommonsViewController::itemChange(ItemChange change, const ItemChangeData &value)

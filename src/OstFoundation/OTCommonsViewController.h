@@ -91,6 +91,9 @@ protected:
     // Builds what the screen needs once its skin exists. Overrides call the base class first.
     virtual void viewDidLoad();
     void itemChange(ItemChange change, const ItemChangeData &value) override;
+    // A screen declared in QML gives its engine the foundation's picture disk cache and
+    // limits, as the skins made from C++ do, before its first picture is asked for.
+    void classBegin() override;
 
 private:
     // The StackView's attached status of this screen, and how far the screen has been told.

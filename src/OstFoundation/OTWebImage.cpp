@@ -27,6 +27,9 @@ protected:
     {
         QNetworkRequest request(original);
         request.setMaximumRedirectsAllowed(OTRequestGuard::MaximumRedirects);
+        // A picture's address names one picture for good: one in the cache is shown from
+        // there at once, without asking the server whether it is still fresh.
+        request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::PreferCache);
         QNetworkReply *reply = QNetworkAccessManager::createRequest(operation, request, data);
         auto *deadline = new QTimer(reply);
         deadline->setSingleShot(true);

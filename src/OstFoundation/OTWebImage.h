@@ -1,8 +1,9 @@
 #pragma once
 
 // Remote pictures on disk: the one HTTP disk cache that Qt Quick's Image and the prefetcher
-// share, so that a picture fetched once (shown or prefetched) is shown later without asking
-// the network again while the server's Cache-Control says it is fresh.
+// share, so that a picture fetched once (shown or prefetched) is shown later from the disk
+// without asking the network again: a picture's address names one picture for good, so a
+// cached copy is used whatever its age (until the cache's size limit evicts it).
 
 #include "OstFoundationGlobal.h"
 

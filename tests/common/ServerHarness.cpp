@@ -193,6 +193,19 @@ QStringList TestServer::requestedQuotes() const
     return days;
 }
 
+int TestServer::accessLogLines(const QString &text) const
+{
+    QFile file(accessLogPath());
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    int count = 0;
+    while (!file.atEnd()) {
+        if (QString::fromUtf8(file.readLine()).contains(text))
+            ++count;
+    }
+    return count;
+}
+
 bool TestServer::start(const Options &options)
 {
     stop();

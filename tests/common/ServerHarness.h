@@ -104,6 +104,8 @@ public:
     // The quote API requests the server has answered, in order, from its access log: "today",
     // "batch" or a day key each.
     QStringList requestedQuotes() const;
+    // Lines of the access log that contain `text` ("GET /media/quotes/2017-03-01.jpg").
+    int accessLogLines(const QString &text) const;
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
