@@ -1,13 +1,13 @@
-// A minimal host that starts on the launch screen: a QQuickView of 375x667 holding a
-// navigation controller with an OstQuoteLaunchViewController pushed onto it, exactly what a
-// host does at start. It times nothing itself.
+// A host that starts on the launch screen the way the README shows a Qt Quick app doing it: a
+// QML Window with a StackView whose first item is OstQuoteLaunchViewController (the example
+// app examples/qml-host's own Main.qml). It times nothing itself.
 //
 //   bench-launch-app             prints, at the first frameSwapped whose frame shows a cached
 //                                sentence (not the fixed one) with its picture loaded,
 //                                "frame <CLOCK_MONOTONIC ns> <sentence>", and exits at once
-//   bench-launch-app --stages    the same line with the moments main() began, the window was
-//                                shown, the navigation controller and the launch screen were
-//                                made and the screen was pushed appended (ns as well)
+//   bench-launch-app --stages    the same line with the moments main() began, the QML engine
+//                                was made and the host's QML was loaded (the launch screen
+//                                made and on the stack) appended (ns as well)
 //   bench-launch-app --prepare   a first launch: waits until the batch has been filed and its
 //                                pictures prefetched, prints "prepared <launch_quotes dir>"
 //                                and quits
@@ -18,15 +18,14 @@
 #include "MonotonicClock.h"
 
 #include <OTImagePrefetcher.h>
-#include <OTNavigationController.h>
+#include <OstQuoteLaunchCache.h>
 #include <OstQuoteLaunchViewController.h>
 
 #include <QGuiApplication>
-#include <QQuickView>
-#include <QStandardPaths>
+#include <QQmlApplicationEngine>
+#include <QQuickWindow>
 
 #include <cstdio>
-#include <ctime>
 #include <unistd.h>
 
 int main(int argc, char *argv[])
@@ -38,47 +37,27 @@ int main(int argc, char *argv[])
     const bool prepare = app.arguments().contains(QStringLiteral("--prepare"));
     const bool stages = app.arguments().contains(QStringLiteral("--stages"));
 
-    QQuickView view;
-    view.setResizeMode(QQuickView::SizeRootObjectToView);
-    view.setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
-    view.resize(375, 667);
-    view.show();
-    const long long shownAt = monotonicNs();
+    QQmlApplicationEngine engine;
+    engine.addImportPath(QStringLiteral(OST_QML_DIR));
+    const long long engineAt = monotonicNs();
 
-    OTNavigationController *navigation = OTNavigationController::create(view.engine(), view.rootObject());
-    if (!navigation)
-        return 2;
-    navigation->setSize(QSizeF(375, 667));
-    const long long navigationAt = monotonicNs();
-    OstQuoteLaunchViewController *launch = OstQuoteLaunchViewController::create(view.engine());
-    if (!launch)
-        return 2;
-    const long long createdAt = monotonicNs();
-
-    long long pushedAt = 0;
-    if (prepare) {
-        // Done once the batch is on disk and the prefetcher has nothing left to fetch.
-        OTImagePrefetcher *prefetcher = OTImagePrefetcher::sharedImagePrefetcher();
-        bool filed = false;
-        bool asked = false;
-        const auto finishIfDone = [&]() {
-            if (filed && asked && prefetcher->pendingCount() == 0) {
-                std::printf("prepared %s\n", qPrintable(launch->quotesCachePath()));
-                std::fflush(stdout);
-                QCoreApplication::quit();
-            }
-        };
-        QObject::connect(launch, &OstQuoteLaunchViewController::quotesCached, &app, [&]() {
-            filed = true;
-            finishIfDone();
-        }, Qt::QueuedConnection);
-        QObject::connect(prefetcher, &OTImagePrefetcher::prefetchURLsRequested, &app, [&]() { asked = true; });
-        QObject::connect(prefetcher, &OTImagePrefetcher::didFinishPrefetching, &app, finishIfDone);
-    } else {
+    // Everything below hangs on the window the host's QML makes; the launch screen is found
+    // once it exists, before the first frame.
+    OstQuoteLaunchViewController *launch = nullptr;
+    bool shownInSync = false;
+    long long loadedAt = 0;
+    QObject::connect(&engine, &QQmlApplicationEngine::objectCreated, &app, [&](QObject *root) {
+        auto *window = qobject_cast<QQuickWindow *>(root);
+        launch = root ? root->findChild<OstQuoteLaunchViewController *>() : nullptr;
+        if (!window || !launch) {
+            std::fprintf(stderr, "bench-launch-app: the host has no launch screen\n");
+            _exit(2);
+        }
+        if (prepare)
+            return;
         // What a frame shows is settled when the scene is synchronised for it; with the basic
         // render loop both signals come on this thread.
-        bool shownInSync = false;
-        QObject::connect(&view, &QQuickWindow::beforeSynchronizing, launch, [&]() {
+        QObject::connect(window, &QQuickWindow::beforeSynchronizing, launch, [&]() {
             QQuickItem *label = launch->quoteLabel();
             QQuickItem *picture = launch->imageView();
             shownInSync = label && picture
@@ -88,21 +67,42 @@ int main(int argc, char *argv[])
                        && !launch->imageSource().isLocalFile()
                        && picture->property("status").toInt() == 1; // Image.Ready
         }, Qt::DirectConnection);
-        QObject::connect(&view, &QQuickWindow::frameSwapped, launch, [&]() {
+        QObject::connect(window, &QQuickWindow::frameSwapped, launch, [&]() {
             if (!shownInSync)
                 return;
             const long long frameAt = monotonicNs();
             std::printf("frame %lld %s", frameAt, qPrintable(launch->quoteText()));
             if (stages)
-                std::printf("\tmain %lld shown %lld navigation %lld created %lld pushed %lld", mainAt, shownAt,
-                            navigationAt, createdAt, pushedAt);
+                std::printf("\tmain %lld engine %lld loaded %lld", mainAt, engineAt, loadedAt);
             std::printf("\n");
             std::fflush(stdout);
             _exit(0);
         }, Qt::DirectConnection);
+    });
+
+    // Done once the batch is on disk and the prefetcher has nothing left to fetch.
+    OTImagePrefetcher *prefetcher = prepare ? OTImagePrefetcher::sharedImagePrefetcher() : nullptr;
+    bool filed = false;
+    bool asked = false;
+    const auto finishIfDone = [&]() {
+        if (filed && asked && prefetcher->pendingCount() == 0) {
+            std::printf("prepared %s\n", qPrintable(OstQuoteLaunchCache::directoryPath()));
+            std::fflush(stdout);
+            QCoreApplication::quit();
+        }
+    };
+    if (prepare) {
+        QObject::connect(OstQuoteLaunchCache::sharedCache(), &OstQuoteLaunchCache::quotesCached, &app, [&]() {
+            filed = true;
+            finishIfDone();
+        }, Qt::QueuedConnection);
+        QObject::connect(prefetcher, &OTImagePrefetcher::prefetchURLsRequested, &app, [&]() { asked = true; });
+        QObject::connect(prefetcher, &OTImagePrefetcher::didFinishPrefetching, &app, finishIfDone);
     }
 
-    navigation->pushViewController(launch, false);
-    pushedAt = monotonicNs();
+    engine.load(QUrl(QStringLiteral("qrc:/bench-launch/Main.qml")));
+    loadedAt = monotonicNs();
+    if (engine.rootObjects().isEmpty())
+        return 2;
     return app.exec();
 }
