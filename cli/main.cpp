@@ -72,7 +72,8 @@ int main(int argc, char *argv[])
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("today, day, batch, update or latest"));
     if (!parser.parse(app.arguments()))
         return fail(parser.errorText(), Usage);
-    if (parser.isSet(QStringLiteral("help")))
+    // The help lists every option there is; Qt adds none of its own to a command-line tool.
+    if (parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("help-all")))
         parser.showHelp(Success);
     if (parser.isSet(QStringLiteral("version")))
         parser.showVersion();

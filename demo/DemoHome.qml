@@ -5,7 +5,8 @@ import OstQuoteDemo
 
 // The look of the demo's home screen: what a host app might show under its own navigation
 // bar. The latest quote (day, sentence, translation, author) on a card, a status line under
-// it and the button into the quote viewer at the foot.
+// it (with a retry button when the update failed) and the button into the quote viewer at the
+// foot.
 DemoHomeViewController {
     id: home
 
@@ -88,6 +89,7 @@ DemoHomeViewController {
     }
 
     Text {
+        id: statusLabel
         objectName: "statusLabel"
         anchors.top: card.bottom
         anchors.topMargin: 12
@@ -99,6 +101,32 @@ DemoHomeViewController {
         wrapMode: Text.Wrap
         font.pixelSize: 13
         color: home.state === DemoHomeViewController.Failed ? OTPalette.ostrelErrorColor : OTPalette.ostrelFontColorSecondary
+    }
+
+    T.Button {
+        id: retryButton
+        objectName: "retryButton"
+        anchors.top: statusLabel.bottom
+        anchors.topMargin: 12
+        anchors.left: card.left
+        visible: home.state === DemoHomeViewController.Failed
+        implicitWidth: implicitContentWidth + 32
+        implicitHeight: 36
+        text: home.retryButtonTitle
+        onClicked: home.retry()
+
+        contentItem: Text {
+            text: retryButton.text
+            font.pixelSize: 15
+            color: OTPalette.ostrelFontColorTitle
+            horizontalAlignment: Text.AlignHCenter
+            verticalAlignment: Text.AlignVCenter
+        }
+        background: Rectangle {
+            radius: 6
+            color: retryButton.down ? OTPalette.ostrelPressedColor : OTPalette.ostrelWhite
+            border.color: OTPalette.ostrelFrameColor
+        }
     }
 
     T.Button {

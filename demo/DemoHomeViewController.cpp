@@ -30,12 +30,20 @@ QString DemoHomeViewController::title() const
 
 QString DemoHomeViewController::placeholderText() const
 {
-    return QStringLiteral("No quote yet: today's is on its way.");
+    // Promised only while it is being fetched.
+    if (m_state == Idle || m_state == Updating)
+        return QStringLiteral("No quote yet: today's is on its way.");
+    return QStringLiteral("No quote yet.");
 }
 
 QString DemoHomeViewController::viewerButtonTitle() const
 {
     return QStringLiteral("Open the quote viewer");
+}
+
+QString DemoHomeViewController::retryButtonTitle() const
+{
+    return QStringLiteral("Try again");
 }
 
 void DemoHomeViewController::viewDidLoad()
@@ -87,6 +95,12 @@ void DemoHomeViewController::setState(State state, const QString &statusText)
     m_state = state;
     m_statusText = statusText;
     Q_EMIT statusChanged();
+}
+
+void DemoHomeViewController::retry()
+{
+    if (m_state != Updating)
+        updateQuote();
 }
 
 void DemoHomeViewController::openViewer()

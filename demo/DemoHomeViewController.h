@@ -13,8 +13,9 @@ class QQmlEngine;
 //
 // On load the screen shows what the latest-quote store holds (a placeholder on a fresh
 // install) and asks for today's quote with updateQuoteWithBlock(); when the answer has been
-// stored it shows the store again. A failed update says why and leaves the stored quote in
-// view. The look is the skin DemoHome.qml (root: this type).
+// stored it shows the store again. A failed update says why, leaves the stored quote in view
+// and offers to try again (retry(), the skin's retry button while the state is Failed). The
+// look is the skin DemoHome.qml (root: this type).
 class DemoHomeViewController : public OTCommonsViewController
 {
     Q_OBJECT
@@ -25,10 +26,12 @@ class DemoHomeViewController : public OTCommonsViewController
     Q_PROPERTY(QString authorText READ authorText NOTIFY quoteChanged)
     Q_PROPERTY(QString translationText READ translationText NOTIFY quoteChanged)
     Q_PROPERTY(QString dayText READ dayText NOTIFY quoteChanged)
-    Q_PROPERTY(QString placeholderText READ placeholderText CONSTANT)
+    // What stands in the quote's place while there is none; it follows the state.
+    Q_PROPERTY(QString placeholderText READ placeholderText NOTIFY statusChanged)
     Q_PROPERTY(QString statusText READ statusText NOTIFY statusChanged)
     Q_PROPERTY(State state READ state NOTIFY statusChanged)
     Q_PROPERTY(QString viewerButtonTitle READ viewerButtonTitle CONSTANT)
+    Q_PROPERTY(QString retryButtonTitle READ retryButtonTitle CONSTANT)
     Q_PROPERTY(QQuickItem *viewerButton MEMBER m_viewerButton)
 
 public:
@@ -55,6 +58,7 @@ public:
     QString statusText() const { return m_statusText; }
     State state() const { return m_state; }
     QString viewerButtonTitle() const;
+    QString retryButtonTitle() const;
     QQuickItem *viewerButton() const { return m_viewerButton; }
 
     // Reads the latest-quote store into the screen.
@@ -65,6 +69,8 @@ public:
 public Q_SLOTS:
     // The button's action: pushes a new quote viewer, animated.
     void openViewer();
+    // The retry button's action: asks for today's quote again, unless an answer is awaited.
+    void retry();
 
 Q_SIGNALS:
     void quoteChanged();

@@ -1,37 +1,19 @@
 #include "DemoHost.h"
 
 #include "DemoHomeViewController.h"
+#include "DemoSnapshot.h"
 
 #include <OTNavigationController.h>
 #include <OstQuoteViewController.h>
 
+#include <OTSkin.h>
+
 #include <QImage>
-#include <QPainter>
-#include <QPropertyAnimation>
-#include <QQuickPaintedItem>
 #include <QQuickWindow>
 
 namespace {
 
-// A still picture of the window as it was, laid over everything.
-class Snapshot : public QQuickPaintedItem
-{
-public:
-    Snapshot(const QImage &image, QQuickItem *parent)
-        : QQuickPaintedItem(parent)
-        , m_image(image)
-    {
-    }
-
-    void paint(QPainter *painter) override
-    {
-        painter->setRenderHint(QPainter::SmoothPixmapTransform);
-        painter->drawImage(boundingRect(), m_image);
-    }
-
-private:
-    QImage m_image;
-};
+const QUrl kCoverSkinURL(QStringLiteral("qrc:/DemoLaunchCover.qml"));
 
 } // namespace
 
@@ -130,12 +112,15 @@ void DemoHost::showHome()
 
     QQuickItem *content = m_window ? m_window->contentItem() : nullptr;
     const QImage still = content ? m_window->grabWindow() : QImage();
-    if (!still.isNull()) {
-        auto *cover = new Snapshot(still, content);
-        cover->setObjectName(QStringLiteral("launchSnapshot"));
-        cover->setZ(1000);
-        cover->setSize(content->size());
-        m_cover = cover;
+    QQmlEngine *engine = qmlEngine(m_navigation);
+    if (!still.isNull() && engine) {
+        if (auto *cover = OTSkin::createAs<DemoSnapshot>(engine, kCoverSkinURL, "_demoLaunchCover")) {
+            cover->setImage(still);
+            cover->setParentItem(content);
+            cover->setZ(1000);
+            cover->setSize(content->size());
+            m_cover = cover;
+        }
     }
 
     m_navigation->setViewControllers({m_home});
@@ -145,17 +130,18 @@ void DemoHost::showHome()
         setStage(Home);
         return;
     }
+    // The cover's skin fades it; it goes once it is out of sight.
     setStage(Fading);
-    auto *fade = new QPropertyAnimation(m_cover, "opacity", m_cover);
-    fade->setStartValue(1.0);
-    fade->setEndValue(0.0);
-    fade->setDuration(FadeDuration);
-    fade->setEasingCurve(QEasingCurve::InOutQuad);
-    connect(fade, &QAbstractAnimation::finished, this, [this]() {
-        if (m_cover)
-            m_cover->deleteLater();
-        m_cover = nullptr;
-        setStage(Home);
-    });
-    fade->start(QAbstractAnimation::DeleteWhenStopped);
+    connect(m_cover, &QQuickItem::opacityChanged, this, &DemoHost::coverFaded);
+    m_cover->setFading(true);
+    coverFaded();
+}
+
+void DemoHost::coverFaded()
+{
+    if (m_stage != Fading || !m_cover || m_cover->opacity() > 0)
+        return;
+    m_cover->deleteLater();
+    m_cover = nullptr;
+    setStage(Home);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DemoHomeViewController.h"
+#include "DemoSnapshot.h"
 
 #include <OstQuoteLaunchViewController.h>
 
@@ -8,7 +9,6 @@
 #include <QPointer>
 
 class OTNavigationController;
-class QPropertyAnimation;
 class QQuickItem;
 class QQuickWindow;
 
@@ -17,7 +17,8 @@ class QQuickWindow;
 // The app starts on the module's launch screen, as its delegate. When the launch screen says
 // it may go, the home screen replaces it as the root of the stack and the navigation bar
 // comes back; a snapshot of the launch screen laid over the window fades out meanwhile, so
-// the one screen dissolves into the other. The launch screen may say so more than once (on
+// the one screen dissolves into the other (the snapshot's skin, DemoLaunchCover.qml, owns the
+// fade; the host asks for it and waits for it to end). The launch screen may say so more than once (on
 // the way back from the viewer it says so at once and again 2.5 s later): only the first
 // time counts.
 class DemoHost : public QObject, public OstQuoteLaunchViewControllerDelegate
@@ -54,7 +55,7 @@ public:
     OstQuoteLaunchViewController *launchViewController() const { return m_launch; }
     DemoHomeViewController *homeViewController() const { return m_home; }
     // The launch screen's snapshot while it fades, or null.
-    QQuickItem *fadeCover() const { return m_cover; }
+    DemoSnapshot *fadeCover() const { return m_cover; }
     // How often the launch screen said it may go after the first time.
     int repeatedDismissals() const { return m_repeatedDismissals; }
 
@@ -66,13 +67,14 @@ Q_SIGNALS:
 private:
     void setStage(Stage stage);
     void showHome();
+    void coverFaded();
     DemoHomeViewController *makeHome();
 
     QQuickWindow *m_window;
     QPointer<OTNavigationController> m_navigation;
     QPointer<OstQuoteLaunchViewController> m_launch;
     QPointer<DemoHomeViewController> m_home;
-    QPointer<QQuickItem> m_cover;
+    QPointer<DemoSnapshot> m_cover;
     Stage m_stage = Starting;
     bool m_dismissing = false;
     int m_repeatedDismissals = 0;

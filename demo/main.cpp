@@ -54,6 +54,9 @@ int main(int argc, char *argv[])
     if (!parser.parse(arguments))
         return fail(parser.errorText());
     if (parser.isSet(QStringLiteral("help"))) {
+        // The window system is not chosen yet; an application of the core is enough for the
+        // usage line to name the program as it was started.
+        QCoreApplication app(argc, argv);
         std::fputs(qPrintable(parser.helpText()), stdout);
         return 0;
     }

@@ -33,6 +33,7 @@ class OSTFOUNDATION_EXPORT OTPalette : public QObject
     Q_PROPERTY(QColor ostrelBackgroundColor READ ostrelBackgroundColor CONSTANT)
     Q_PROPERTY(QColor ostrelHUDColor READ ostrelHUDColor CONSTANT)
     Q_PROPERTY(QColor ostrelVeilColor READ ostrelVeilColor CONSTANT)
+    Q_PROPERTY(QColor ostrelButtonOnPictureColor READ ostrelButtonOnPictureColor CONSTANT)
     Q_PROPERTY(QString fontFamily READ fontFamily CONSTANT)
     Q_PROPERTY(int coverSlideDuration READ coverSlideDuration CONSTANT)
     Q_PROPERTY(int sheetDuration READ sheetDuration CONSTANT)
@@ -78,6 +79,10 @@ public:
     static QColor ostrelHUDColor() { return QColor::fromRgbF(0, 0, 0, 0.78f); }
     // A light veil behind a button over a picture.
     static QColor ostrelVeilColor() { return QColor::fromRgbF(1, 1, 1, 0.6f); }
+    // The ground of a small button over a picture whose title is ostrelFontColorSummary:
+    // near-black and opaque, so that the title reads at 5.2:1 whatever the picture (a grey
+    // title on a light veil over a light picture reads at 1.5:1).
+    static QColor ostrelButtonOnPictureColor() { return QColor(0x1A, 0x1A, 0x1A); }
 
     // One family for Latin and Chinese alike, so that mixed labels sit on one line.
     static QString fontFamily() { return QStringLiteral("Noto Sans CJK SC"); }

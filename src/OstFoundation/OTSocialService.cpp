@@ -1,5 +1,6 @@
 #include "OTSocialService.h"
 
+#include "Global.h"
 #include "OTClock.h"
 #include "OTCommonsViewController.h"
 #include "OTNotificationCenter.h"
@@ -118,6 +119,33 @@ QString itemText(const QVariant &item)
     return item.toString();
 }
 
+// A target's name as the panel shows it, or null.
+QString platformTitle(int type)
+{
+    const PlatformInfo *info = platformInfo(type);
+    return info ? OTResourceHelper::LocalizedString(QString::fromLatin1(info->titleId)) : QString();
+}
+
+// `text`, with the system's reason on a line of its own when there is one.
+QString withReason(const QString &text, const QString &reason)
+{
+    return reason.isEmpty() ? text : text + QLatin1Char('\n') + reason;
+}
+
+QString localized(const char *key)
+{
+    return OTResourceHelper::LocalizedString(QString::fromLatin1(key));
+}
+
+OTShareResult makeResult(OTShareResult::Status status, const QString &path = {}, const QString &reason = {})
+{
+    OTShareResult r;
+    r.status = status;
+    r.path = path;
+    r.reason = reason;
+    return r;
+}
+
 QString &picturesDirectoryOverride()
 {
     static QString directory;
@@ -193,42 +221,52 @@ QString OTDesktopSocialServiceBackend::lastSavedImagePath()
 
 bool OTDesktopSocialServiceBackend::share(const OTShareRequest &request)
 {
+    return shareWithResult(request).succeeded();
+}
+
+OTShareResult OTDesktopSocialServiceBackend::shareWithResult(const OTShareRequest &request)
+{
     switch (request.platform) {
     case OTSharePlatformMail: {
         const QString link = request.url.isEmpty() ? request.logUrl : request.url;
         if (request.content.isEmpty() && link.isEmpty())
-            return false;
-        return QDesktopServices::openUrl(mailtoUrl(request.topic, joined(request.content, link, QStringLiteral("\n\n"))));
+            return makeResult(OTShareResult::Failed);
+        const bool opened = QDesktopServices::openUrl(mailtoUrl(request.topic, joined(request.content, link, QStringLiteral("\n\n"))));
+        return makeResult(opened ? OTShareResult::DraftOpened : OTShareResult::Failed);
     }
     case OTSharePlatformSaveImage: {
+        const QString folder = picturesDirectory();
         if (request.image.isNull())
-            return false;
-        QDir directory(picturesDirectory());
+            return makeResult(OTShareResult::Failed, folder);
+        QDir directory(folder);
         if (!directory.exists() && !directory.mkpath(QStringLiteral(".")))
-            return false;
+            return makeResult(OTShareResult::Failed, folder);
         // One file per save: a second save within the same second gets a number.
         const QString stem = QStringLiteral("OstQuote-") + OTClock::now().toString(QStringLiteral("yyyyMMdd-hhmmss"));
         QString path = directory.filePath(stem + QStringLiteral(".png"));
         for (int n = 2; QFileInfo::exists(path); ++n)
             path = directory.filePath(QStringLiteral("%1-%2.png").arg(stem).arg(n));
         QSaveFile file(path);
-        if (!file.open(QIODevice::WriteOnly) || !request.image.save(&file, "PNG") || !file.commit())
-            return false;
+        if (!file.open(QIODevice::WriteOnly))
+            return makeResult(OTShareResult::Failed, folder, file.errorString());
+        if (!request.image.save(&file, "PNG") || !file.commit())
+            return makeResult(OTShareResult::Failed, folder, file.errorString());
         lastSavedPath() = path;
-        return true;
+        return makeResult(OTShareResult::Saved, path);
     }
     case OTSharePlatformCopyImage:
         if (request.image.isNull())
-            return false;
+            return makeResult(OTShareResult::Failed);
         QGuiApplication::clipboard()->setImage(request.image);
-        return true;
+        return makeResult(OTShareResult::Copied);
     default: {
         const QString link = request.url.isEmpty() ? request.logUrl : request.url;
         const QUrl page = webShareUrl(request);
         // Nothing to say: no page to open.
         if (!page.isValid() || (link.isEmpty() && request.content.isEmpty()))
-            return false;
-        return QDesktopServices::openUrl(page);
+            return makeResult(OTShareResult::Failed);
+        // The page is open; whether the user posts there, nobody hears.
+        return makeResult(QDesktopServices::openUrl(page) ? OTShareResult::PageOpened : OTShareResult::Failed);
     }
     }
 }
@@ -263,6 +301,13 @@ bool OTDesktopSocialServiceBackend::performActivity(const QString &activity, con
         return false;
     }
     return false;
+}
+
+// --- Any backend ---------------------------------------------------------------------------
+
+OTShareResult OTSocialServiceBackend::shareWithResult(const OTShareRequest &request)
+{
+    return makeResult(share(request) ? OTShareResult::Shared : OTShareResult::Failed);
 }
 
 // --- The recording backend ------------------------------------------------------------------
@@ -347,15 +392,86 @@ void OTSocialService::shareContent(const QString &content, const QString &topic,
     request.image = image;
     request.platform = platform;
     request.controller = controller;
-    const bool succeeded = m_backend->share(request);
-    if (succeeded && platform == OTSharePlatformWeibo)
+    const OTShareResult outcome = m_backend->shareWithResult(request);
+    if (outcome.status == OTShareResult::Shared && platform == OTSharePlatformWeibo)
         OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification, this);
-    Q_EMIT shared(platform, succeeded);
+    const QString message = feedbackText(platform, outcome);
+    if (!message.isEmpty())
+        Global::sharedGlobal()->showHUB(message, feedbackStatus(outcome));
+    Q_EMIT shared(platform, outcome.succeeded());
+    Q_EMIT shareFinished(platform, outcome);
+}
+
+QString OTSocialService::feedbackText(int platform, const OTShareResult &result)
+{
+    switch (result.status) {
+    case OTShareResult::Shared:
+        // A post to Weibo is announced; the screens that listen say so.
+        return platform == OTSharePlatformWeibo ? QString() : localized("share_result_shared");
+    case OTShareResult::PageOpened: {
+        const QString title = platformTitle(platform);
+        return title.isEmpty() ? localized("share_result_link_opened")
+                               : localized("share_result_page_opened").arg(title);
+    }
+    case OTShareResult::DraftOpened:
+        return localized("share_result_draft_opened");
+    case OTShareResult::Saved:
+        return localized("share_result_image_saved").arg(QDir::toNativeSeparators(result.path));
+    case OTShareResult::Copied:
+        return localized("share_result_image_copied");
+    case OTShareResult::Failed:
+        break;
+    }
+    switch (platform) {
+    case OTSharePlatformMail:
+        return withReason(localized("share_result_draft_failed"), result.reason);
+    case OTSharePlatformSaveImage:
+        return withReason(result.path.isEmpty()
+                              ? localized("share_result_save_failed_nowhere")
+                              : localized("share_result_save_failed").arg(QDir::toNativeSeparators(result.path)),
+                          result.reason);
+    case OTSharePlatformCopyImage:
+        return withReason(localized("share_result_copy_image_failed"), result.reason);
+    default: {
+        const QString title = platformTitle(platform);
+        return withReason(title.isEmpty() ? localized("share_result_failed")
+                                          : localized("share_result_page_failed").arg(title),
+                          result.reason);
+    }
+    }
+}
+
+int OTSocialService::feedbackStatus(const OTShareResult &result)
+{
+    switch (result.status) {
+    case OTShareResult::Failed:
+        return 2;
+    case OTShareResult::Shared:
+    case OTShareResult::Saved:
+    case OTShareResult::Copied:
+        return 1;
+    case OTShareResult::PageOpened:
+    case OTShareResult::DraftOpened:
+        break;
+    }
+    return 0;
 }
 
 bool OTSocialService::performActivity(const QString &activity, const QVariantList &items)
 {
-    return m_backend->performActivity(activity, items);
+    const bool done = m_backend->performActivity(activity, items);
+    QString message;
+    if (activity == QLatin1String("copy"))
+        message = localized(done ? "share_result_link_copied" : "share_result_copy_link_failed");
+    else if (activity == QLatin1String("mail"))
+        message = localized(done ? "share_result_draft_opened" : "share_result_draft_failed");
+    else if (activity == QLatin1String("browser"))
+        message = localized(done ? "share_result_link_opened" : "share_result_browser_failed");
+    else if (!done)
+        message = localized("share_result_failed");
+    if (!message.isEmpty())
+        Global::sharedGlobal()->showHUB(message, done ? 0 : 2);
+    return done;
 }
 
 void OTSocialService::setBackend(std::unique_ptr<OTSocialServiceBackend> backend)

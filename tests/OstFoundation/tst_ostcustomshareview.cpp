@@ -1,5 +1,6 @@
 #include "TestWindow.h"
 #include "TouchScreen.h"
+#include <Global.h>
 #include <OTCommonsViewController.h>
 #include <OTNavigationController.h>
 #include <OTResourceHelper.h>
@@ -480,16 +481,19 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("button");
         QTest::addColumn<QString>("activity");
-        QTest::newRow("copy") << "systemShareButton_copy" << "copy";
-        QTest::newRow("mail") << "systemShareButton_mail" << "mail";
-        QTest::newRow("browser") << "systemShareButton_browser" << "browser";
-        QTest::newRow("cancel") << "systemShareCancelButton" << "";
+        QTest::addColumn<QString>("message");
+        QTest::newRow("copy") << "systemShareButton_copy" << "copy" << "Link copied";
+        QTest::newRow("mail") << "systemShareButton_mail" << "mail" << "Opened a mail draft";
+        QTest::newRow("browser") << "systemShareButton_browser" << "browser" << "Opened the link in your browser";
+        QTest::newRow("cancel") << "systemShareCancelButton" << "" << "";
     }
 
     void theSystemShareRouteOnItsOwn()
     {
         QFETCH(QString, button);
         QFETCH(QString, activity);
+        QFETCH(QString, message);
+        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
         const QVariantList items{QStringLiteral("https://quotes.example.com/s/1"), QStringLiteral("and words")};
         m_panel->showSystemShareModuleWithActivityItems(items, m_screen);
         QCOMPARE(m_panel->parentItem(), m_screen.data());
@@ -500,10 +504,16 @@ private Q_SLOTS:
         click(find(button));
         if (activity.isEmpty()) {
             QVERIFY(m_backend->activities.isEmpty());
+            QCOMPARE(messages.count(), 0);
         } else {
             QCOMPARE(m_backend->activities.size(), 1);
             QCOMPARE(m_backend->activities.first().first, activity);
             QCOMPARE(m_backend->activities.first().second, items);
+            // The user is told what happened, over the screen.
+            QCOMPARE(messages.count(), 1);
+            QCOMPARE(messages.first().at(0).toString(), message);
+            QVERIFY(Global::sharedGlobal()->currentHUB());
+            QCOMPARE(Global::sharedGlobal()->currentHUB()->window(), m_view.get());
         }
         QVERIFY(!m_panel->isSystemShareShowing());
         waitUntilAway();

@@ -1,3 +1,4 @@
+#include <Global.h>
 #include <OTClock.h>
 #include <OTCommonsViewController.h>
 #include <OTImage.h>
@@ -315,6 +316,37 @@ private Q_SLOTS:
         QCOMPARE(shared.last(), (QVariantList{int(OTSharePlatformWeibo), false}));
     }
 
+    // A backend that hears back from the target: posted is "Shared", except for Weibo, whose
+    // announcement the screens answer themselves; a share that did not go out says so.
+    void theServiceSaysWhatBecameOfEachShare()
+    {
+        OTRecordingSocialServiceBackend *backend = useRecordingBackend();
+        OTSocialService *service = OTSocialService::defaultService();
+        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
+        service->shareContent(kContent, kTopic, kLink, kLink, testPicture(), OTSharePlatformWeibo, nullptr);
+        QCOMPARE(messages.count(), 0);
+        service->shareContent(kContent, kTopic, kLink, kLink, testPicture(), OTSharePlatformQQ, nullptr);
+        QCOMPARE(messages.count(), 1);
+        QCOMPARE(messages.last(), (QVariantList{QStringLiteral("Shared"), 1}));
+        backend->succeed = false;
+        service->shareContent(kContent, kTopic, kLink, kLink, testPicture(), OTSharePlatformWeibo, nullptr);
+        QCOMPARE(messages.count(), 2);
+        QCOMPARE(messages.last(), (QVariantList{QStringLiteral("Could not open the Weibo share page"), 2}));
+        service->shareContent({}, {}, {}, {}, testPicture(), OTSharePlatformCopyImage, nullptr);
+        QCOMPARE(messages.last(), (QVariantList{QStringLiteral("Could not copy the image"), 2}));
+        // The system share route too.
+        QVERIFY(!service->performActivity(QStringLiteral("browser"), {kLink}));
+        QCOMPARE(messages.last(), (QVariantList{QStringLiteral("Could not open the browser"), 2}));
+        backend->succeed = true;
+        QVERIFY(service->performActivity(QStringLiteral("copy"), {kLink}));
+        QCOMPARE(messages.last(), (QVariantList{QStringLiteral("Link copied"), 0}));
+        QVERIFY(service->performActivity(QStringLiteral("mail"), {kLink}));
+        QCOMPARE(messages.last(), (QVariantList{QStringLiteral("Opened a mail draft"), 0}));
+        QVERIFY(service->performActivity(QStringLiteral("browser"), {kLink}));
+        QCOMPARE(messages.last(), (QVariantList{QStringLiteral("Opened the link in your browser"), 0}));
+        QCOMPARE(messages.count(), 7);
+    }
+
     // --- The desktop backend: web pages and mail -----------------------------------------------
 
     void theWebShareUrls_data()
@@ -428,6 +460,7 @@ private Q_SLOTS:
         OTSocialService::defaultService()->shareContent(QStringLiteral("Only words."), QString(), QString(), QString(),
                                                         QImage(), OTSharePlatformMail, nullptr);
         QCOMPARE(shared.first(), (QVariantList{3, true}));
+        QCOMPARE(Global::sharedGlobal()->lastHUBText(), QStringLiteral("Opened a mail draft"));
         QCOMPARE(decodedItem(m_mail.opened.last(), "body"), QStringLiteral("Only words."));
         QVERIFY(!QUrlQuery(m_mail.opened.last()).hasQueryItem("subject"));
         OTShareRequest nothing;
@@ -436,14 +469,80 @@ private Q_SLOTS:
         QCOMPARE(m_mail.opened.size(), 2);
     }
 
-    void aWeiboPageThatOpenedIsAnnounced()
+    // The browser shows the page; nothing is posted until the user posts it there, so the
+    // share is not announced and the message says what happened instead.
+    void aWeiboPageThatOpenedIsNotCalledShared()
     {
         QSignalSpy announced(OTNotificationCenter::defaultCenter(), &OTNotificationCenter::sharedToWeiboSuccess);
+        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
+        QSignalSpy finished(OTSocialService::defaultService(), &OTSocialService::shareFinished);
         OTSocialService::defaultService()->shareContent(kContent, kTopic, kLink, kLink, testPicture(),
                                                         OTSharePlatformWeibo, nullptr);
         QCOMPARE(m_browser.opened.size(), 1);
         QCOMPARE(m_browser.opened.first().host(), QStringLiteral("service.weibo.com"));
-        QCOMPARE(announced.count(), 1);
+        QCOMPARE(announced.count(), 0);
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(finished.first().at(1).value<OTShareResult>().status, OTShareResult::PageOpened);
+        QCOMPARE(messages.count(), 1);
+        QCOMPARE(messages.first().at(0).toString(), QStringLiteral("Opened the Weibo share page in your browser"));
+        QCOMPARE(messages.first().at(1).toInt(), 0);
+        QVERIFY(!messages.first().at(0).toString().contains(QLatin1String("Shared")));
+    }
+
+    // What the user is told after each kind of share, in both languages.
+    void theMessageAfterEachShare_data()
+    {
+        QTest::addColumn<int>("platform");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<QString>("english");
+        QTest::addColumn<QString>("chinese");
+        QTest::addColumn<int>("box");
+        QTest::newRow("posted") << 1 << int(OTShareResult::Shared) << "" << "" << "Shared" << "分享成功" << 1;
+        QTest::newRow("posted to weibo: the announcement speaks") << 0 << int(OTShareResult::Shared) << "" << "" << "" << "" << 1;
+        QTest::newRow("page opened") << 4 << int(OTShareResult::PageOpened) << "" << ""
+                                     << "Opened the Douban share page in your browser" << "已在浏览器中打开豆瓣分享页面" << 0;
+        QTest::newRow("page failed") << 2 << int(OTShareResult::Failed) << "" << ""
+                                     << "Could not open the QZone share page" << "无法打开QQ空间分享页面" << 2;
+        QTest::newRow("draft opened") << 3 << int(OTShareResult::DraftOpened) << "" << "" << "Opened a mail draft"
+                                      << "已打开邮件草稿" << 0;
+        QTest::newRow("draft failed") << 3 << int(OTShareResult::Failed) << "" << "" << "Could not open a mail draft"
+                                      << "无法打开邮件草稿" << 2;
+        QTest::newRow("saved") << 6 << int(OTShareResult::Saved) << "/home/u/Pictures/OstQuote-1.png" << ""
+                               << "Image saved to /home/u/Pictures/OstQuote-1.png"
+                               << "图片已保存到 /home/u/Pictures/OstQuote-1.png" << 1;
+        QTest::newRow("save failed, with the reason") << 6 << int(OTShareResult::Failed) << "/mnt/ro" << "Permission denied"
+                                                      << "Could not save the image to /mnt/ro\nPermission denied"
+                                                      << "无法将图片保存到 /mnt/ro\nPermission denied" << 2;
+        QTest::newRow("save failed, nowhere") << 6 << int(OTShareResult::Failed) << "" << "" << "Could not save the image"
+                                              << "无法保存图片" << 2;
+        QTest::newRow("copied") << 7 << int(OTShareResult::Copied) << "" << "" << "Image copied" << "图片已复制" << 1;
+        QTest::newRow("copy failed") << 7 << int(OTShareResult::Failed) << "" << "" << "Could not copy the image"
+                                     << "无法复制图片" << 2;
+        QTest::newRow("unknown target failed") << 42 << int(OTShareResult::Failed) << "" << "" << "Could not share"
+                                               << "分享失败" << 2;
+    }
+
+    void theMessageAfterEachShare()
+    {
+        QFETCH(int, platform);
+        QFETCH(int, status);
+        QFETCH(QString, path);
+        QFETCH(QString, reason);
+        QFETCH(QString, english);
+        QFETCH(QString, chinese);
+        QFETCH(int, box);
+        OTShareResult result;
+        result.status = OTShareResult::Status(status);
+        result.path = path;
+        result.reason = reason;
+        QCOMPARE(OTSocialService::feedbackText(platform, result), english);
+        QCOMPARE(OTSocialService::feedbackStatus(result), box);
+        QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
+        const QString inChinese = OTSocialService::feedbackText(platform, result);
+        QLocale::setDefault(QLocale::c());
+        QCOMPARE(inChinese, chinese);
     }
 
     // --- The desktop backend: pictures --------------------------------------------------------
@@ -464,6 +563,9 @@ private Q_SLOTS:
         QCOMPARE(shared.first(), (QVariantList{6, true}));
         const QString first = QDir(folder).filePath(QStringLiteral("OstQuote-20170301-100005.png"));
         QCOMPARE(OTDesktopSocialServiceBackend::lastSavedImagePath(), first);
+        // The user is told where it went.
+        QCOMPARE(Global::sharedGlobal()->lastHUBText(), QStringLiteral("Image saved to ") + first);
+        QCOMPARE(Global::sharedGlobal()->lastHUBStatus(), 1);
         QImageReader reader(first);
         QCOMPARE(reader.format(), QByteArray("png"));
         const QImage back = reader.read();
@@ -513,6 +615,58 @@ private Q_SLOTS:
         const QImage copied = clipboard->image();
         QCOMPARE(copied.size(), r.image.size());
         QCOMPARE(copied.pixelColor(3, 4), QColor(200, 10, 20));
+
+        // Through the service, which says so.
+        clipboard->setText(QStringLiteral("before"));
+        OTSocialService::defaultService()->shareContent({}, {}, {}, {}, testPicture(), OTSharePlatformCopyImage, nullptr);
+        QVERIFY(clipboard->mimeData()->hasImage());
+        QCOMPARE(Global::sharedGlobal()->lastHUBText(), QStringLiteral("Image copied"));
+    }
+
+    // A folder that cannot take the picture: the user is told where it was to go (and why,
+    // when the system says), and nothing is left behind.
+    void savingWhereItCannotSaysSo_data()
+    {
+        QTest::addColumn<QString>("folder");   // relative: inside the temporary folder
+        QTest::addColumn<bool>("withReason");
+        QTest::newRow("a file in the folder's place") << "a-file" << false;
+        QTest::newRow("below a file") << "a-file/Pictures" << false;
+        QTest::newRow("a folder nobody may write to") << "/proc/self/fdinfo" << true;
+    }
+
+    void savingWhereItCannotSaysSo()
+    {
+        QFETCH(QString, folder);
+        QFETCH(bool, withReason);
+        QTemporaryDir temp;
+        QVERIFY(temp.isValid());
+        QFile blocker(temp.filePath(QStringLiteral("a-file")));
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.write("not a folder");
+        blocker.close();
+        const QString target = QDir::isAbsolutePath(folder) ? folder : temp.filePath(folder);
+        OTDesktopSocialServiceBackend::setPicturesDirectory(target);
+        const QString before = OTDesktopSocialServiceBackend::lastSavedImagePath();
+
+        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
+        QSignalSpy finished(OTSocialService::defaultService(), &OTSocialService::shareFinished);
+        OTSocialService::defaultService()->shareContent({}, {}, {}, {}, testPicture(), OTSharePlatformSaveImage, nullptr);
+        OTDesktopSocialServiceBackend::setPicturesDirectory(QString());
+
+        QCOMPARE(finished.count(), 1);
+        const auto result = finished.first().at(1).value<OTShareResult>();
+        QCOMPARE(result.status, OTShareResult::Failed);
+        QCOMPARE(result.path, target);
+        QCOMPARE(messages.count(), 1);
+        const QString message = messages.first().at(0).toString();
+        QVERIFY2(message.startsWith(QStringLiteral("Could not save the image to ") + target), qPrintable(message));
+        QCOMPARE(message.contains(u'\n'), withReason);
+        QCOMPARE(messages.first().at(1).toInt(), 2);
+        QCOMPARE(OTDesktopSocialServiceBackend::lastSavedImagePath(), before);
+        QFile kept(temp.filePath(QStringLiteral("a-file")));
+        QVERIFY(kept.open(QIODevice::ReadOnly));
+        QCOMPARE(kept.readAll(), QByteArray("not a folder"));
+        QCOMPARE(QDir(temp.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{"a-file"});
     }
 
     // --- The desktop backend: the system share route -------------------------------------------

@@ -31,6 +31,8 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <cmath>
 #include <QThread>
 
 
@@ -233,6 +235,19 @@ class TestOstQuoteLaunchViewController : public QObject
         QCOMPARE(m_launch->quoteLabel()->property("text").toString(), m_launch->quoteText());
         QCOMPARE(m_launch->imageSource(), OstQuoteResourceHelper::imageURL(QStringLiteral("default_launch_image")));
         QCOMPARE(m_launch->imageView()->property("source").toUrl(), m_launch->imageSource());
+    }
+
+    // WCAG 2 relative luminance and contrast ratio of two opaque colours.
+    static double relativeLuminance(const QColor &colour)
+    {
+        const auto linear = [](double v) { return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
+        return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
+    }
+    static double contrastRatio(const QColor &a, const QColor &b)
+    {
+        const double la = relativeLuminance(a);
+        const double lb = relativeLuminance(b);
+        return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
     }
 
     void saveScreenshot(const QString &name)
@@ -586,6 +601,53 @@ private Q_SLOTS:
     }
 
     // --- Countdown and exit ------------------------------------------------------------------
+
+    // The button's title against its ground, as the window shows them: the ground is the
+    // colour most of the title's box has, the ink the colour of the title's glyphs that stands
+    // out from it most. WCAG AA for normal text asks for 4.5:1. Run at ratio 1 and, as its
+    // own test, at ratio 2.
+    void theButtonTitleIsReadableOverThePicture()
+    {
+        launch();
+        QTRY_COMPARE(m_launch->imageView()->property("status").toInt(), 1); // Image.Ready
+        auto *title = m_launch->button()->property("contentItem").value<QQuickItem *>();
+        QVERIFY(title);
+        QVERIFY(!title->property("text").toString().isEmpty());
+        const QImage frame = m_view->grabWindow().convertToFormat(QImage::Format_RGB32);
+        const qreal ratio = m_view->effectiveDevicePixelRatio();
+        const QRectF box = title->mapRectToScene(QRectF(0, 0, title->width(), title->height()));
+        const QRect pixels = QRectF(box.topLeft() * ratio, box.size() * ratio).toAlignedRect() & frame.rect();
+        QVERIFY(pixels.width() > 10 && pixels.height() > 5);
+
+        QHash<QRgb, int> counts;
+        for (int y = pixels.top(); y <= pixels.bottom(); ++y)
+            for (int x = pixels.left(); x <= pixels.right(); ++x)
+                ++counts[frame.pixel(x, y)];
+        QRgb ground = 0;
+        int most = 0;
+        for (auto it = counts.cbegin(); it != counts.cend(); ++it) {
+            if (it.value() > most) {
+                most = it.value();
+                ground = it.key();
+            }
+        }
+        QColor ink = QColor(ground);
+        int glyphPixels = 0;
+        for (auto it = counts.cbegin(); it != counts.cend(); ++it) {
+            const double c = contrastRatio(QColor(it.key()), QColor(ground));
+            if (c > 1.5)
+                glyphPixels += it.value();
+            if (c > contrastRatio(ink, QColor(ground)))
+                ink = QColor(it.key());
+        }
+        // The title is drawn (not a blank box), and reads.
+        QVERIFY2(glyphPixels > 20 * ratio * ratio, qPrintable(QString::number(glyphPixels)));
+        const double measured = contrastRatio(ink, QColor(ground));
+        qInfo("launch button title %s on %s: %.2f:1", qPrintable(ink.name()), qPrintable(QColor(ground).name()), measured);
+        QVERIFY2(measured >= 4.5, qPrintable(QStringLiteral("title %1 on %2: %3:1")
+                                                 .arg(ink.name(), QColor(ground).name())
+                                                 .arg(measured, 0, 'f', 2)));
+    }
 
     void leftAloneTheDelegateIsToldOnceAfterTwoAndAHalfSeconds()
     {

@@ -15,6 +15,11 @@
 
 #include <QChildEvent>
 #include <QClipboard>
+#include <QDesktopServices>
+#include <QDir>
+#include <QImageReader>
+#include <QMimeData>
+#include <QTemporaryDir>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QThread>
@@ -23,6 +28,7 @@
 #include <QQmlEngine>
 #include <QQuickView>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
@@ -67,6 +73,31 @@ protected:
 private:
     QStringList m_days;
 };
+
+// Stands in for the browser: keeps every URL it is asked to open.
+class BrowserRecorder : public QObject
+{
+    Q_OBJECT
+public:
+    QList<QUrl> opened;
+public Q_SLOTS:
+    void open(const QUrl &url) { opened.append(url); }
+};
+
+// The item called `name` anywhere in the item tree under `root` (a Repeater's items are not
+// QObject children of the panel, so findChild misses them).
+QQuickItem *findItem(QQuickItem *root, const QString &name)
+{
+    if (!root)
+        return nullptr;
+    for (QQuickItem *child : root->childItems()) {
+        if (child->objectName() == name)
+            return child;
+        if (QQuickItem *found = findItem(child, name))
+            return found;
+    }
+    return nullptr;
+}
 
 // Stands between the gallery and the viewer, counting how often the gallery asks for its
 // number of pages: once per reload.
@@ -233,6 +264,12 @@ private Q_SLOTS:
 
     void init()
     {
+        // A test that used the desktop's backend leaves it behind: the recorder comes back.
+        if (!m_shares) {
+            auto backend = std::make_unique<OTRecordingSocialServiceBackend>();
+            m_shares = backend.get();
+            OTSocialService::defaultService()->setBackend(std::move(backend));
+        }
         forgetCachedAnswers(OstAPIClient::sharedClient());
         OTClock::setTimeZone(QTimeZone("UTC"));
         OTClock::setNow(kNow);
@@ -250,6 +287,7 @@ private Q_SLOTS:
 
     void cleanup()
     {
+        OTDesktopSocialServiceBackend::setPicturesDirectory(QString());
         delete m_navigation;
         m_view.reset();
         m_server.stop();
@@ -642,6 +680,127 @@ private Q_SLOTS:
         QTRY_COMPARE(messages.count(), 1);
         QCOMPARE(messages.first().at(0).toString(), QStringLiteral("Shared"));
         QCOMPARE(messagesIn(m_view.get()).size(), 1);
+    }
+
+    // --- What the user is told after a share ---------------------------------------------
+
+    void eachShareSaysWhatBecameOfIt_data()
+    {
+        QTest::addColumn<int>("platform");
+        QTest::addColumn<QString>("picturesFolder"); // "temp": a fresh folder; else that path
+        QTest::addColumn<bool>("browserOpens");       // with the desktop's backend
+        QTest::addColumn<bool>("desktop");            // else a backend that fails
+        QTest::addColumn<QString>("expected");        // the message; "<path>" the file saved
+        QTest::addColumn<int>("status");
+        QTest::newRow("save image: where it went") << 6 << "temp" << true << true << "Image saved to <path>" << 1;
+        QTest::newRow("save image: a folder nobody may write to")
+            << 6 << "/proc/self/fdinfo" << true << true << "Could not save the image to /proc/self/fdinfo" << 2;
+        QTest::newRow("copy image") << 7 << "temp" << true << true << "Image copied" << 1;
+        QTest::newRow("weibo: the page opened, nothing posted yet")
+            << 0 << "temp" << true << true << "Opened the Weibo share page in your browser" << 0;
+        QTest::newRow("twitter: the page opened") << 5 << "temp" << true << true
+                                                  << "Opened the Twitter share page in your browser" << 0;
+        QTest::newRow("weibo: no browser") << 0 << "temp" << false << false << "Could not open the Weibo share page" << 2;
+    }
+
+    // Through the real panel with real touches: the share button, then a target's button.
+    void eachShareSaysWhatBecameOfIt()
+    {
+        QFETCH(int, platform);
+        QFETCH(QString, picturesFolder);
+        QFETCH(bool, browserOpens);
+        QFETCH(bool, desktop);
+        QFETCH(QString, expected);
+        QFETCH(int, status);
+
+        QTemporaryDir temp;
+        QVERIFY(temp.isValid());
+        const QString folder = picturesFolder == QLatin1String("temp") ? temp.filePath(QStringLiteral("Pictures"))
+                                                                       : picturesFolder;
+        OTDesktopSocialServiceBackend::setPicturesDirectory(folder);
+        BrowserRecorder browser;
+        const auto forgetBrowser = qScopeGuard([]() {
+            QDesktopServices::unsetUrlHandler(QStringLiteral("http"));
+            QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
+        });
+        if (browserOpens) {
+            QDesktopServices::setUrlHandler(QStringLiteral("http"), &browser, "open");
+            QDesktopServices::setUrlHandler(QStringLiteral("https"), &browser, "open");
+        }
+        if (desktop) {
+            OTSocialService::defaultService()->setBackend(nullptr);
+            m_shares = nullptr;
+        } else {
+            m_shares->succeed = false;
+        }
+        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+        QSignalSpy announced(OTNotificationCenter::defaultCenter(), &OTNotificationCenter::sharedToWeiboSuccess);
+        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
+
+        openViewerOnToday();
+        QPointingDevice *touch = touchScreen();
+        const QPoint shareAt = centreOf(chromeItem("shareButton"));
+        QTest::touchEvent(m_view.get(), touch).press(0, shareAt);
+        QTest::touchEvent(m_view.get(), touch).release(0, shareAt);
+        OstCustomShareView *panel = m_viewer->shareView();
+        QTRY_COMPARE(panel->presentation(), 1.0);
+        QQuickItem *target = findItem(panel, QStringLiteral("sharePlatformButton_%1").arg(platform));
+        QVERIFY(target);
+        const QPoint targetAt = centreOf(target);
+        QTest::touchEvent(m_view.get(), touch).press(0, targetAt);
+        QTest::touchEvent(m_view.get(), touch).release(0, targetAt);
+        if (m_shares)
+            m_shares->succeed = true;
+
+        QTRY_COMPARE(messages.count(), 1);
+        QString text = expected;
+        if (platform == OTSharePlatformSaveImage && status == 1) {
+            const QStringList files = QDir(folder).entryList(QDir::Files);
+            QCOMPARE(files.size(), 1);
+            const QString path = QDir(folder).filePath(files.first());
+            QCOMPARE(OTDesktopSocialServiceBackend::lastSavedImagePath(), path);
+            text.replace(QStringLiteral("<path>"), path);
+            // The picture there is the screen, at the window's pixel ratio.
+            QImageReader reader(path);
+            QCOMPARE(reader.format(), QByteArray("png"));
+            QCOMPARE(reader.size(), (QSizeF(375, 667) * m_view->effectiveDevicePixelRatio()).toSize());
+        }
+        const QString said = messages.first().at(0).toString();
+        QVERIFY2(status == 2 ? said.startsWith(text) : said == text, qPrintable(said));
+        QCOMPARE(messages.first().at(1).toInt(), status);
+        // Nothing claims the quote was posted.
+        QVERIFY(!said.contains(QLatin1String("Shared")));
+        QCOMPARE(announced.count(), 0);
+        QCOMPARE(Global::sharedGlobal()->lastHUBText(), said);
+
+        // The message is in the window, over the viewer, readable in full.
+        QQuickItem *hud = Global::sharedGlobal()->currentHUB();
+        QVERIFY(hud);
+        QCOMPARE(hud->window(), m_view.get());
+        QVERIFY(hud->isVisible());
+        auto *label = findItem(hud, QStringLiteral("OTHUDLabel"));
+        QVERIFY(label);
+        QCOMPARE(label->property("text").toString(), said);
+        QVERIFY(!label->property("truncated").toBool());
+        QQuickItem *boxItem = findItem(hud, QStringLiteral("OTHUDBox"));
+        QVERIFY(boxItem);
+        const QRectF box = boxItem->mapRectToScene(QRectF(0, 0, boxItem->width(), boxItem->height()));
+        QVERIFY(QRectF(0, 0, 375, 667).contains(box));
+
+        if (platform == OTSharePlatformCopyImage) {
+            QVERIFY(QGuiApplication::clipboard()->mimeData()->hasImage());
+            QCOMPARE(QGuiApplication::clipboard()->image().size(),
+                     (QSizeF(375, 667) * m_view->effectiveDevicePixelRatio()).toSize());
+        } else {
+            QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
+        }
+        if (platform == OTSharePlatformWeibo || platform == OTSharePlatformTwitter)
+            QCOMPARE(browser.opened.size(), browserOpens && desktop ? 1 : 0);
+        if (status == 2 && platform == OTSharePlatformSaveImage)
+            QVERIFY(OTDesktopSocialServiceBackend::lastSavedImagePath().isEmpty()
+                    || !OTDesktopSocialServiceBackend::lastSavedImagePath().startsWith(folder));
+        // The chrome is back for the next share.
+        QVERIFY(chromeIsNormal());
     }
 
     // The share picture is the screen's own view at the window's pixel ratio, in the share

@@ -2,11 +2,13 @@
 #include "ServerHarness.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -62,6 +64,61 @@ private Q_SLOTS:
     }
 
     void init() { m_home = std::make_unique<QTemporaryDir>(); }
+
+    // The README's synopsis and the program's own help list the same options, with the same
+    // value names, so that neither drifts from the other.
+    void theReadmeSynopsisListsEveryOption()
+    {
+        const Run help = cli({QStringLiteral("--help")});
+        QCOMPARE(help.exitCode, 0);
+        const QString text = QString::fromUtf8(help.out);
+        const qsizetype optionsAt = text.indexOf(QLatin1String("\nOptions:\n"));
+        QVERIFY(optionsAt >= 0);
+        const QString optionsPart = text.mid(optionsAt, text.indexOf(QLatin1String("\nArguments:"), optionsAt) - optionsAt);
+        // "  -h, --help   ..." and "  --api <URL>   ...": each name, with its value name.
+        QStringList fromHelp;
+        static const QRegularExpression line(QStringLiteral("^  (-\\w, )?(--[\\w-]+)(?: <(\\w+)>)?"),
+                                             QRegularExpression::MultilineOption);
+        for (auto it = line.globalMatch(optionsPart); it.hasNext();) {
+            const QRegularExpressionMatch option = it.next();
+            if (!option.captured(1).isEmpty())
+                fromHelp.append(option.captured(1).chopped(2));
+            fromHelp.append(option.captured(3).isEmpty() ? option.captured(2)
+                                                         : option.captured(2) + u' ' + option.captured(3));
+        }
+        QVERIFY2(fromHelp.size() >= 6, qPrintable(text));
+
+        QFile readme(QStringLiteral(OSTQUOTE_README));
+        QVERIFY(readme.open(QIODevice::ReadOnly | QIODevice::Text));
+        const QString all = QString::fromUtf8(readme.readAll());
+        const qsizetype section = all.indexOf(QLatin1String("## The command-line client"));
+        QVERIFY(section >= 0);
+        const qsizetype open = all.indexOf(QLatin1String("```\n"), section);
+        const qsizetype close = all.indexOf(QLatin1String("```"), open + 4);
+        QVERIFY(open > section && close > open);
+        const QString synopsis = all.mid(open + 4, close - open - 4);
+        QStringList fromReadme;
+        static const QRegularExpression mention(QStringLiteral("(?<![\\w-])(--?[a-z][\\w-]*)(?: ([A-Z][A-Z-]*))?"));
+        for (auto it = mention.globalMatch(synopsis); it.hasNext();) {
+            const QRegularExpressionMatch option = it.next();
+            fromReadme.append(option.captured(2).isEmpty() ? option.captured(1)
+                                                           : option.captured(1) + u' ' + option.captured(2));
+        }
+        fromHelp.sort();
+        fromReadme.sort();
+        fromReadme.removeDuplicates();
+        QCOMPARE(fromReadme, fromHelp);
+
+        // Each of the help options does what it says.
+        for (const QString &option : {QStringLiteral("-h"), QStringLiteral("--help-all")}) {
+            const Run run = cli({option});
+            QCOMPARE(run.exitCode, 0);
+            QCOMPARE(run.out, help.out);
+        }
+        const Run version = cli({QStringLiteral("-v")});
+        QCOMPARE(version.exitCode, 0);
+        QCOMPARE(version.out, QByteArray("ostquote-cli 1.0\n"));
+    }
 
     void todayDayAndBatchPrintRecords()
     {

@@ -3,6 +3,7 @@
 
 #include "DemoHomeViewController.h"
 #include "DemoHost.h"
+#include "DemoSnapshot.h"
 #include "ServerHarness.h"
 #include "HttpFixture.h"
 #include "TextChecks.h"
@@ -127,6 +128,8 @@ class TestDemo : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
+        qmlRegisterType<DemoHomeViewController>("OstQuoteDemo", 1, 0, "DemoHomeViewController");
+        qmlRegisterType<DemoSnapshot>("OstQuoteDemo", 1, 0, "DemoSnapshot");
         TestServer::Options options;
         options.now = kNow;
         QVERIFY2(m_server.start(options), qPrintable(m_server.errorString()));
@@ -198,6 +201,18 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(home.filePath(QStringLiteral("03-home.png"))));
     }
 
+    void helpNamesTheProgram()
+    {
+        QTemporaryDir home;
+        const Run run = runDemo({QStringLiteral("--help")}, freshHeadless(home), 30000);
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.out.section(u'\n', 0, 0), QStringLiteral("Usage: %1 [options]").arg(QStringLiteral(OSTQUOTE_DEMO_BINARY)));
+        QVERIFY(!run.out.contains(QLatin1String("<executable_name>")));
+        for (const char *option : {"--viewer", "--api", "--size", "--tablet", "--tour"})
+            QVERIFY2(run.out.contains(QLatin1String(option)), option);
+        QVERIFY(run.err.isEmpty());
+    }
+
     void badOptionsAreRefused_data()
     {
         QTest::addColumn<QStringList>("arguments");
@@ -265,8 +280,13 @@ private Q_SLOTS:
         // snapshot, with the navigation bar back.
         QCOMPARE(host.stage(), DemoHost::Launching);
         QTRY_COMPARE(host.stage(), DemoHost::Fading);
-        QVERIFY(host.fadeCover());
-        QCOMPARE(host.fadeCover()->size(), QSizeF(375, 667));
+        QPointer<DemoSnapshot> cover = host.fadeCover();
+        QVERIFY(cover);
+        QCOMPARE(cover->size(), QSizeF(375, 667));
+        QCOMPARE(cover->objectName(), QStringLiteral("launchSnapshot"));
+        QVERIFY(cover->isFading());
+        // The cover's skin dissolves it: on the way it is neither there nor gone.
+        QTRY_VERIFY(cover && cover->opacity() > 0.05 && cover->opacity() < 0.95);
         DemoHomeViewController *homeScreen = host.homeViewController();
         QVERIFY(homeScreen);
         QCOMPARE(navigation->viewControllers(), (QList<OTCommonsViewController *>{homeScreen}));
@@ -333,6 +353,79 @@ private Q_SLOTS:
         // One request: today's update. No picture.
         QCOMPARE(pictures.requestCount(), 1);
         QVERIFY(pictures.requests().first().startsWith("GET /api/v2/quote/quotes/today/"));
+        delete navigation;
+        OTUserInfoStore::setStorePath(QString());
+    }
+
+    // Home on a fresh install whose server is down, then up: no promise of a quote beside
+    // the error, and a button that asks again.
+    void aFailedUpdateOffersToTryAgain()
+    {
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        OTUserInfoStore::setStorePath(home.filePath(QStringLiteral("defaults.cbor")));
+        const quint16 port = ot_unusedLoopbackPort();
+        OstAPIClient::sharedClient()->setBaseURL(QUrl(QStringLiteral("http://127.0.0.1:%1").arg(port)));
+
+        QQuickView view;
+        OTNavigationController *navigation = openHostWindow(view);
+        QVERIFY(navigation);
+        DemoHomeViewController *homeScreen = DemoHomeViewController::create(view.engine());
+        QVERIFY(homeScreen);
+        navigation->pushViewController(homeScreen, false);
+        auto item = [&](const char *name) { return homeScreen->findChild<QQuickItem *>(QLatin1String(name)); };
+        QQuickItem *quoteLabel = item("quoteLabel");
+        QQuickItem *statusLabel = item("statusLabel");
+        QQuickItem *retry = item("retryButton");
+        QVERIFY(quoteLabel && statusLabel && retry);
+        QPointingDevice *touch = QTest::createTouchDevice();
+        const auto tap = [&](QQuickItem *target) {
+            const QPoint at = centreOf(target);
+            QTest::touchEvent(&view, touch).press(0, at);
+            QTest::touchEvent(&view, touch).release(0, at);
+        };
+
+        // Asked for, it is "on its way"; failed, it is not, and the reason is there.
+        QCOMPARE(homeScreen->state(), DemoHomeViewController::Updating);
+        QVERIFY(quoteLabel->property("text").toString().contains(QLatin1String("on its way")));
+        QVERIFY(!retry->isVisible());
+        QTRY_COMPARE_WITH_TIMEOUT(homeScreen->state(), DemoHomeViewController::Failed, 20000);
+        QVERIFY2(!quoteLabel->property("text").toString().contains(QLatin1String("on its way")),
+                 qPrintable(quoteLabel->property("text").toString()));
+        QCOMPARE(quoteLabel->property("text").toString(), QStringLiteral("No quote yet."));
+        QVERIFY(statusLabel->isVisible());
+        QVERIFY(statusLabel->property("text").toString().startsWith(QLatin1String("Could not update today's quote")));
+        QVERIFY(retry->isVisible());
+
+        // Still down: trying again fails again, and says so again.
+        QSignalSpy status(homeScreen, &DemoHomeViewController::statusChanged);
+        tap(retry);
+        QCOMPARE(homeScreen->state(), DemoHomeViewController::Updating);
+        QVERIFY(!retry->isVisible());
+        QTRY_COMPARE_WITH_TIMEOUT(homeScreen->state(), DemoHomeViewController::Failed, 20000);
+        QVERIFY(retry->isVisible());
+        QVERIFY(!homeScreen->hasQuote());
+
+        // Up now, on that very port: the next try brings today's quote.
+        TestServer server;
+        TestServer::Options options;
+        options.now = kNow;
+        options.extraArguments = {QStringLiteral("--port"), QString::number(port)};
+        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        QCOMPARE(server.port(), port);
+        tap(retry);
+        QTRY_COMPARE_WITH_TIMEOUT(homeScreen->state(), DemoHomeViewController::Updated, 20000);
+        QVERIFY(homeScreen->hasQuote());
+        QCOMPARE(homeScreen->dayText(), QStringLiteral("2017-03-01"));
+        QCOMPARE(quoteLabel->property("text").toString(), homeScreen->quoteText());
+        QVERIFY(!retry->isVisible());
+        QVERIFY(!statusLabel->isVisible());
+        // A tap while an answer is awaited does not ask twice.
+        homeScreen->retry();
+        homeScreen->retry();
+        QTRY_COMPARE_WITH_TIMEOUT(homeScreen->state(), DemoHomeViewController::Updated, 20000);
+        QTRY_COMPARE(server.requestedQuotes(), (QStringList{"today", "today"}));
+
         delete navigation;
         OTUserInfoStore::setStorePath(QString());
     }

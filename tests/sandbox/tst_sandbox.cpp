@@ -142,6 +142,10 @@ private Q_SLOTS:
         QCOMPARE(help.exitCode, 0);
         for (const char *option : {"--quotes", "--count", "--size", "--today", "--screenshot"})
             QVERIFY2(help.out.contains(QLatin1String(option)), option);
+        // The usage line names the program as it was started.
+        const QString usage = help.out.section(u'\n', 0, 0);
+        QCOMPARE(usage, QStringLiteral("Usage: %1 [options]").arg(QStringLiteral(OSTQUOTE_SANDBOX_BINARY)));
+        QVERIFY(!help.out.contains(QLatin1String("<executable_name>")));
     }
 };
 

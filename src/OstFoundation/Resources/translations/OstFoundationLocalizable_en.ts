@@ -71,5 +71,65 @@
         <source>Back</source>
         <translation>Back</translation>
     </message>
+    <message id="share_result_shared">
+        <source>Shared</source>
+        <translation>Shared</translation>
+    </message>
+    <message id="share_result_page_opened">
+        <source>Opened the %1 share page in your browser</source>
+        <translation>Opened the %1 share page in your browser</translation>
+    </message>
+    <message id="share_result_page_failed">
+        <source>Could not open the %1 share page</source>
+        <translation>Could not open the %1 share page</translation>
+    </message>
+    <message id="share_result_draft_opened">
+        <source>Opened a mail draft</source>
+        <translation>Opened a mail draft</translation>
+    </message>
+    <message id="share_result_draft_failed">
+        <source>Could not open a mail draft</source>
+        <translation>Could not open a mail draft</translation>
+    </message>
+    <message id="share_result_image_saved">
+        <source>Image saved to %1</source>
+        <translation>Image saved to %1</translation>
+    </message>
+    <message id="share_result_save_failed">
+        <source>Could not save the image to %1</source>
+        <translation>Could not save the image to %1</translation>
+    </message>
+    <message id="share_result_save_failed_nowhere">
+        <source>Could not save the image</source>
+        <translation>Could not save the image</translation>
+    </message>
+    <message id="share_result_image_copied">
+        <source>Image copied</source>
+        <translation>Image copied</translation>
+    </message>
+    <message id="share_result_copy_image_failed">
+        <source>Could not copy the image</source>
+        <translation>Could not copy the image</translation>
+    </message>
+    <message id="share_result_link_copied">
+        <source>Link copied</source>
+        <translation>Link copied</translation>
+    </message>
+    <message id="share_result_copy_link_failed">
+        <source>Could not copy the link</source>
+        <translation>Could not copy the link</translation>
+    </message>
+    <message id="share_result_link_opened">
+        <source>Opened the link in your browser</source>
+        <translation>Opened the link in your browser</translation>
+    </message>
+    <message id="share_result_browser_failed">
+        <source>Could not open the browser</source>
+        <translation>Could not open the browser</translation>
+    </message>
+    <message id="share_result_failed">
+        <source>Could not share</source>
+        <translation>Could not share</translation>
+    </message>
 </context>
 </TS>

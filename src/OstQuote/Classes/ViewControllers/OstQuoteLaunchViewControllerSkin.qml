@@ -92,8 +92,9 @@ OstQuoteLaunchViewControllerTemplate {
             elide: Text.ElideMiddle
         }
 
+        // An opaque dark ground: the grey title reads over any picture.
         background: Rectangle {
-            color: OTPalette.ostrelVeilColor
+            color: OTPalette.ostrelButtonOnPictureColor
             border.color: OTPalette.ostrelFontColorSummary
             border.width: 1
             radius: 4
