@@ -33,6 +33,7 @@ class OSTFOUNDATION_EXPORT OTPalette : public QObject
     Q_PROPERTY(QColor ostrelBackgroundColor READ ostrelBackgroundColor CONSTANT)
     Q_PROPERTY(QColor ostrelHUDColor READ ostrelHUDColor CONSTANT)
     Q_PROPERTY(QColor ostrelVeilColor READ ostrelVeilColor CONSTANT)
+    Q_PROPERTY(QColor ostrelFocusColor READ ostrelFocusColor CONSTANT)
     Q_PROPERTY(QString fontFamily READ fontFamily CONSTANT)
     Q_PROPERTY(int coverSlideDuration READ coverSlideDuration CONSTANT)
     Q_PROPERTY(int sheetDuration READ sheetDuration CONSTANT)
@@ -73,6 +74,9 @@ public:
     static QColor ostrelHUDColor() { return QColor::fromRgbF(0, 0, 0, 0.78f); }
     // A light veil behind a button over a picture.
     static QColor ostrelVeilColor() { return QColor::fromRgbF(1, 1, 1, 0.6f); }
+    // The ring round the control that has the keyboard: the brand green, seen on pictures and
+    // on white sheets alike.
+    static QColor ostrelFocusColor() { return ostrelGreen(); }
 
     // One family for Latin and Chinese alike, so that mixed labels sit on one line.
     static QString fontFamily() { return QStringLiteral("Noto Sans CJK SC"); }
