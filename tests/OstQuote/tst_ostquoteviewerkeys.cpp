@@ -274,6 +274,31 @@ private Q_SLOTS:
         waitForRest();
         QCOMPARE(gallery()->currentIndex(), 0);
         QCOMPARE(gallery()->currentQuoteView()->quote()->assign_date(), QStringLiteral("2017-03-01"));
+        // Today's page whole and in its place, whatever the pages met on the way carried.
+        OstQuoteView *today = gallery()->currentQuoteView();
+        QCOMPARE(today->opacity(), 1.0);
+        QCOMPARE(today->contentScale(), 1.0);
+        QCOMPARE(today->position().x(), gallery()->scrollView()->contentOffset().x());
+        // Three days back and Home again: the jump lays the pages it keeps afresh.
+        key(Qt::Key_Left);
+        waitForRest();
+        key(Qt::Key_Left);
+        waitForRest();
+        key(Qt::Key_Left);
+        waitForRest();
+        QCOMPARE(gallery()->currentIndex(), 3);
+        qreal largest = 0;
+        connect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, [&largest, this]() {
+            for (QQuickItem *child : gallery()->scrollView()->subviews()) {
+                if (child->opacity() > 0)
+                    largest = qMax(largest, qobject_cast<OstQuoteView *>(child)->contentScale());
+            }
+        });
+        key(Qt::Key_Home);
+        waitForRest();
+        QVERIFY2(largest <= 1.0, qPrintable(QString::number(largest)));
+        QCOMPARE(gallery()->currentQuoteView()->contentScale(), 1.0);
+        QCOMPARE(gallery()->currentQuoteView()->opacity(), 1.0);
         disconnect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, nullptr);
         QVERIFY2(mostPages <= 4, qPrintable(QString::number(mostPages)));
     }
