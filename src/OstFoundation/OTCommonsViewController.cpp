@@ -28,6 +28,7 @@ const QMetaObject *stackViewClass(const QQuickItem *item)
 OTCommonsViewController::OTCommonsViewController(QQuickItem *parent)
     : QQuickItem(parent)
 {
+    setFlag(ItemIsFocusScope);
 }
 
 OTCommonsViewController::~OTCommonsViewController() = default;
@@ -278,6 +279,8 @@ void OTCommonsViewController::viewWillAppear(bool animated)
 void OTCommonsViewController::viewDidAppear(bool animated)
 {
     Q_UNUSED(animated);
+    if (window())
+        forceActiveFocus(Qt::OtherFocusReason);
     if (!m_visibleOnScreen) {
         m_visibleOnScreen = true;
         Q_EMIT visibleOnScreenChanged();

@@ -25,6 +25,10 @@ Q_MOC_INCLUDE("OTNavigationController.h")
 // made at once gives both calls with `animated` false. These calls come one turn of the event
 // loop after the StackView's change, so that a screen (or its host, told by it) may ask the
 // StackView for the next change: a StackView refuses changes while it makes one.
+//
+// A screen is a focus scope, and the screen that has just appeared takes the keyboard: keys
+// go to the item its skin gives the focus (or to the screen itself), and come back there
+// when the screen is in view again.
 class OSTFOUNDATION_EXPORT OTCommonsViewController : public QQuickItem
 {
     Q_OBJECT

@@ -34,6 +34,7 @@ class OSTFOUNDATION_EXPORT OTPalette : public QObject
     Q_PROPERTY(QColor ostrelHUDColor READ ostrelHUDColor CONSTANT)
     Q_PROPERTY(QColor ostrelVeilColor READ ostrelVeilColor CONSTANT)
     Q_PROPERTY(QColor ostrelButtonOnPictureColor READ ostrelButtonOnPictureColor CONSTANT)
+    Q_PROPERTY(QColor ostrelFocusColor READ ostrelFocusColor CONSTANT)
     Q_PROPERTY(QString fontFamily READ fontFamily CONSTANT)
     Q_PROPERTY(int coverSlideDuration READ coverSlideDuration CONSTANT)
     Q_PROPERTY(int sheetDuration READ sheetDuration CONSTANT)
@@ -83,6 +84,9 @@ public:
     // near-black and opaque, so that the title reads at 5.2:1 whatever the picture (a grey
     // title on a light veil over a light picture reads at 1.5:1).
     static QColor ostrelButtonOnPictureColor() { return QColor(0x1A, 0x1A, 0x1A); }
+    // The ring round the control that has the keyboard: the brand green, seen on pictures and
+    // on white sheets alike.
+    static QColor ostrelFocusColor() { return ostrelGreen(); }
 
     // One family for Latin and Chinese alike, so that mixed labels sit on one line.
     static QString fontFamily() { return QStringLiteral("Noto Sans CJK SC"); }

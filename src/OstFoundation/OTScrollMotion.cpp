@@ -79,6 +79,16 @@ qreal velocityOnAxis(std::span<const Sample> samples, int axis, ulong windowMs)
     return qBound(-MaximumVelocity, velocity, MaximumVelocity);
 }
 
+// How long a paging view takes to settle on a page `way` away: longer the further it goes,
+// within ShortestPageSettleMs and LongestPageSettleMs.
+int pageSettleMs(const Bounds &bounds, QPointF way)
+{
+    const qreal extent = (bounds.vertical && qAbs(way.y()) > qAbs(way.x())) ? bounds.viewport.height()
+                                                                            : bounds.viewport.width();
+    const qreal share = extent > 0 ? length(way) / extent : 1;
+    return qBound(ShortestPageSettleMs, int(ShortestPageSettleMs + 250 * share), LongestPageSettleMs);
+}
+
 } // namespace
 
 QPointF releaseVelocity(std::span<const Sample> samples, bool vertical, ulong windowMs)
@@ -188,9 +198,7 @@ Plan Plan::afterRelease(const Bounds &bounds, bool paging, QPointF from, QPointF
         const QPointF way = target - from;
         const qreal distance = length(way);
         if (distance > AtRest) {
-            const qreal extent = (bounds.vertical && qAbs(way.y()) > qAbs(way.x())) ? height : width;
-            const qreal share = extent > 0 ? distance / extent : 1;
-            const int duration = qBound(ShortestPageSettleMs, int(ShortestPageSettleMs + 250 * share), LongestPageSettleMs);
+            const int duration = pageSettleMs(bounds, way);
             // Leave with the finger's speed as far as an ease-out allows.
             const qreal towards = (velocity.x() * way.x() + velocity.y() * way.y()) / distance;
             const qreal slope = qBound(qreal(2), towards * duration / 1000 / distance, qreal(3));
@@ -247,6 +255,16 @@ Plan Plan::afterRelease(const Bounds &bounds, bool paging, QPointF from, QPointF
         if (reach > AtRest)
             plan.append({from, target, 3, qBound(100, int(3000 * reach / speed), LongestGlideMs)});
     }
+    return plan;
+}
+
+Plan Plan::pageTurn(const Bounds &bounds, QPointF from, QPointF to)
+{
+    Plan plan;
+    plan.m_target = to;
+    const QPointF way = to - from;
+    if (length(way) > AtRest)
+        plan.append({from, to, 2, pageSettleMs(bounds, way)});
     return plan;
 }
 

@@ -117,6 +117,10 @@ public:
     // content let go moving glides on at constant Friction, running a little past an end
     // and back when the view bounces. Empty when the content stays where it is.
     static Plan afterRelease(const Bounds &bounds, bool paging, QPointF from, QPointF dragStart, QPointF velocity);
+    // A turn to the page at `to` asked for without a finger (a key, a wheel): from `from`, which
+    // may lie between pages, eased out over the time a paging view takes to settle that far.
+    // Empty when the content is there already.
+    static Plan pageTurn(const Bounds &bounds, QPointF from, QPointF to);
 
     bool isEmpty() const { return m_count == 0; }
     int segmentCount() const { return m_count; }

@@ -105,6 +105,25 @@ public:
     bool decelerating() const;
     bool animating() const { return m_motion == Motion::Animation; }
 
+    // Turns to the page nearest to `offset` inside the content as a swipe that lands there
+    // does: scrollViewWillBeginDragging, scrollViewWillEndDragging with zero velocity and that
+    // page as its target, the settle to it (scrollViewDidScroll on the way), and
+    // scrollViewDidEndDecelerating. A page more than one page away is reached by a jump to its
+    // neighbour first (reported through scrollViewDidScroll), so the user sees one page turn.
+    // A motion under way stops first; a turn already heading for that page is left to run.
+    // False, and nothing done, without paging, while a finger or the mouse is down, or when
+    // the content already rests on that page.
+    Q_INVOKABLE bool scrollToPage(QPointF offset);
+    // Where the content is heading: the end of the motion under way, else where it is.
+    QPointF targetContentOffset() const;
+    // A finger or the mouse button is down on the view (dragging or not yet).
+    bool isPressed() const { return m_pressed; }
+
+    // A trackpad gesture turns a page once it has moved this far (points).
+    static constexpr qreal TrackpadPageDistance = 80;
+    // Wheel events further apart than this belong to different gestures.
+    static constexpr ulong GesturePauseMs = 200;
+
     // Puts `child` into the content item on top of its siblings; a child that already has
     // a parent item (the content item included) is moved, and to the top. A child without
     // an owner becomes owned by the content item.
@@ -134,6 +153,7 @@ protected:
     void mouseUngrabEvent() override;
     void touchEvent(QTouchEvent *event) override;
     void touchUngrabEvent() override;
+    void wheelEvent(QWheelEvent *event) override;
     void itemChange(ItemChange change, const ItemChangeData &value) override;
     void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;
     QSGNode *updatePaintNode(QSGNode *oldNode, UpdatePaintNodeData *data) override;
@@ -203,4 +223,11 @@ private:
 
     Motion m_motion = Motion::None;
     OTScrollMotion::Plan m_plan;
+
+    // The wheel gesture under way: what it has moved and not yet turned, whether it has
+    // turned its page (a trackpad's), and when its last event came.
+    QPointF m_wheelPending;
+    bool m_wheelGestureTurned = false;
+    bool m_wheelSeen = false;
+    ulong m_wheelTimestamp = 0;
 };

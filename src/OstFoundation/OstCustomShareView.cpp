@@ -5,6 +5,9 @@
 #include "OTSkin.h"
 #include "OTSocialService.h"
 
+#include <QKeyEvent>
+#include <QQuickWindow>
+
 #include <functional>
 
 namespace {
@@ -26,6 +29,8 @@ struct OstCustomShareView::Private
     OTMotion *motion = nullptr;   // the sheet's way to where it is asked to be
     QPointer<OTCommonsViewController> controller;
     QList<QMetaObject::Connection> controllerConnections;
+    // The item that had the keyboard before the panel took it.
+    QPointer<QQuickItem> focusBefore;
 
     OstCustomShareViewDelegate *delegate() const
     {
@@ -73,6 +78,34 @@ struct OstCustomShareView::Private
         q->setZ(top + 1);
     }
 
+    // Takes the keyboard from whatever has it, to give it back later.
+    void takeFocus()
+    {
+        QQuickWindow *window = q->window();
+        QQuickItem *current = window ? window->activeFocusItem() : nullptr;
+        if (current && current != q && !q->isAncestorOf(current))
+            focusBefore = current;
+        q->forceActiveFocus(Qt::PopupFocusReason);
+    }
+
+    // Gives the keyboard back, if the panel has it: to the item that had it before, when that
+    // can still take it, else to the screen.
+    void returnFocus()
+    {
+        if (!q->hasActiveFocus())
+            return;
+        q->setFocus(false);
+        QQuickItem *before = focusBefore.data();
+        focusBefore.clear();
+        if (before && before->window() == q->window() && before->isVisible() && before->isEnabled()) {
+            before->forceActiveFocus(Qt::PopupFocusReason);
+            if (before->hasActiveFocus())
+                return;
+        }
+        if (controller)
+            controller->forceActiveFocus(Qt::PopupFocusReason);
+    }
+
     void detach()
     {
         for (const auto &connection : std::as_const(controllerConnections))
@@ -98,6 +131,7 @@ OstCustomShareView::OstCustomShareView(QQuickItem *parent)
     : QQuickItem(parent)
     , d(new Private(this))
 {
+    setFlag(ItemIsFocusScope);
     d->motion = new OTMotion(this, "presentation");
 }
 
@@ -140,6 +174,7 @@ void OstCustomShareView::showInController(OTCommonsViewController *controller, b
         return;
     }
     d->attach(controller);
+    d->takeFocus();
     d->setShowing(true);
     d->moveTo(1, animated, {});
 }
@@ -148,6 +183,7 @@ void OstCustomShareView::hideWithAnimated(bool animated)
 {
     d->setSystemShareShowing(false);
     d->setShowing(false);
+    d->returnFocus();
     if (!parentItem() || !animated) {
         d->moveTo(0, false, {});
         d->detach();
@@ -171,6 +207,7 @@ void OstCustomShareView::showSystemShareModuleWithActivityItems(const QVariantLi
     }
     m_activityItems = activityItems;
     d->attach(controller);
+    d->takeFocus();
     d->setSystemShareShowing(true);
     d->setShowing(true);
     d->moveTo(1, true, {});
@@ -203,6 +240,21 @@ void OstCustomShareView::moreClicked(QObject *sender)
 void OstCustomShareView::cancelClicked()
 {
     hideWithAnimated(true);
+}
+
+void OstCustomShareView::keyPressEvent(QKeyEvent *event)
+{
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    const int key = event->key();
+    const bool away = (modifiers == Qt::NoModifier
+                       && (key == Qt::Key_Escape || key == Qt::Key_Backspace || key == Qt::Key_Back))
+        || (modifiers == Qt::AltModifier && key == Qt::Key_Left);
+    if (!away || !m_showing) {
+        event->ignore();
+        return;
+    }
+    event->accept();
+    cancelClicked();
 }
 
 void OstCustomShareView::systemShareActivityClicked(const QString &activity)

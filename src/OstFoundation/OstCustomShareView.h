@@ -48,6 +48,11 @@ Q_DECLARE_INTERFACE(OstCustomShareViewDelegate, OstCustomShareViewDelegate_iid)
 // second sheet listing what the desktop offers for the items (copy the link, a mail draft,
 // open in the browser), carried out through OTSocialService.
 //
+// While it is up the panel holds the keyboard: it takes the focus from the screen when it
+// rises (Tab then goes through its buttons) and gives it back to the item that had it when
+// it goes (or to the screen, when that item can no longer take it). Esc, Backspace, Alt+Left
+// and the platform's back key take it away, as cancel does.
+//
 // The delegate is a QObject implementing OstCustomShareViewDelegate, held weakly. The look is
 // the skin OstCustomShareViewSkin.qml (root: this type): it binds the sheets to the state
 // below and eases `presentation` to where the panel asks (a Behavior enabled while
@@ -105,6 +110,9 @@ Q_SIGNALS:
     void presentationAnimatedChanged();
     void showingChanged();
     void systemShareShowingChanged();
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     void setPresentation(qreal presentation);

@@ -266,6 +266,34 @@ private Q_SLOTS:
         }
     }
 
+    // A turn asked for by a key or a wheel: eased out onto the page, as long as a lift that
+    // far would take, from a page or from between pages; nothing when already there.
+    void aPageTurnWithoutAFingerSettlesLikeALift()
+    {
+        const QPointF last(4 * PageWidth, 0);
+        const QPointF next(3 * PageWidth, 0);
+        const Plan whole = Plan::pageTurn(pages(), last, next);
+        QCOMPARE(whole.target(), next);
+        QCOMPARE(whole.segmentCount(), 1);
+        QCOMPARE(whole.offsetAt(0), last);
+        QVERIFY(near(whole.offsetAt(whole.durationMs()), next));
+        QCOMPARE(whole.durationMs(), OTScrollMotion::ShortestPageSettleMs + 250);
+        // From between pages it is shorter, never under the shortest settle.
+        const Plan part = Plan::pageTurn(pages(), QPointF(1300, 0), next);
+        QVERIFY(part.durationMs() < whole.durationMs());
+        QVERIFY(part.durationMs() >= OTScrollMotion::ShortestPageSettleMs);
+        // Monotonic, never past the page.
+        qreal previous = last.x();
+        for (int t = 0; t <= whole.durationMs(); t += 5) {
+            const qreal x = whole.offsetAt(t).x();
+            QVERIFY(x <= previous + 1e-9);
+            QVERIFY(x >= next.x() - 1e-6);
+            previous = x;
+        }
+        QVERIFY(Plan::pageTurn(pages(), next, next).isEmpty());
+        QCOMPARE(Plan::pageTurn(pages(), next, next).target(), next);
+    }
+
     void aFlickMatchedByTheCurveLeavesAtTheFingersSpeed()
     {
         // A turn of one page in about 400 ms at 2.5 times the average: the finger's speed.

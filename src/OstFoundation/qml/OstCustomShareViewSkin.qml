@@ -5,11 +5,17 @@ import OstFoundation
 // The look of the share panel: a dimmed backdrop over the whole screen and a white sheet
 // that rises from the bottom edge: a title, the share targets four to a row (icon over its
 // name), a row with "copy link" and "more", and a cancel bar. The system share route is a
-// second sheet of the same make that takes the first one's place.
+// second sheet of the same make that takes the first one's place. Every button takes the
+// keyboard by Tab, shows a ring while it has it and is pressed by Enter or Space; screen
+// readers find the panel as a dialog and each button by its name.
 OstCustomShareView {
     id: shareView
 
     panel: sheet
+
+    Accessible.role: Accessible.Dialog
+    Accessible.name: shareView.systemShareShowing ? OTLocalizable.string("system_share_title")
+                                                  : OTLocalizable.string("share_view_title")
 
     // The sheet eases to where the panel asks.
     Behavior on presentation {
@@ -42,6 +48,12 @@ OstCustomShareView {
         height: 96
         padding: 0
         enabled: button.view ? button.view.showing : false
+        focusPolicy: Qt.TabFocus
+        Accessible.role: Accessible.Button
+        Accessible.name: button.text
+        Keys.onReturnPressed: button.clicked()
+        Keys.onEnterPressed: button.clicked()
+        background: FocusRing { control: button }
         contentItem: Item {
             // The icon 14 below the top, its name 8 below the icon.
             Image {
@@ -67,6 +79,18 @@ OstCustomShareView {
         }
     }
 
+    // The ring round a button that has the keyboard.
+    component FocusRing: Rectangle {
+        id: ring
+        property T.AbstractButton control
+        objectName: ring.control ? ring.control.objectName + "FocusRing" : ""
+        color: "transparent"
+        radius: 4
+        border.width: 2
+        border.color: OTPalette.ostrelFocusColor
+        visible: ring.control ? ring.control.visualFocus : false
+    }
+
     // A full-width bar with a centred label: the sheets' cancel.
     component BarButton: T.AbstractButton {
         id: bar
@@ -75,7 +99,15 @@ OstCustomShareView {
         height: 50
         padding: 0
         enabled: bar.view ? bar.view.showing : false
-        background: Rectangle { color: bar.pressed ? OTPalette.ostrelPressedColor : OTPalette.ostrelWhite }
+        focusPolicy: Qt.TabFocus
+        Accessible.role: Accessible.Button
+        Accessible.name: bar.text
+        Keys.onReturnPressed: bar.clicked()
+        Keys.onEnterPressed: bar.clicked()
+        background: Rectangle {
+            color: bar.pressed ? OTPalette.ostrelPressedColor : OTPalette.ostrelWhite
+            FocusRing { control: bar; anchors.fill: parent }
+        }
         contentItem: Text {
             text: bar.text
             horizontalAlignment: Text.AlignHCenter

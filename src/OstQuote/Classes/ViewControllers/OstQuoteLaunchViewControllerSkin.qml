@@ -81,6 +81,12 @@ OstQuoteLaunchViewControllerTemplate {
         implicitHeight: implicitContentHeight + topPadding + bottomPadding
         text: screen.buttonTitle
         font.pixelSize: 13
+        // Tab reaches it (a ring shows it), Enter or Space opens the viewer.
+        focusPolicy: Qt.TabFocus
+        Accessible.role: Accessible.Button
+        Accessible.name: pressToView.text
+        Keys.onReturnPressed: pressToView.clicked()
+        Keys.onEnterPressed: pressToView.clicked()
 
         contentItem: Text {
             text: pressToView.text
@@ -95,8 +101,8 @@ OstQuoteLaunchViewControllerTemplate {
         // An opaque dark ground: the grey title reads over any picture.
         background: Rectangle {
             color: OTPalette.ostrelButtonOnPictureColor
-            border.color: OTPalette.ostrelFontColorSummary
-            border.width: 1
+            border.color: pressToView.visualFocus ? OTPalette.ostrelFocusColor : OTPalette.ostrelFontColorSummary
+            border.width: pressToView.visualFocus ? 2 : 1
             radius: 4
         }
     }

@@ -12,6 +12,7 @@
 #include <OTSocialService.h>
 
 #include <QClipboard>
+#include <QKeyEvent>
 #include <QGuiApplication>
 #include <OTSkin.h>
 #include <QQmlComponent>
@@ -91,6 +92,10 @@ void OstQuoteViewController::setupSubviews()
     if (m_galleryView) {
         m_galleryView->setDataSource(this);
         m_galleryView->setDelegate(this);
+        connect(m_galleryView, &OstQuoteGalleryView::currentIndexChanged, this,
+                &OstQuoteViewController::dayInViewChanged);
+        connect(m_galleryView, &OstQuoteGalleryView::numberOfQuotesChanged, this,
+                &OstQuoteViewController::dayInViewChanged);
     }
     setChrome(Normal);
 }
@@ -104,8 +109,10 @@ void OstQuoteViewController::requestQuoteWithDate(const QString &date, bool shou
         [this, date, shouldReload](OstQuotePtr quote, const OTError &) {
             if (!quote || quote->assign_date().isNull())
                 return;
-            if (date == QLatin1String("today"))
+            if (date == QLatin1String("today")) {
                 setDateToday(ot_dateFromStringFormatDate(quote->assign_date()));
+                Q_EMIT dayInViewChanged();
+            }
             m_quotes.insert(quote->assign_date(), quote);
             if (shouldReload && m_galleryView)
                 m_galleryView->reloadData();
@@ -135,6 +142,52 @@ void OstQuoteViewController::galleryViewDidScrollToIndex(OstQuoteGalleryView *ga
     const QString own = convertToDateStringWithIndex(index);
     if (!m_quotes.contains(own))
         requestQuoteWithDate(own, false);
+}
+
+// Keys
+
+void OstQuoteViewController::keyPressEvent(QKeyEvent *event)
+{
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    const int key = event->key();
+    const bool back = (modifiers == Qt::NoModifier
+                       && (key == Qt::Key_Escape || key == Qt::Key_Backspace || key == Qt::Key_Back))
+        || (modifiers == Qt::AltModifier && key == Qt::Key_Left);
+    if (back) {
+        event->accept();
+        if (isSharePanelShowing())
+            m_shareView->hideWithAnimated(true);
+        else
+            backAction();
+        return;
+    }
+    // Paging waits while the share panel is up.
+    if (modifiers != Qt::NoModifier || !m_galleryView || isSharePanelShowing()) {
+        event->ignore();
+        return;
+    }
+    // The page to the left is the day before.
+    const qint64 from = m_galleryView->landingIndex();
+    switch (key) {
+    case Qt::Key_Left:
+    case Qt::Key_PageUp:
+        m_galleryView->scrollToIndexAnimated(from + 1);
+        break;
+    case Qt::Key_Right:
+    case Qt::Key_PageDown:
+        m_galleryView->scrollToIndexAnimated(from - 1);
+        break;
+    case Qt::Key_Home:
+        m_galleryView->scrollToIndexAnimated(0);
+        break;
+    case Qt::Key_End:
+        m_galleryView->scrollToIndexAnimated(m_galleryView->numberOfQuotes() - 1);
+        break;
+    default:
+        event->ignore();
+        return;
+    }
+    event->accept();
 }
 
 // Navigation
@@ -184,23 +237,51 @@ QUrl OstQuoteViewController::logoImage() const
     return OstQuoteResourceHelper::imageURL(QStringLiteral("ostrel_logo_quote"));
 }
 
+QString OstQuoteViewController::backTitle() const
+{
+    return OstQuoteResourceHelper::LocalizedString(QStringLiteral("quote_viewer_back"));
+}
+
+QString OstQuoteViewController::shareTitle() const
+{
+    return OstQuoteResourceHelper::LocalizedString(QStringLiteral("quote_viewer_share"));
+}
+
+QString OstQuoteViewController::dayInView()
+{
+    if (!m_galleryView || m_galleryView->numberOfQuotes() <= 0)
+        return QString();
+    return OstQuoteView::spokenDate(convertToDateStringWithIndex(m_galleryView->currentIndex()));
+}
+
 // Sharing
 
 OstCustomShareView *OstQuoteViewController::shareView()
 {
     if (!m_shareView) {
-        m_shareView = OstCustomShareView::create(qmlEngineForScene());
-        if (m_shareView) {
-            m_shareView->setParent(this);
-            m_shareView->setDelegate(this);
+        OstCustomShareView *panel = OstCustomShareView::create(qmlEngineForScene());
+        if (panel) {
+            panel->setParent(this);
+            panel->setDelegate(this);
         }
+        setShareView(panel);
     }
     return m_shareView;
 }
 
 void OstQuoteViewController::setShareView(OstCustomShareView *shareView)
 {
+    if (m_shareView == shareView)
+        return;
+    const bool wasShowing = isSharePanelShowing();
+    if (m_shareView)
+        disconnect(m_shareView, &OstCustomShareView::showingChanged, this, nullptr);
     m_shareView = shareView;
+    if (m_shareView)
+        connect(m_shareView, &OstCustomShareView::showingChanged, this,
+                &OstQuoteViewController::sharePanelShowingChanged);
+    if (wasShowing != isSharePanelShowing())
+        Q_EMIT sharePanelShowingChanged();
 }
 
 void OstQuoteViewController::shareAction()

@@ -26,9 +26,16 @@ class QQmlEngine;
 // page is filled from the answers kept so far whenever the gallery asks for it. Nothing is
 // retried or reported: a day that failed is simply asked for again at the next rest.
 //
+// Without touch: Left and PageUp turn to the day before, Right and PageDown to the day after,
+// Home to today and End to the first day, each as a swipe would (the wheel pages through the
+// gallery's scroll view the same way). Esc, Backspace, Alt+Left and the platform's back key
+// close the share panel when it is up, and otherwise take the user back from the screen,
+// whatever the chrome shows.
+//
 // The look is the skin OstQuoteViewControllerSkin.qml (root: this type), which declares the
 // gallery (handed over through galleryView), the two buttons and the logo, and shows the
-// buttons or the logo as `chrome` says.
+// buttons or the logo as `chrome` says. The buttons stand back while the share panel is up,
+// which holds the keyboard then.
 class OSTQUOTE_EXPORT OstQuoteViewController : public OTCommonsViewController,
                                                public OstQuoteGalleryViewDataSource,
                                                public OstQuoteGalleryViewDelegate,
@@ -48,6 +55,14 @@ class OSTQUOTE_EXPORT OstQuoteViewController : public OTCommonsViewController,
     Q_PROPERTY(QUrl shareImage READ shareImage CONSTANT)
     Q_PROPERTY(QUrl shareHighlightImage READ shareHighlightImage CONSTANT)
     Q_PROPERTY(QUrl logoImage READ logoImage CONSTANT)
+
+    // What screen readers say for the two buttons.
+    Q_PROPERTY(QString backTitle READ backTitle CONSTANT)
+    Q_PROPERTY(QString shareTitle READ shareTitle CONSTANT)
+    // The day of the page in view in full ("Wednesday, 1 March 2017"); empty until the
+    // gallery has pages. It changes when the gallery comes to rest on another day.
+    Q_PROPERTY(QString dayInView READ dayInView NOTIFY dayInViewChanged)
+    Q_PROPERTY(bool sharePanelShowing READ isSharePanelShowing NOTIFY sharePanelShowingChanged)
 
 public:
     // What lies over the gallery. Normal: the back and share buttons, no logo. Screenshot (the
@@ -112,12 +127,19 @@ public:
     QUrl shareImage() const;
     QUrl shareHighlightImage() const;
     QUrl logoImage() const;
+    QString backTitle() const;
+    QString shareTitle() const;
+    QString dayInView();
+    bool isSharePanelShowing() const { return m_shareView && m_shareView->isShowing(); }
 
 Q_SIGNALS:
     void chromeChanged();
+    void dayInViewChanged();
+    void sharePanelShowingChanged();
 
 protected:
     void viewDidLoad() override;
+    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     void commonInit();

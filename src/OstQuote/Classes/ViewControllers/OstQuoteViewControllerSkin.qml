@@ -1,33 +1,63 @@
 import QtQuick
 import QtQuick.Templates as T
+import OstFoundation
 import OstQuote
 
 // The look of the quote viewer: the gallery fills the screen; the back button sits over the
 // top left corner, the share button over the top right, each a 60 × 40 touch area with its
 // image against the outer edge; the logo (shown only in share pictures) at the top right.
 // Stacking, bottom to top: gallery, back button, share button, logo. The buttons are there
-// in the Normal chrome, the logo in the Screenshot one.
+// in the Normal chrome, the logo in the Screenshot one. The keyboard starts on the gallery,
+// which tells screen readers the day in view; Tab reaches the buttons, each ringed while it
+// has the keyboard, and Enter or Space presses them. While the share panel is up they stand
+// back.
 OstQuoteViewControllerTemplate {
     id: screen
 
     galleryView: gallery
 
-    OstQuoteGalleryView {
-        id: gallery
-        anchors.fill: parent
-    }
-
-    T.AbstractButton {
-        id: back
-        objectName: "backButton"
+    // A button over the picture: a ring while it has the keyboard, and Enter presses it as
+    // Space does.
+    component ChromeButton: T.AbstractButton {
+        id: chromeButton
+        property OstQuoteViewControllerTemplate viewer
         width: 60
         height: 40
+        padding: 0
+        focusPolicy: Qt.TabFocus
+        enabled: chromeButton.viewer ? !chromeButton.viewer.sharePanelShowing : false
+        visible: chromeButton.viewer ? chromeButton.viewer.chrome === OstQuoteViewController.Normal : false
+        Accessible.role: Accessible.Button
+        Keys.onReturnPressed: chromeButton.clicked()
+        Keys.onEnterPressed: chromeButton.clicked()
+        background: Rectangle {
+            objectName: chromeButton.objectName + "FocusRing"
+            color: "transparent"
+            radius: 4
+            border.width: 2
+            border.color: OTPalette.ostrelFocusColor
+            visible: chromeButton.visualFocus
+        }
+    }
+
+    OstQuoteGalleryView {
+        id: gallery
+        objectName: "galleryView"
+        anchors.fill: parent
+        focus: true
+        Accessible.role: Accessible.Pane
+        Accessible.name: screen.dayInView
+    }
+
+    ChromeButton {
+        id: back
+        viewer: screen
+        objectName: "backButton"
         anchors.left: parent.left
         anchors.leftMargin: 15
         anchors.top: parent.top
         anchors.topMargin: 25
-        padding: 0
-        visible: screen.chrome === OstQuoteViewController.Normal
+        Accessible.name: screen.backTitle
         contentItem: Item {
             Image {
                 anchors.left: parent.left
@@ -38,17 +68,15 @@ OstQuoteViewControllerTemplate {
         onClicked: screen.backAction()
     }
 
-    T.AbstractButton {
+    ChromeButton {
         id: share
+        viewer: screen
         objectName: "shareButton"
-        width: 60
-        height: 40
         anchors.right: parent.right
         anchors.rightMargin: 15
         anchors.top: parent.top
         anchors.topMargin: 25
-        padding: 0
-        visible: screen.chrome === OstQuoteViewController.Normal
+        Accessible.name: screen.shareTitle
         contentItem: Item {
             Image {
                 anchors.right: parent.right
@@ -68,5 +96,6 @@ OstQuoteViewControllerTemplate {
         anchors.rightMargin: 18
         source: screen.logoImage
         visible: screen.chrome === OstQuoteViewController.Screenshot
+        Accessible.ignored: true
     }
 }

@@ -130,6 +130,40 @@ void OstQuoteGalleryView::reloadData()
     scrollViewDidEndDecelerating(m_scrollView);
 }
 
+QPointF OstQuoteGalleryView::offsetOfIndex(qint64 index) const
+{
+    return QPointF(double(m_numberOfQuotes - 1 - index) * width(), 0);
+}
+
+qint64 OstQuoteGalleryView::landingIndex() const
+{
+    const double w = width();
+    if (m_numberOfQuotes <= 0 || !(w > 0))
+        return 0;
+    const qint64 index = m_numberOfQuotes - 1 - qRound64(m_scrollView->targetContentOffset().x() / w);
+    return qBound(qint64(0), index, m_numberOfQuotes - 1);
+}
+
+bool OstQuoteGalleryView::scrollToIndexAnimated(qint64 index)
+{
+    if (m_numberOfQuotes <= 0 || !(width() > 0) || m_scrollView->isPressed())
+        return false;
+    index = qBound(qint64(0), index, m_numberOfQuotes - 1);
+    const qint64 from = landingIndex();
+    if (qAbs(index - from) > 1) {
+        // A long way: the gallery jumps next to the page and comes to rest there, with pages
+        // made afresh (those it had carry the last swipe's depth effect for other places),
+        // then turns the last page.
+        const qint64 next = index + (from > index ? 1 : -1);
+        for (QQuickItem *child : m_scrollView->subviews())
+            removeFromSuperview(child);
+        m_scrollView->setContentOffset(offsetOfIndex(next));
+        m_readyCurrentIndex = next;
+        scrollViewDidEndDecelerating(m_scrollView);
+    }
+    return m_scrollView->scrollToPage(offsetOfIndex(index));
+}
+
 OstQuoteView *OstQuoteGalleryView::currentQuoteView() const
 {
     OstQuoteView *result = nullptr;

@@ -77,6 +77,18 @@ public:
     // Asks the data source for the count again, sizes the content, scrolls (animated) to the
     // current page, makes one more page for it and settles as after a swipe.
     Q_INVOKABLE void reloadData();
+    // Turns to the page of `index` (held to the pages there are) as a swipe that lands there
+    // does: the delegate learns the index when the turn begins, the page being left shrinks
+    // and fades, and the gallery settles on it as after a swipe. A page further than one away
+    // is reached by a jump to its neighbour, whose pages are made afresh, and one page turn.
+    // Keys, the wheel and other ways in that have no finger use this. False, and nothing done,
+    // before the first reload, while a finger is on the gallery, or when the gallery already
+    // rests on that page.
+    Q_INVOKABLE bool scrollToIndexAnimated(qint64 index);
+    // The index the gallery rests on, or the one the turn under way lands on: where the next
+    // page turn counts from. 0 before the first reload.
+    qint64 landingIndex() const;
+
     // The topmost page of the current index, or null.
     OstQuoteView *currentQuoteView() const;
     // A page for the data source to fill, already on top of the scroll view's children.
@@ -106,6 +118,8 @@ private:
     OstQuoteGalleryViewDelegate *delegateInterface() const;
     // Removes a page from the scroll view; it is released unless the pool holds it.
     void removeFromSuperview(QQuickItem *view);
+    // The content offset that shows `index`.
+    QPointF offsetOfIndex(qint64 index) const;
     // Applies the depth transition to one page.
     void transition(OstQuoteView *page, double x);
 

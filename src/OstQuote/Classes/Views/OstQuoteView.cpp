@@ -4,6 +4,7 @@
 #include <OTMotion.h>
 #include <OTSkin.h>
 
+#include <QLocale>
 #include <QQmlEngine>
 
 namespace {
@@ -48,6 +49,7 @@ void OstQuoteView::setQuote(const OstQuotePtr &quote)
     if (day.isValid()) {
         m_dayText = descriptionWithFormat(day, QStringLiteral("dd"));
         m_monthYearText = descriptionWithFormat(day, QStringLiteral("MMM. yyyy"), QStringLiteral("en_GB"));
+        m_dateText = spokenDate(q->assign_date());
     }
     if (q && !q->origin_img_urls().isEmpty()) {
         const QUrl url(q->origin_img_urls().constFirst(), QUrl::StrictMode);
@@ -58,6 +60,13 @@ void OstQuoteView::setQuote(const OstQuotePtr &quote)
     }
     Q_EMIT textsChanged();
     Q_EMIT quoteChanged();
+}
+
+QString OstQuoteView::spokenDate(const QString &dayKey)
+{
+    if (!ot_dateFromStringFormatDate(dayKey).isValid())
+        return QString();
+    return QLocale().toString(QDate::fromString(dayKey, QStringLiteral("yyyy-MM-dd")), QLocale::LongFormat);
 }
 
 void OstQuoteView::setItemIndex(qint64 index)

@@ -34,6 +34,8 @@ class OSTQUOTE_EXPORT OstQuoteView : public QQuickItem
     Q_PROPERTY(QString contentText READ contentText NOTIFY textsChanged)
     Q_PROPERTY(QString dayText READ dayText NOTIFY textsChanged)
     Q_PROPERTY(QString monthYearText READ monthYearText NOTIFY textsChanged)
+    // The day in full, as screen readers say it (the labels show it in short).
+    Q_PROPERTY(QString dateText READ dateText NOTIFY textsChanged)
     Q_PROPERTY(QUrl imageSource READ imageSource NOTIFY imageSourceChanged)
     // How far the bottom cover sits below its place: 0 in view, 250 out of view. Set here to
     // where the cover is asked to go; the skin's slide writes the steps on the way.
@@ -81,6 +83,10 @@ public:
     QString contentText() const { return m_contentText; }
     QString dayText() const { return m_dayText; }
     QString monthYearText() const { return m_monthYearText; }
+    QString dateText() const { return m_dateText; }
+    // The day `dayKey` ("yyyy-MM-dd") in full in the reader's language (QLocale()):
+    // "Wednesday, 1 March 2017", "2017年3月1日星期三". Empty for anything but a day key.
+    static QString spokenDate(const QString &dayKey);
     QUrl imageSource() const { return m_imageSource; }
     qreal coverOffset() const { return m_coverOffset; }
     bool coverAnimated() const { return m_coverAnimated; }
@@ -121,6 +127,7 @@ private:
     QString m_contentText;
     QString m_dayText;
     QString m_monthYearText;
+    QString m_dateText;
     QUrl m_imageSource;
     qreal m_coverOffset = 0;
     qreal m_contentScale = 1;

@@ -5,8 +5,13 @@ import OstQuote
 // The look of a quote page: picture, top cover, and the bottom cover with the text stacked
 // upwards from its bottom edge. An empty label takes no room: the label above it closes the
 // gap by the empty label's line height. The cover slides to the offset the page asks for.
+// Screen readers find the date, the sentence, its translation and the author as text, in
+// that order; the pictures are decoration.
 OstQuoteView {
     id: page
+
+    Accessible.role: Accessible.Pane
+    Accessible.name: page.dateText
 
     backgroundImageView: background
     coverView: cover
@@ -35,6 +40,7 @@ OstQuoteView {
             source: page.imageSource
             fillMode: Image.PreserveAspectCrop
             clip: true
+            Accessible.ignored: true
             asynchronous: true
             cache: true
             // Decoded at the size it is shown in device pixels, not at the picture's own.
@@ -52,6 +58,7 @@ OstQuoteView {
             anchors.bottomMargin: -page.coverOffset
             height: 250
 
+            // Declared in reading order: the date, the sentence, its translation, the author.
             Text {
                 id: day
                 objectName: "dateDayLabel"
@@ -62,6 +69,9 @@ OstQuoteView {
                 textFormat: Text.PlainText
                 font.pixelSize: 50
                 color: OTPalette.ostrelGreen
+                // Read out as the whole day, for both date labels.
+                Accessible.role: Accessible.StaticText
+                Accessible.name: page.dateText
             }
             Text {
                 id: monthYear
@@ -74,20 +84,24 @@ OstQuoteView {
                 textFormat: Text.PlainText
                 font.pixelSize: 20
                 color: OTPalette.ostrelGreen
+                Accessible.ignored: true
             }
             Text {
-                id: author
-                objectName: "authorLabel"
-                anchors.right: parent.right
-                anchors.rightMargin: 18
-                anchors.bottom: parent.bottom
-                anchors.bottomMargin: 20
-                text: page.authorText
+                id: content
+                objectName: "contentLabel"
+                anchors.bottom: translation.top
+                anchors.bottomMargin: 15 - (page.translationText.length > 0 ? 0 : translation.height)
+                anchors.left: translation.left
+                anchors.right: translation.right
+                text: page.contentText
                 textFormat: Text.PlainText
-                font.pixelSize: 15
+                wrapMode: Text.Wrap
+                font.pixelSize: 16
                 color: OTPalette.ostrelFontColorWhite
                 style: Text.Outline
                 styleColor: OTPalette.ostrelShadowColor
+                Accessible.role: Accessible.StaticText
+                Accessible.name: content.text
             }
             Text {
                 id: translation
@@ -105,21 +119,24 @@ OstQuoteView {
                 color: OTPalette.ostrelFontColorWhite
                 style: Text.Outline
                 styleColor: OTPalette.ostrelShadowColor
+                Accessible.role: Accessible.StaticText
+                Accessible.name: translation.text
             }
             Text {
-                id: content
-                objectName: "contentLabel"
-                anchors.bottom: translation.top
-                anchors.bottomMargin: 15 - (page.translationText.length > 0 ? 0 : translation.height)
-                anchors.left: translation.left
-                anchors.right: translation.right
-                text: page.contentText
+                id: author
+                objectName: "authorLabel"
+                anchors.right: parent.right
+                anchors.rightMargin: 18
+                anchors.bottom: parent.bottom
+                anchors.bottomMargin: 20
+                text: page.authorText
                 textFormat: Text.PlainText
-                wrapMode: Text.Wrap
-                font.pixelSize: 16
+                font.pixelSize: 15
                 color: OTPalette.ostrelFontColorWhite
                 style: Text.Outline
                 styleColor: OTPalette.ostrelShadowColor
+                Accessible.role: Accessible.StaticText
+                Accessible.name: author.text
             }
         }
 

@@ -21,5 +21,15 @@
         <source>Shared</source>
         <translation>Shared</translation>
     </message>
+    <message id="quote_viewer_back">
+        <extracomment>The viewer's back button, for screen readers</extracomment>
+        <source>Back</source>
+        <translation>Back</translation>
+    </message>
+    <message id="quote_viewer_share">
+        <extracomment>The viewer's share button, for screen readers</extracomment>
+        <source>Share</source>
+        <translation>Share</translation>
+    </message>
 </context>
 </TS>

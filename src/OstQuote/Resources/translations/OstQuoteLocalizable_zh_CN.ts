@@ -21,5 +21,15 @@
         <source>Shared</source>
         <translation>分享成功</translation>
     </message>
+    <message id="quote_viewer_back">
+        <extracomment>The viewer's back button, for screen readers</extracomment>
+        <source>Back</source>
+        <translation>返回</translation>
+    </message>
+    <message id="quote_viewer_share">
+        <extracomment>The viewer's share button, for screen readers</extracomment>
+        <source>Share</source>
+        <translation>分享</translation>
+    </message>
 </context>
 </TS>

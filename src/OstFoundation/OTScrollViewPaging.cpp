@@ -1,0 +1,128 @@
+// OTScrollView's ways to turn pages without a finger: scrollToPage() for keys and the like,
+// and the wheel, whose notches and trackpad gestures each turn one page through it.
+
+#include "OTScrollView.h"
+
+#include <QDateTime>
+#include <QPointer>
+#include <QWheelEvent>
+
+#include <cmath>
+
+namespace {
+
+// `at` moved to within one `extent` of `to`, on one axis.
+qreal nextTo(qreal at, qreal to, qreal extent)
+{
+    if (qAbs(to - at) <= extent)
+        return at;
+    return to > at ? to - extent : to + extent;
+}
+
+qreal sign(qreal value)
+{
+    return value > 0 ? 1 : (value < 0 ? -1 : 0);
+}
+
+} // namespace
+
+QPointF OTScrollView::targetContentOffset() const
+{
+    return m_motion != Motion::None ? m_plan.target() : m_contentOffset;
+}
+
+bool OTScrollView::scrollToPage(QPointF offset)
+{
+    if (!std::isfinite(offset.x()) || !std::isfinite(offset.y())) {
+        qWarning("OTScrollView: ignoring a page offset that is not finite");
+        return false;
+    }
+    if (!m_pagingEnabled || m_pressed || width() <= 0 || height() <= 0)
+        return false;
+    const OTScrollMotion::Bounds limits = bounds();
+    const QPointF target(OTScrollMotion::nearestPage(offset.x(), limits.maximum.x(), width()),
+                         limits.vertical ? OTScrollMotion::nearestPage(offset.y(), limits.maximum.y(), height())
+                                         : m_contentOffset.y());
+    if (m_motion == Motion::Deceleration && m_plan.target() == target)
+        return true;
+    if (m_motion == Motion::None && m_contentOffset == target)
+        return false;
+    stopMotion();
+
+    QPointer<OTScrollView> alive(this);
+    // From afar, the last page only: the content jumps next to the target first.
+    applyOffset(QPointF(nextTo(m_contentOffset.x(), target.x(), width()),
+                        nextTo(m_contentOffset.y(), target.y(), height())));
+    if (!alive || m_pressed || m_motion != Motion::None)
+        return false;
+
+    // Then it goes as a swipe that lands on the page: begun, lifted without speed, settled.
+    setDragging(true);
+    Q_EMIT scrollViewWillBeginDragging(this);
+    if (!alive || m_pressed || !m_dragging)
+        return false;
+    const QPointF from = m_contentOffset;
+    Q_EMIT scrollViewWillEndDragging(this, QPointF(), target);
+    if (!alive)
+        return false;
+    setDragging(false);
+    // The callbacks may have moved the content or started something of their own.
+    if (m_pressed || m_motion != Motion::None || m_contentOffset != from)
+        return true;
+    const OTScrollMotion::Plan plan = OTScrollMotion::Plan::pageTurn(bounds(), from, target);
+    if (plan.isEmpty()) {
+        Q_EMIT scrollViewDidEndDecelerating(this);
+        return true;
+    }
+    startMotion(Motion::Deceleration, plan);
+    return true;
+}
+
+void OTScrollView::wheelEvent(QWheelEvent *event)
+{
+    if (!m_pagingEnabled || m_pressed || !isEnabled() || width() <= 0 || height() <= 0) {
+        event->ignore();
+        return;
+    }
+    event->accept();
+
+    // Events without a time (made by hand) are timed on arrival.
+    ulong timestamp = event->timestamp();
+    if (timestamp == 0)
+        timestamp = ulong(QDateTime::currentMSecsSinceEpoch());
+    const bool newGesture = !m_wheelSeen || event->phase() == Qt::ScrollBegin || timestamp < m_wheelTimestamp
+        || timestamp - m_wheelTimestamp > GesturePauseMs;
+    m_wheelSeen = true;
+    m_wheelTimestamp = timestamp;
+    if (newGesture) {
+        m_wheelPending = QPointF();
+        m_wheelGestureTurned = false;
+    }
+
+    // A trackpad says how far the fingers moved in points; a wheel gives angles, 120 a notch.
+    const bool trackpad = !event->pixelDelta().isNull();
+    if (trackpad && m_wheelGestureTurned)
+        return;
+    QPointF delta = trackpad ? QPointF(event->pixelDelta()) : QPointF(event->angleDelta());
+    if (!scrollsVertically())
+        delta = QPointF(qAbs(delta.x()) >= qAbs(delta.y()) ? delta.x() : delta.y(), 0);
+    m_wheelPending += delta;
+
+    const qreal step = trackpad ? TrackpadPageDistance : 120;
+    qreal pagesX = std::trunc(m_wheelPending.x() / step);
+    qreal pagesY = std::trunc(m_wheelPending.y() / step);
+    if (pagesX == 0 && pagesY == 0)
+        return;
+    if (trackpad) {
+        // One page per gesture, however far it goes on.
+        pagesX = sign(pagesX);
+        pagesY = sign(pagesY);
+        m_wheelGestureTurned = true;
+        m_wheelPending = QPointF();
+    } else {
+        m_wheelPending -= QPointF(pagesX * step, pagesY * step);
+    }
+    // The content moves against the wheel, on from the page it is heading for.
+    const QPointF from = targetContentOffset();
+    scrollToPage(QPointF(from.x() - pagesX * width(), from.y() - pagesY * height()));
+}
