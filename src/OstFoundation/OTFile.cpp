@@ -1,5 +1,6 @@
 #include "OTFile.h"
 
+#include <QCborStreamReader>
 #include <QFile>
 #include <QFileInfo>
 
@@ -97,4 +98,21 @@ std::optional<QByteArray> ot_readRegularFile(const QString &path, qint64 maxByte
         return fail(error, path, QStringLiteral("larger than %1").arg(ot_byteCountDescription(maxBytes)));
     return bytes;
 #endif
+}
+
+std::optional<QCborValue> ot_cborValueFromBytes(const QByteArray &bytes, QString *reason)
+{
+    QCborStreamReader reader(bytes);
+    QCborValue value = QCborValue::fromCbor(reader);
+    if (reader.lastError() != QCborError::NoError) {
+        if (reason)
+            *reason = QStringLiteral("not CBOR: %1 at byte %2").arg(reader.lastError().toString()).arg(reader.currentOffset());
+        return std::nullopt;
+    }
+    if (const qint64 extra = bytes.size() - reader.currentOffset(); extra > 0) {
+        if (reason)
+            *reason = QStringLiteral("%1 after the end of the data").arg(ot_byteCountDescription(extra));
+        return std::nullopt;
+    }
+    return value;
 }

@@ -4,6 +4,7 @@
 #include "OTError.h"
 
 #include <QByteArray>
+#include <QCborValue>
 #include <QString>
 
 #include <optional>
@@ -21,3 +22,9 @@ OSTFOUNDATION_EXPORT std::optional<QByteArray> ot_readRegularFile(const QString 
 
 // "1 MiB", "512 KiB", "300 bytes": a byte count as the messages above write it.
 OSTFOUNDATION_EXPORT QString ot_byteCountDescription(qint64 bytes);
+
+// The one CBOR data item that `bytes` hold, or nothing with `reason` set ("not CBOR: ...",
+// "3 bytes after the end of the data"). Bytes after the item make the whole undecodable:
+// what a writer of one item left there was damaged since, and reading only the part that
+// still parses would lose the rest when the file is next written.
+OSTFOUNDATION_EXPORT std::optional<QCborValue> ot_cborValueFromBytes(const QByteArray &bytes, QString *reason);

@@ -316,11 +316,11 @@ OTModelPtr OTModel::unarchiveObjectWithData(const QByteArray &data, OTError *err
 {
     if (data.isEmpty())
         return fail(error, QStringLiteral("empty archive"));
-    QCborParserError parseError;
-    QCborValue value = QCborValue::fromCbor(data, &parseError);
-    if (parseError.error != QCborError::NoError)
-        return fail(error, QStringLiteral("damaged archive: %1 at byte %2")
-                               .arg(parseError.errorString()).arg(parseError.offset));
+    QString reason;
+    std::optional<QCborValue> decoded = ot_cborValueFromBytes(data, &reason);
+    if (!decoded)
+        return fail(error, QStringLiteral("damaged archive: %1").arg(reason));
+    QCborValue value = *std::move(decoded);
     if (value.isTag() && value.tag() == QCborTag(QCborKnownTags::Signature))
         value = value.taggedValue();
     if (!value.isMap())

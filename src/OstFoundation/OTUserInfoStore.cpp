@@ -47,20 +47,17 @@ Contents readFile(const QString &path)
         contents.state = Contents::Unreadable;
         return contents;
     }
-    QCborParserError parseError;
-    const QCborValue value = QCborValue::fromCbor(*bytes, &parseError);
+    const std::optional<QCborValue> value = bytes->isEmpty() ? std::nullopt : ot_cborValueFromBytes(*bytes, &contents.reason);
     if (bytes->isEmpty())
         contents.reason = QStringLiteral("the file is empty");
-    else if (parseError.error != QCborError::NoError)
-        contents.reason = QStringLiteral("not CBOR: %1").arg(parseError.errorString());
-    else if (!value.isMap())
+    else if (value && !value->isMap())
         contents.reason = QStringLiteral("not a dictionary");
     if (!contents.reason.isEmpty()) {
         contents.state = Contents::Undecodable;
         return contents;
     }
     contents.state = Contents::Dictionary;
-    contents.dictionary = value.toMap().toVariantMap();
+    contents.dictionary = value->toMap().toVariantMap();
     return contents;
 }
 

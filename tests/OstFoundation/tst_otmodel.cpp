@@ -213,6 +213,7 @@ private Q_SLOTS:
         twice.replace(once, once + once);
         twice.replace(QByteArray(1, char(0xa1)) + once + once, QByteArray(1, char(0xa2)) + once + once);
         QTest::newRow("a property twice") << twice;
+        QTest::newRow("bytes after the archive") << archive(QStringLiteral("Sample"), 1, goodProperties) + QByteArray("\x01", 1);
     }
     void foreignArchivesAreErrors()
     {

@@ -122,6 +122,7 @@ private Q_SLOTS:
         QTest::newRow("random bytes") << QByteArray::fromHex("ff13a07c9be2551d0c") << true;
         QTest::newRow("empty") << QByteArray() << true;
         QTest::newRow("an array, not a dictionary") << QByteArray::fromHex("83010203") << false;
+        QTest::newRow("a dictionary with bytes after it") << QByteArray::fromHex("a1616101ff13a07c") << true;
     }
 
     void damagedFilesAreMovedAsideWhole()
