@@ -1,5 +1,7 @@
 #include "QuoteDatabase.h"
 
+#include <OTDate.h>
+
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
@@ -102,16 +104,6 @@ qint64 QuoteAssigner::assign(const QDate &day)
     m_history.emplace(julianDay, id);
     ++m_uses[id];
     return id;
-}
-
-std::optional<QDate> ostDayFromKey(const QString &key)
-{
-    if (key.size() != 10)
-        return std::nullopt;
-    const QDate day = QDate::fromString(key, QStringLiteral("yyyy-MM-dd"));
-    if (!day.isValid() || day.toString(Qt::ISODate) != key)
-        return std::nullopt;
-    return day;
 }
 
 namespace {
@@ -289,29 +281,46 @@ int QuoteDatabase::seed(const QList<DatasetQuote> &quotes)
 
     QSqlQuery query(db);
     query.setForwardOnly(true);
-    if (!query.exec(QStringLiteral("SELECT id, content FROM quotes")))
+    if (!query.exec(QStringLiteral("SELECT id, content, author, translation FROM quotes")))
         return abandon(QStringLiteral("cannot read the quotes"), query);
-    QHash<QString, qint64> known;
+    struct Known
+    {
+        qint64 id;
+        QString author;
+        QString translation;
+    };
+    QHash<QString, Known> known;
     qint64 lastId = 0;
     while (query.next()) {
         const qint64 id = query.value(0).toLongLong();
         lastId = std::max(lastId, id);
-        known.insert(query.value(1).toString(), id);
+        known.insert(query.value(1).toString(), {id, query.value(2).toString(), query.value(3).toString()});
     }
     query.finish();
 
     QSqlQuery insert(db);
     insert.prepare(QStringLiteral("INSERT INTO quotes (id, author, content, translation) VALUES (?, ?, ?, ?)"));
+    QSqlQuery correct(db);
+    correct.prepare(QStringLiteral("UPDATE quotes SET author = ?, translation = ? WHERE id = ?"));
     QList<qint64> datasetIds;
     datasetIds.reserve(quotes.size());
     int added = 0;
     for (const DatasetQuote &quote : quotes) {
         const auto found = known.constFind(quote.content);
         if (found != known.cend()) {
-            datasetIds.append(*found);
+            datasetIds.append(found->id);
+            // A quote is its sentence: a dataset that corrects its author or translation
+            // corrects the stored quote, and every day that shows it.
+            if (found->author != quote.author || found->translation != quote.translation) {
+                correct.addBindValue(quote.author);
+                correct.addBindValue(quote.translation);
+                correct.addBindValue(found->id);
+                if (!correct.exec())
+                    return abandon(QStringLiteral("cannot correct a quote"), correct);
+            }
             continue;
         }
-        known.insert(quote.content, ++lastId);
+        known.insert(quote.content, {++lastId, quote.author, quote.translation});
         datasetIds.append(lastId);
         insert.addBindValue(lastId);
         insert.addBindValue(quote.author);
@@ -376,15 +385,15 @@ int QuoteDatabase::assignThrough(const QDate &lastDay)
     QStringList badKeys;
     while (query.next()) {
         const QString key = query.value(0).toString();
-        const std::optional<QDate> day = ostDayFromKey(key);
-        if (!day) {
+        const QDate day = ot_dayFromKey(key);
+        if (!day.isValid()) {
             badKeys.append(key);
             continue;
         }
         bool isNumber = false;
         const qint64 id = query.value(1).toLongLong(&isNumber);
         if (isNumber && usable.contains(id))
-            history.emplace(day->toJulianDay(), id);
+            history.emplace(day.toJulianDay(), id);
         else
             orphaned.insert(key);
     }
@@ -439,12 +448,12 @@ std::optional<QList<DayQuote>> QuoteDatabase::days(const QDate &from, const QDat
     while (query.next()) {
         // Keys such as "2017-01-01x" sort inside the range; only real days are served.
         const QString key = query.value(0).toString();
-        const std::optional<QDate> day = ostDayFromKey(key);
-        if (!day || *day < from || *day > to)
+        const QDate day = ot_dayFromKey(key);
+        if (!day.isValid() || day < from || day > to)
             continue;
         DayQuote entry;
         entry.key = key;
-        entry.day = *day;
+        entry.day = day;
         entry.quoteId = query.value(1).toLongLong();
         entry.author = query.value(2).toString().trimmed();
         entry.content = query.value(3).toString().trimmed();

@@ -44,9 +44,6 @@ private:
     std::map<qint64, qint64> m_history;  // Julian day -> quote id
 };
 
-// `key` as a day when it is a day key written exactly as "yyyy-MM-dd" names a real day.
-std::optional<QDate> ostDayFromKey(const QString &key);
-
 // The quote store: quotes (seeded from the dataset) and the day -> quote table. The same
 // schema on SQLite and PostgreSQL. Used from one thread (the main thread); several servers
 // may share one database, and every change is made in a transaction that holds the
@@ -67,9 +64,10 @@ public:
     // tables when they are not there.
     bool open(const DatabaseLocation &location);
 
-    // Adds the dataset's quotes that the store does not have yet (matched by content), and
-    // makes the dataset's quotes the pool that new days are dealt from (quotes that left the
-    // dataset keep the days they have). The number added, or -1.
+    // Adds the dataset's quotes that the store does not have yet (matched by content), takes
+    // the dataset's author and translation for those it has, and makes the dataset's quotes
+    // the pool that new days are dealt from (quotes that left the dataset keep the days they
+    // have). The number added, or -1.
     int seed(const QList<DatasetQuote> &quotes);
 
     // Gives every day from the first quote day through `lastDay` that has no quote yet, or

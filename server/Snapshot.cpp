@@ -58,8 +58,8 @@ QString Snapshot::missReason(std::string_view path) const
 
     const QString key = QString::fromLatin1(segment.data(), qsizetype(segment.size()));
     // The form alone, whatever the zone: a day the zone skipped is still a day.
-    const QDate date = QDate::fromString(key, Qt::ISODate);
-    if (key.size() != 10 || !date.isValid() || date.toString(Qt::ISODate) != key)
+    const QDate date = ot_dayFromKey(key);
+    if (!date.isValid())
         return QStringLiteral("%1is not a day: days are written yyyy-MM-dd").arg(quotedIfPrintable(segment));
     if (date < ostFirstQuoteDay())
         return QStringLiteral("there is no %1 before %2").arg(what, ostFirstQuoteDay().toString(Qt::ISODate));

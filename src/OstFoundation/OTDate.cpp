@@ -44,7 +44,7 @@ QDateTime firstInstantOf(QDate day, const QTimeZone &zone)
 
 } // namespace
 
-QDateTime ot_dateFromStringFormatDate(const QString &dayKey)
+QDate ot_dayFromKey(QStringView dayKey)
 {
     // Exactly dddd-dd-dd; QDate::fromString alone would accept one-digit fields and
     // surrounding text.
@@ -54,8 +54,12 @@ QDateTime ot_dateFromStringFormatDate(const QString &dayKey)
         if (!isDigit(dayKey.at(i)))
             return {};
     }
-    const QStringView key(dayKey);
-    const QDate day(digits(key.mid(0, 4)), digits(key.mid(5, 2)), digits(key.mid(8, 2)));
+    return QDate(digits(dayKey.mid(0, 4)), digits(dayKey.mid(5, 2)), digits(dayKey.mid(8, 2)));
+}
+
+QDateTime ot_dateFromStringFormatDate(const QString &dayKey)
+{
+    const QDate day = ot_dayFromKey(dayKey);
     if (!day.isValid())
         return {};
     return firstInstantOf(day, OTClock::timeZone());

@@ -12,6 +12,10 @@
 // The pattern of a day key.
 inline constexpr const char *OTDayKeyFormat = "yyyy-MM-dd";
 
+// The calendar day that `dayKey` names, whatever the zone; an invalid QDate for anything that
+// is not exactly a valid day key: "2016-02-30", "2016-1-5", " 2016-10-01", "2016-10-01x".
+OSTFOUNDATION_EXPORT QDate ot_dayFromKey(QStringView dayKey);
+
 // The instant at which the day `dayKey` begins in the foundation's time zone. Null for
 // anything that is not exactly a valid day key: "2016-02-30", "2016-1-5", " 2016-10-01",
 // "2016-10-01x" all give a null date time.

@@ -155,6 +155,52 @@ private Q_SLOTS:
         }
     }
 
+    void aCorrectedDatasetCorrectsTheStoredQuotes()
+    {
+        QTemporaryDir dir;
+        DatabaseLocation location;
+        location.path = dir.filePath(u"quotes.sqlite"_s);
+        QList<DatasetQuote> dataset;
+        for (int i = 1; i <= 5; ++i)
+            dataset.append({u"Author %1"_s.arg(i), u"Sentence %1."_s.arg(i), u"第%1句。"_s.arg(i)});
+        OTClock::setTimeZone(QTimeZone::utc());
+        OTClock::setNow(QDateTime(QDate(2016, 10, 3), QTime(12, 0), QTimeZone::utc()));
+        QHash<QString, qint64> before;
+        {
+            QuoteDatabase database;
+            QVERIFY2(database.open(location), qPrintable(database.errorString()));
+            QCOMPARE(database.seed(dataset), 5);
+            QVERIFY(database.assignThrough(QDate(2016, 10, 10)) > 0);
+            const std::optional<QList<DayQuote>> days = database.days(QDate(2016, 10, 1), QDate(2016, 10, 10));
+            QVERIFY(days);
+            for (const DayQuote &quote : *days)
+                before.insert(quote.key, quote.quoteId);
+        }
+
+        // The same sentence, its author and translation corrected: no new quote, the same
+        // days, the corrected fields wherever it shows.
+        dataset[2].author = u"Right Author"_s;
+        dataset[2].translation = u"第三句。"_s;
+        QuoteDatabase database;
+        QVERIFY2(database.open(location), qPrintable(database.errorString()));
+        QCOMPARE(database.seed(dataset), 0);
+        const std::optional<QList<DayQuote>> days = database.days(QDate(2016, 10, 1), QDate(2016, 10, 10));
+        QVERIFY(days);
+        QCOMPARE(days->size(), before.size());
+        int shown = 0;
+        for (const DayQuote &quote : *days) {
+            QCOMPARE(quote.quoteId, before.value(quote.key));
+            if (quote.content == u"Sentence 3."_s) {
+                QCOMPARE(quote.author, u"Right Author"_s);
+                QCOMPARE(quote.translation, u"第三句。"_s);
+                ++shown;
+            } else {
+                QVERIFY(quote.author.startsWith(u"Author "_s));
+            }
+        }
+        QVERIFY(shown > 0);
+    }
+
     void storedRowsAreNotTakenOnTrust()
     {
         QTemporaryDir dir;
