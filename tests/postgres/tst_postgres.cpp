@@ -17,17 +17,23 @@
 #include <unistd.h>
 
 // ostquote-server processes started at the same moment, each on its own loopback port and
-// with the same pinned clock, so that they meet the same days at once.
+// with the same pinned clock, so that they meet the same days at once. Each may seed from a
+// dataset of its own (`datasets[i]`, the built-in one where there is none).
 class ServerGroup
 {
 public:
     ~ServerGroup() { stop(); }
 
-    bool start(int count, const QString &database, const QString &now, QString *error)
+    bool start(int count, const QString &database, const QString &now, QString *error,
+               const QList<QList<QStringList>> &datasets = {})
     {
         stop();
         m_dir = std::make_unique<QTemporaryDir>();
         for (int i = 0; i < count; ++i) {
+            QStringList arguments{"--host", "127.0.0.1", "--port", "0", "--database", database, "--time-zone", "UTC",
+                                  "--access-log", m_dir->filePath(QString("access-%1.log").arg(i))};
+            if (i < datasets.size())
+                arguments << "--dataset" << writeDataset(m_dir->filePath(QString("quotes-%1.json").arg(i)), datasets[i]);
             auto process = std::make_unique<QProcess>();
             QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
             env.insert("OSTQUOTE_NOW", now);
@@ -36,9 +42,7 @@ public:
             env.insert("XDG_DATA_HOME", m_dir->filePath(QString("data-%1").arg(i)));
             process->setProcessEnvironment(env);
             process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-            process->start(OSTQUOTE_SERVER_BINARY, {"--host", "127.0.0.1", "--port", "0", "--database", database,
-                                                    "--time-zone", "UTC", "--access-log",
-                                                    m_dir->filePath(QString("access-%1.log").arg(i))});
+            process->start(OSTQUOTE_SERVER_BINARY, arguments);
             m_processes.push_back(std::move(process));
         }
         static const QRegularExpression listening("listening on (http://\\S+)");
@@ -237,10 +241,19 @@ private Q_SLOTS:
 
         // Two servers come up at once on the empty database: both create the tables, seed
         // the quotes and deal the days through 2017-03-18. Seconds later their midnight comes
-        // and both deal 2017-03-19 at the same moment.
+        // and both deal 2017-03-19 at the same moment. They seed from different pools (400
+        // quotes each, 300 of them shared), so left to itself each would deal other quotes:
+        // only the database can make them agree.
+        const auto pool = [](int from) {
+            QList<QStringList> quotes;
+            for (int i = from; i < from + 400; ++i)
+                quotes.append({QString("Author %1").arg(i), QString("Sentence number %1.").arg(i), QString("第%1句。").arg(i)});
+            return quotes;
+        };
+        const QList<QList<QStringList>> pools = {pool(1), pool(101)};
         ServerGroup servers;
         QString error;
-        QVERIFY2(servers.start(2, database, "2017-03-11T23:59:54Z", &error), qPrintable(error));
+        QVERIFY2(servers.start(2, database, "2017-03-11T23:59:54Z", &error, pools), qPrintable(error));
         const QList<QUrl> urls = servers.urls();
         for (const QUrl &url : urls)
             QTRY_COMPARE_WITH_TIMEOUT(get(url, "/api/v2/quote/quotes/today/").value("assign_date").toString(),
@@ -267,7 +280,7 @@ private Q_SLOTS:
 
         // Both started together again fifteen months on: both deal the 455 days they have
         // not seen, at the same moment. Every day is then asked of both, all at once.
-        QVERIFY2(servers.start(2, database, "2018-06-10T12:00:00Z", &error), qPrintable(error));
+        QVERIFY2(servers.start(2, database, "2018-06-10T12:00:00Z", &error, pools), qPrintable(error));
         requests.clear();
         QStringList keys;
         for (QDate day(2016, 10, 1); day <= QDate(2018, 6, 17); day = day.addDays(1)) {
