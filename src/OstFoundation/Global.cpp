@@ -1,5 +1,6 @@
 #include "Global.h"
 
+#include "OTHUD.h"
 #include "OTMotion.h"
 #include "OTSkin.h"
 
@@ -101,11 +102,9 @@ void Global::showHUB(const QString &text, int status)
                 m_ownEngine = new QQmlEngine(this);
             engine = m_ownEngine;
         }
-        auto *hub = OTSkin::createAs<QQuickItem>(engine, kHUDSkinURL, "_otHUDSkin");
+        auto *hub = OTSkin::createAs<OTHUD>(engine, kHUDSkinURL, "_otHUDSkin");
         if (hub) {
-            hub->setObjectName(QStringLiteral("OTHUD"));
-            hub->setProperty("text", text);
-            hub->setProperty("status", status);
+            hub->setMessage(text, status);
             // It goes with the window, and lies over everything in it.
             QQuickItem *content = window->contentItem();
             hub->setParent(content);
@@ -116,7 +115,7 @@ void Global::showHUB(const QString &text, int status)
             hub->setZ(qMax<qreal>(top + 1, 10000));
 
             // In full view for its time, then it fades (the skin's motion) and goes.
-            auto *fade = new OTMotion(hub, "opacity");
+            auto *fade = new OTMotion(hub, "presentation");
             QTimer::singleShot(HUBDuration, hub, [hub, fade]() {
                 fade->moveTo(0, [hub]() {
                     hub->setParentItem(nullptr);

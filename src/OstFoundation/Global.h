@@ -7,7 +7,7 @@
 #include <QString>
 
 class QQmlEngine;
-class QQuickItem;
+class OTHUD;
 class QQuickWindow;
 
 // App-wide services of the foundation. showHUB puts a transient message (a "HUD") over the
@@ -40,6 +40,6 @@ private:
     explicit Global(QObject *parent = nullptr);
     QString m_lastText;
     int m_lastStatus = 0;
-    QPointer<QQuickItem> m_hub;
+    QPointer<OTHUD> m_hub;
     QPointer<QQmlEngine> m_ownEngine;
 };

@@ -3,17 +3,15 @@ import OstFoundation
 
 // A transient message over a window: a dark rounded box in the middle, white text, with a
 // tick (status 1) or a cross (status 2) above the text. It lets every touch through. When
-// its time is up it is asked for opacity 0, and fades there.
-Item {
+// its time is up it is asked for presentation 0, and fades there.
+OTHUD {
     id: hud
     objectName: "OTHUD"
 
-    property string text
-    property int status: 0
-
     anchors.fill: parent
+    opacity: presentation
 
-    Behavior on opacity {
+    Behavior on presentation {
         NumberAnimation { duration: OTPalette.fadeDuration }
     }
 
