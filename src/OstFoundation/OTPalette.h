@@ -25,6 +25,7 @@ class OSTFOUNDATION_EXPORT OTPalette : public QObject
     Q_PROPERTY(QColor ostrelFontColorSecondary READ ostrelFontColorSecondary CONSTANT)
     Q_PROPERTY(QColor ostrelFontColorBody READ ostrelFontColorBody CONSTANT)
     Q_PROPERTY(QColor ostrelFontColorAside READ ostrelFontColorAside CONSTANT)
+    Q_PROPERTY(QColor ostrelFontColorLaunchQuote READ ostrelFontColorLaunchQuote CONSTANT)
     Q_PROPERTY(QColor ostrelErrorColor READ ostrelErrorColor CONSTANT)
     Q_PROPERTY(QColor ostrelPressedColor READ ostrelPressedColor CONSTANT)
     Q_PROPERTY(QColor ostrelSeparatorColor READ ostrelSeparatorColor CONSTANT)
@@ -64,6 +65,8 @@ public:
     static QColor ostrelFontColorSecondary() { return QColor(0x8E, 0x8E, 0x93); }
     static QColor ostrelFontColorBody() { return QColor(0x55, 0x55, 0x55); }
     static QColor ostrelFontColorAside() { return QColor(0x66, 0x66, 0x66); }
+    // The sentence on a launch screen, under its picture: #484848.
+    static QColor ostrelFontColorLaunchQuote() { return QColor(0x48, 0x48, 0x48); }
     // What went wrong.
     static QColor ostrelErrorColor() { return QColor(0xC0, 0x39, 0x2B); }
     // A white bar while pressed.

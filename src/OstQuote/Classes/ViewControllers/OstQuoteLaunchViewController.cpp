@@ -8,6 +8,7 @@
 #include <OTDate.h>
 #include <OTDevice.h>
 #include <OTNavigationController.h>
+#include <OTPalette.h>
 #include <OTSkin.h>
 
 #include <QDebug>
@@ -98,17 +99,8 @@ void OstQuoteLaunchViewController::viewDidLoad()
     OTCommonsViewController::viewDidLoad();
     if (OTNavigationController *navigation = navigationController())
         navigation->setNavigationBarHidden(true, false);
-    configureSubviews();
     loadCachedQuote();
     fetchQuotes();
-}
-
-void OstQuoteLaunchViewController::configureSubviews()
-{
-    // The skin has laid out the picture, the logo, the sentence and the button, back to
-    // front; the button's action is ours.
-    if (m_button)
-        connect(m_button, SIGNAL(clicked()), this, SLOT(buttonPressed()), Qt::UniqueConnection);
 }
 
 void OstQuoteLaunchViewController::renderQuote(const OstQuotePtr &quote)
@@ -116,7 +108,7 @@ void OstQuoteLaunchViewController::renderQuote(const OstQuotePtr &quote)
     const QString content = quote ? quote->content() : QString();
     m_quoteText = content.isNull() ? QString::fromLatin1(DefaultQuote) : content;
     m_quoteLineSpacing = kQuoteLineSpacing;
-    m_quoteColor = QColor::fromRgbF(72.0 / 255.0, 72.0 / 255.0, 72.0 / 255.0, 1.0);
+    m_quoteColor = OTPalette::ostrelFontColorLaunchQuote();
     QFont font(quoteFontFamily());
     font.setWeight(QFont::Light);
     font.setPixelSize(OTDevice::currentDevice()->userInterfaceIdiom() == OTDevice::Pad ? kPadQuoteFontSize

@@ -97,7 +97,6 @@ public:
     QTimer *timer() const { return m_timer; }
 
     // Views.
-    void configureSubviews();
     // Draws `quote` (null: the fixed sentence and the default picture).
     void renderQuote(const OstQuotePtr &quote);
 

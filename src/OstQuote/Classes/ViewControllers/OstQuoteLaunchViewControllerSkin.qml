@@ -87,6 +87,7 @@ OstQuoteLaunchViewControllerTemplate {
         Accessible.name: pressToView.text
         Keys.onReturnPressed: pressToView.clicked()
         Keys.onEnterPressed: pressToView.clicked()
+        onClicked: screen.buttonPressed()
 
         contentItem: Text {
             text: pressToView.text
