@@ -46,6 +46,20 @@ public:
             });
     }
 
+    // Ends what is under way before the thread goes: the replies are aborted and the
+    // manager, its connections and its own HTTP thread are torn down while this thread's
+    // event loop still runs, so that nothing Qt defers to it is left behind.
+    void shutDown()
+    {
+        if (!m_manager)
+            return;
+        for (QNetworkReply *reply : m_manager->findChildren<QNetworkReply *>())
+            reply->abort();
+        m_manager->clearConnectionCache();
+        delete m_manager;
+        m_manager = nullptr;
+    }
+
 private:
     QNetworkAccessManager *m_manager = nullptr;
     QString m_cacheDirectory;
@@ -62,6 +76,8 @@ OTImagePrefetcher::~OTImagePrefetcher()
 {
     if (m_networkThread) {
         // Requests still under way go with the network access manager, on its own thread.
+        auto *network = static_cast<OTImagePrefetcherNetwork *>(m_network);
+        QMetaObject::invokeMethod(network, [network]() { network->shutDown(); }, Qt::BlockingQueuedConnection);
         m_networkThread->quit();
         m_networkThread->wait();
         delete m_networkThread;
