@@ -8,14 +8,36 @@
 QNetworkReply *OTRequestGuard::send(QNetworkAccessManager *manager, QNetworkRequest request, const QByteArray &verb,
                                     const QByteArray &body, const Limits &limits, BodyMode mode, Finished finished)
 {
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
-    request.setMaximumRedirectsAllowed(MaximumRedirects);
+    limitRedirects(request);
     QNetworkReply *reply = verb == "GET"    ? manager->get(request)
                            : verb == "HEAD" ? manager->head(request)
                                             : manager->sendCustomRequest(request, verb, body);
     // Owned by the reply, so gone with it.
     new OTRequestGuard(reply, request.url(), verb != "HEAD", limits, mode, std::move(finished));
     return reply;
+}
+
+void OTRequestGuard::limitRedirects(QNetworkRequest &request)
+{
+    // Followed inside the one reply (a maker that asked to follow them itself would start a
+    // new request, and a new deadline, at each), at most MaximumRedirects of them.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    request.setMaximumRedirectsAllowed(MaximumRedirects);
+}
+
+void OTRequestGuard::watch(QNetworkReply *reply, const Limits &limits)
+{
+    auto *deadline = new QTimer(reply);
+    deadline->setSingleShot(true);
+    deadline->setTimerType(Qt::PreciseTimer);
+    connect(deadline, &QTimer::timeout, reply, &QNetworkReply::abort);
+    connect(reply, &QNetworkReply::finished, deadline, &QTimer::stop);
+    deadline->start(limits.timeout);
+    const qint64 maximumSize = limits.maximumSize;
+    connect(reply, &QNetworkReply::downloadProgress, reply, [reply, maximumSize](qint64 received, qint64 total) {
+        if (received > maximumSize || total > maximumSize)
+            reply->abort();
+    });
 }
 
 QString OTRequestGuard::describeTimeout(int milliseconds)

@@ -57,6 +57,13 @@ public:
     static QNetworkReply *send(QNetworkAccessManager *manager, QNetworkRequest request, const QByteArray &verb,
                                const QByteArray &body, const Limits &limits, BodyMode mode, Finished finished);
 
+    // The same limits for a reply that its maker reads itself (Qt Quick's Image does): call
+    // limitRedirects() on the request before it is sent and watch() on its reply. A limit
+    // hit aborts the reply, whose reader then sees it fail (OperationCanceledError); the
+    // size is checked as the download progresses.
+    static void limitRedirects(QNetworkRequest &request);
+    static void watch(QNetworkReply *reply, const Limits &limits);
+
     // "15 s", "1.5 s"; "4 MiB", "64 KiB", "1000 bytes".
     static QString describeTimeout(int milliseconds);
     static QString describeSize(qint64 bytes);

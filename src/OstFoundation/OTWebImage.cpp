@@ -5,7 +5,6 @@
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QTimer>
 #include <QNetworkDiskCache>
 #include <QQmlEngine>
 #include <QStandardPaths>
@@ -14,9 +13,10 @@ namespace {
 
 constexpr qint64 kMaximumCacheSize = 50 * 1024 * 1024;
 
-// Qt Quick's Image reads its reply itself, so the limits are kept from outside it: a
-// deadline that aborts the reply, a cut-off as soon as the body (or its announced length)
-// passes the largest picture, and a bounded number of redirects.
+// Qt Quick's Image reads its reply itself, so the foundation's request limits are kept from
+// outside it (OTRequestGuard::watch): one deadline for the picture, redirects included, a
+// cut-off as soon as the body (or its announced length) passes the largest picture, and at
+// most a few redirects, followed inside the one reply.
 class PictureNetworkAccessManager : public QNetworkAccessManager
 {
 public:
@@ -26,21 +26,12 @@ protected:
     QNetworkReply *createRequest(Operation operation, const QNetworkRequest &original, QIODevice *data) override
     {
         QNetworkRequest request(original);
-        request.setMaximumRedirectsAllowed(OTRequestGuard::MaximumRedirects);
+        OTRequestGuard::limitRedirects(request);
         // A picture's address names one picture for good: one in the cache is shown from
         // there at once, without asking the server whether it is still fresh.
         request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::PreferCache);
         QNetworkReply *reply = QNetworkAccessManager::createRequest(operation, request, data);
-        auto *deadline = new QTimer(reply);
-        deadline->setSingleShot(true);
-        deadline->setTimerType(Qt::PreciseTimer);
-        connect(deadline, &QTimer::timeout, reply, &QNetworkReply::abort);
-        connect(reply, &QNetworkReply::finished, deadline, &QTimer::stop);
-        deadline->start(OTWebImage::PictureTimeout);
-        connect(reply, &QNetworkReply::downloadProgress, reply, [reply](qint64 received, qint64 total) {
-            if (received > OTWebImage::MaximumPictureSize || total > OTWebImage::MaximumPictureSize)
-                reply->abort();
-        });
+        OTRequestGuard::watch(reply, {OTWebImage::PictureTimeout, OTWebImage::MaximumPictureSize});
         return reply;
     }
 };
