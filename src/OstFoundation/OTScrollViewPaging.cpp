@@ -1,5 +1,5 @@
 // OTScrollView's ways to turn pages without a finger: scrollToPage() for keys and the like,
-// and the wheel, whose notches and trackpad gestures each turn one page through it.
+// and the wheel, whose events and trackpad gestures each turn one page through it.
 
 #include "OTScrollView.h"
 
@@ -113,15 +113,15 @@ void OTScrollView::wheelEvent(QWheelEvent *event)
     qreal pagesY = std::trunc(m_wheelPending.y() / step);
     if (pagesX == 0 && pagesY == 0)
         return;
-    if (trackpad) {
-        // One page per gesture, however far it goes on.
-        pagesX = sign(pagesX);
-        pagesY = sign(pagesY);
+    // One page per event, however many notches it carries (a wheel spun fast sends them
+    // together), and one per trackpad gesture, however far it goes on: each turn goes from
+    // the page in view or the one the content is heading for to its neighbour, as a swipe
+    // would, never jumping over a page.
+    pagesX = sign(pagesX);
+    pagesY = sign(pagesY);
+    m_wheelPending = QPointF();
+    if (trackpad)
         m_wheelGestureTurned = true;
-        m_wheelPending = QPointF();
-    } else {
-        m_wheelPending -= QPointF(pagesX * step, pagesY * step);
-    }
     // The content moves against the wheel, on from the page it is heading for.
     const QPointF from = targetContentOffset();
     scrollToPage(QPointF(from.x() - pagesX * width(), from.y() - pagesY * height()));

@@ -321,6 +321,36 @@ private Q_SLOTS:
         QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-26")));
     }
 
+    // A wheel spun fast: two notches in one event, then notches that come while the page is
+    // still turning. Each turns one day from where the content is heading, and no page
+    // shows bigger than whole or off its place on the way.
+    void aFastWheelTurnsDayByDayWithTheDepthEffect()
+    {
+        openViewerOnToday();
+        qreal largest = 0;
+        connect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, [&largest, this]() {
+            for (QQuickItem *child : gallery()->scrollView()->subviews()) {
+                if (child->opacity() > 0)
+                    largest = qMax(largest, qobject_cast<OstQuoteView *>(child)->contentScale());
+            }
+        });
+        wheel({0, 240}, {}, 500);
+        waitForRest();
+        QCOMPARE(gallery()->currentIndex(), 1);
+        wheel({0, 120}, {}, 500);
+        QTest::qWait(60);
+        wheel({0, 120}, {}, 60);
+        waitForRest();
+        disconnect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, nullptr);
+        QCOMPARE(gallery()->currentIndex(), 3);
+        QVERIFY2(largest <= 1.0, qPrintable(QString::number(largest)));
+        OstQuoteView *page = gallery()->currentQuoteView();
+        QCOMPARE(page->opacity(), 1.0);
+        QCOMPARE(page->contentScale(), 1.0);
+        QCOMPARE(page->position().x(), gallery()->scrollView()->contentOffset().x());
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-25")));
+    }
+
     // --- The way out ----------------------------------------------------------------------
 
     void backKeysLeaveTheViewer_data()
