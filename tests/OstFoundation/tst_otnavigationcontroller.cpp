@@ -5,6 +5,7 @@
 
 #include <OTNavigationController.h>
 
+#include <QAccessible>
 #include <QQmlEngine>
 #include <QQuickView>
 #include <QRegularExpression>
@@ -429,6 +430,29 @@ private Q_SLOTS:
         const QPoint at = centreOf(backButton());
         QTest::touchEvent(m_view.get(), touch).press(0, at);
         QTest::touchEvent(m_view.get(), touch).release(0, at);
+        QTRY_VERIFY(!b);
+        QCOMPARE(m_host->depth(), 1);
+    }
+
+    // Without a pointer: screen readers find the button by name, Tab reaches it (a ring
+    // shows it) and Enter presses it.
+    void theBackButtonWithoutAPointer()
+    {
+        QPointer<RecordingScreen> a, b;
+        openTwo(a, b);
+        QAccessible::setActive(true);
+        QAccessibleInterface *named = QAccessible::queryAccessibleInterface(backButton());
+        QVERIFY(named);
+        QCOMPARE(named->role(), QAccessible::Button);
+        QCOMPARE(named->text(QAccessible::Name), QStringLiteral("Back"));
+
+        QQuickItem *ring = skinChild("navigationBackButtonFocusRing");
+        QVERIFY(ring && !ring->isVisible());
+        for (int i = 0; i < 4 && !backButton()->hasActiveFocus(); ++i)
+            QTest::keyClick(m_view.get(), Qt::Key_Tab);
+        QVERIFY(backButton()->hasActiveFocus());
+        QVERIFY(ring->isVisible());
+        QTest::keyClick(m_view.get(), Qt::Key_Return);
         QTRY_VERIFY(!b);
         QCOMPARE(m_host->depth(), 1);
     }

@@ -86,6 +86,21 @@ OTNavigationController {
             height: bar.height
             padding: 0
             visible: host.depth > 1
+            // Tab reaches it (a ring shows it), Enter or Space presses it; screen readers
+            // call it by name.
+            focusPolicy: Qt.TabFocus
+            Accessible.role: Accessible.Button
+            Accessible.name: OTLocalizable.string("navigation_back")
+            Keys.onReturnPressed: back.clicked()
+            Keys.onEnterPressed: back.clicked()
+            background: Rectangle {
+                objectName: "navigationBackButtonFocusRing"
+                color: "transparent"
+                radius: 4
+                border.width: 2
+                border.color: OTPalette.ostrelFocusColor
+                visible: back.visualFocus
+            }
             contentItem: Item {
                 Image {
                     x: 10
