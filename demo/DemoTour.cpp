@@ -171,6 +171,18 @@ int DemoTour::run()
              return viewer && viewer->shareView()->isShowing() && viewer->shareView()->presentation() == 1.0;
          },
          [this]() { QTest::mouseClick(m_view, Qt::LeftButton, {}, centreOf(viewerOf(m_host)->findChild<QQuickItem *>(QStringLiteral("shareButton")))); }},
+        // "Copy link": the panel goes and the message says the link was copied.
+        {QStringLiteral("09-link-copied.png"), 5000,
+         [this]() {
+             OstQuoteViewController *viewer = viewerOf(m_host);
+             const QQuickItem *message = m_view->contentItem()->findChild<QQuickItem *>(QStringLiteral("OTHUD"));
+             return viewer && viewer->shareView()->presentation() == 0.0 && message
+                 && message->opacity() == 1.0;
+         },
+         [this]() {
+             QQuickItem *copy = viewerOf(m_host)->shareView()->findChild<QQuickItem *>(QStringLiteral("shareCopyLinkButton"));
+             QTest::mouseClick(m_view, Qt::LeftButton, {}, centreOf(copy));
+         }},
     };
 
     for (const Step &step : steps) {

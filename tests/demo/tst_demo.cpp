@@ -35,7 +35,7 @@ const QDateTime kNow(QDate(2017, 3, 1), QTime(10, 0), Qt::UTC);
 
 const QStringList kTourFiles = {"01-launch.png",       "02-dismiss.png",       "03-home.png",
                                 "04-viewer.png",       "05-swipe-back-1.png",  "06-swipe-back-2.png",
-                                "07-tap-picture.png",  "08-share-panel.png"};
+                                "07-tap-picture.png",  "08-share-panel.png",   "09-link-copied.png"};
 
 struct Run
 {
