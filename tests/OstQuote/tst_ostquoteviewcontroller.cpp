@@ -942,6 +942,75 @@ private Q_SLOTS:
         QCOMPARE(QGuiApplication::clipboard()->text(), today->share_urls().value(QStringLiteral("default")).toString());
     }
 
+    // A long drag towards the older day, then a quick flick back: the turn is undone, the
+    // gallery rests on today, and today's quote is the one shared.
+    void aFlickBackKeepsTodayInViewAndShared()
+    {
+        openViewerOnToday();
+        QPointingDevice *touch = touchScreen();
+        QPoint at(40, 400);
+        QTest::touchEvent(m_view.get(), touch).press(0, at);
+        for (int i = 0; i < 10; ++i) {
+            QTest::qWait(16);
+            at += QPoint(30, 0);
+            QTest::touchEvent(m_view.get(), touch).move(0, at);
+        }
+        for (int i = 0; i < 2; ++i) {
+            QTest::qWait(5);
+            at -= QPoint(20, 0);
+            QTest::touchEvent(m_view.get(), touch).move(0, at);
+        }
+        QTest::touchEvent(m_view.get(), touch).release(0, at);
+        waitForRest();
+
+        OTScrollView *scroll = gallery()->scrollView();
+        QCOMPARE(scroll->contentOffset().x(), scroll->contentSize().width() - scroll->width());
+        QCOMPARE(gallery()->currentIndex(), 0);
+        OstQuoteView *page = gallery()->currentQuoteView();
+        QCOMPARE(page->quote()->assign_date(), QStringLiteral("2017-03-01"));
+        QCOMPARE(page->opacity(), 1.0);
+        QCOMPARE(page->contentScale(), 1.0);
+        const OstQuotePtr today = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
+        m_viewer->shareViewShareToPlatform(m_viewer->shareView(), 0);
+        QCOMPARE(m_shares->shares.size(), 1);
+        QCOMPARE(m_shares->shares.first().content, today->content());
+    }
+
+    // The window changes size in the middle of a swipe (a bar appears, the phone turns):
+    // once at rest the content, the pages and the page in view match the new size, and no
+    // band of another size is left.
+    void aResizeDuringASwipeLeavesNoBand()
+    {
+        openViewerOnToday();
+        QPointingDevice *touch = touchScreen();
+        QPoint at(40, 300);
+        QTest::touchEvent(m_view.get(), touch).press(0, at);
+        for (int i = 0; i < 5; ++i) {
+            QTest::qWait(16);
+            at += QPoint(30, 0);
+            QTest::touchEvent(m_view.get(), touch).move(0, at);
+        }
+        m_navigation->setHeight(623);
+        for (int i = 0; i < 5; ++i) {
+            QTest::qWait(16);
+            at += QPoint(30, 0);
+            QTest::touchEvent(m_view.get(), touch).move(0, at);
+        }
+        QTest::touchEvent(m_view.get(), touch).release(0, at);
+        waitForRest();
+
+        OTScrollView *scroll = gallery()->scrollView();
+        QCOMPARE(gallery()->height(), 623.0);
+        QCOMPARE(scroll->contentSize().height(), 623.0);
+        QCOMPARE(gallery()->currentIndex(), 1);
+        OstQuoteView *page = gallery()->currentQuoteView();
+        QCOMPARE(page->size(), QSizeF(375, 623));
+        QCOMPARE(page->position().x(), scroll->contentOffset().x());
+        const QImage frame = m_view->grabWindow();
+        const qreal ratio = frame.devicePixelRatio();
+        QVERIFY(frame.pixelColor(int(187 * ratio), int(620 * ratio)) != QColor(Qt::black));
+    }
+
     // On the oldest page, a swipe towards today stopped at once: the gallery settles back on
     // the oldest page and the screen asks again for the day before it, as after any swipe
     // that comes to rest there.
