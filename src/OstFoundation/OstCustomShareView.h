@@ -70,7 +70,6 @@ class OSTFOUNDATION_EXPORT OstCustomShareView : public QQuickItem
     Q_PROPERTY(bool systemShareShowing READ isSystemShareShowing NOTIFY systemShareShowingChanged)
     Q_PROPERTY(QVariantList platforms READ platforms CONSTANT)
     Q_PROPERTY(QVariantList activityItems READ activityItems NOTIFY systemShareShowingChanged)
-    Q_PROPERTY(QQuickItem *panel MEMBER m_panel)
 public:
     explicit OstCustomShareView(QQuickItem *parent = nullptr);
     ~OstCustomShareView() override;
@@ -118,7 +117,6 @@ private:
     void setPresentation(qreal presentation);
 
     QPointer<QObject> m_delegate;
-    QQuickItem *m_panel = nullptr;
     bool m_showing = false;
     bool m_systemShareShowing = false;
     qreal m_presentation = 0;

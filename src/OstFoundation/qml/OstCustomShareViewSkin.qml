@@ -11,8 +11,6 @@ import OstFoundation
 OstCustomShareView {
     id: shareView
 
-    panel: sheet
-
     Accessible.role: Accessible.Dialog
     Accessible.name: shareView.systemShareShowing ? OTLocalizable.string("system_share_title")
                                                   : OTLocalizable.string("share_view_title")
