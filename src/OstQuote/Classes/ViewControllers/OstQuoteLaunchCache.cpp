@@ -13,8 +13,14 @@
 #include <QMutex>
 #include <QPointer>
 #include <QStandardPaths>
+#include <QThread>
 #include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
+
+#ifdef Q_OS_LINUX
+#include <pthread.h>
+#include <sched.h>
+#endif
 
 OstQuoteLaunchCache::OstQuoteLaunchCache(QObject *parent)
     : QObject(parent)
@@ -85,10 +91,50 @@ void OstQuoteLaunchCache::fetchQuotes()
         this);
 }
 
+namespace {
+
+// Filing a batch is for later launches: on a background thread it runs at idle priority
+// (Linux's SCHED_IDLE), so that a screen being drawn meanwhile gets a core whenever it wants
+// one. The thread, one of the shared pool's, gets its scheduling back afterwards.
+class BackgroundPriority
+{
+public:
+    BackgroundPriority()
+    {
+#ifdef Q_OS_LINUX
+        const QCoreApplication *app = QCoreApplication::instance();
+        if ((app && QThread::currentThread() == app->thread())
+            || pthread_getschedparam(pthread_self(), &m_policy, &m_parameters) != 0)
+            return;
+        const sched_param idle{};
+        m_lowered = pthread_setschedparam(pthread_self(), SCHED_IDLE, &idle) == 0;
+#endif
+    }
+    ~BackgroundPriority()
+    {
+#ifdef Q_OS_LINUX
+        if (m_lowered)
+            pthread_setschedparam(pthread_self(), m_policy, &m_parameters);
+#endif
+    }
+    BackgroundPriority(const BackgroundPriority &) = delete;
+    BackgroundPriority &operator=(const BackgroundPriority &) = delete;
+
+private:
+#ifdef Q_OS_LINUX
+    int m_policy = SCHED_OTHER;
+    sched_param m_parameters{};
+    bool m_lowered = false;
+#endif
+};
+
+} // namespace
+
 QStringList OstQuoteLaunchCache::cacheQuotes(const QList<OstQuotePtr> &quotes)
 {
     if (quotes.isEmpty())
         return {};
+    const BackgroundPriority yielding;
     QStringList pictures;
     QStringList written;
     const QString directory = directoryPath();
