@@ -223,6 +223,9 @@ bool HttpConnection::checkVersion()
         || !digit(version[7]))
         return true;
     if (version[5] == '1') {
+        // A later HTTP/1.x is served as HTTP/1.1 (RFC 9110: a server answers in the highest
+        // minor version it supports). The parser takes only 1.0 and 1.1, so the request line
+        // it reads is given that version, in place.
         if (version[7] > '1')
             m_in[std::size_t(version.data() + 7 - m_in.data())] = '1';
         return true;
