@@ -6,8 +6,9 @@
 //                                sentence (not the fixed one) with its picture loaded,
 //                                "frame <CLOCK_MONOTONIC ns> <sentence>", and exits at once
 //   bench-launch-app --stages    the same line with the moments main() began, the QML engine
-//                                was made and the host's QML was loaded (the launch screen
-//                                made and on the stack) appended (ns as well)
+//                                was made, the host's QML was loaded (the launch screen made
+//                                and on the stack), the first frame of any content was shown
+//                                and the picture was first seen loaded appended (ns as well)
 //   bench-launch-app --prepare   a first launch: waits until the batch has been filed and its
 //                                pictures prefetched, prints "prepared <launch_quotes dir>"
 //                                and quits
@@ -46,6 +47,8 @@ int main(int argc, char *argv[])
     OstQuoteLaunchViewController *launch = nullptr;
     bool shownInSync = false;
     long long loadedAt = 0;
+    long long firstFrameAt = 0;   // the first frame of any content
+    long long pictureAt = 0;      // the first sync with the picture loaded
     QObject::connect(&engine, &QQmlApplicationEngine::objectCreated, &app, [&](QObject *root) {
         auto *window = qobject_cast<QQuickWindow *>(root);
         launch = root ? root->findChild<OstQuoteLaunchViewController *>() : nullptr;
@@ -60,6 +63,8 @@ int main(int argc, char *argv[])
         QObject::connect(window, &QQuickWindow::beforeSynchronizing, launch, [&]() {
             QQuickItem *label = launch->quoteLabel();
             QQuickItem *picture = launch->imageView();
+            if (!pictureAt && picture && picture->property("status").toInt() == 1)
+                pictureAt = monotonicNs();
             shownInSync = label && picture
                        && launch->quoteText() != QLatin1String(OstQuoteLaunchViewController::DefaultQuote)
                        && label->property("text").toString() == launch->quoteText()
@@ -68,12 +73,15 @@ int main(int argc, char *argv[])
                        && picture->property("status").toInt() == 1; // Image.Ready
         }, Qt::DirectConnection);
         QObject::connect(window, &QQuickWindow::frameSwapped, launch, [&]() {
+            if (!firstFrameAt)
+                firstFrameAt = monotonicNs();
             if (!shownInSync)
                 return;
             const long long frameAt = monotonicNs();
             std::printf("frame %lld %s", frameAt, qPrintable(launch->quoteText()));
             if (stages)
-                std::printf("\tmain %lld engine %lld loaded %lld", mainAt, engineAt, loadedAt);
+                std::printf("\tmain %lld engine %lld loaded %lld first-frame %lld picture %lld", mainAt, engineAt,
+                            loadedAt, firstFrameAt, pictureAt);
             std::printf("\n");
             std::fflush(stdout);
             _exit(0);
@@ -100,7 +108,7 @@ int main(int argc, char *argv[])
         QObject::connect(prefetcher, &OTImagePrefetcher::didFinishPrefetching, &app, finishIfDone);
     }
 
-    engine.load(QUrl(QStringLiteral("qrc:/bench-launch/Main.qml")));
+    engine.load(QUrl(QStringLiteral("qrc:/LaunchHost/Main.qml")));
     loadedAt = monotonicNs();
     if (engine.rootObjects().isEmpty())
         return 2;

@@ -2,8 +2,10 @@
 // launch screen shows, one sentence under one picture, both read from local files, in a
 // QQuickView of the same size.
 //
-//   bench-launch-floor <sentence file> <picture file> [--stages]
+//   bench-launch-floor <sentence file> <picture file> [--stack] [--stages]
 //
+// With --stack the two stand as the first item of a StackView (Qt Quick Controls), as in a
+// Qt Quick app that navigates with one.
 // At the first frameSwapped whose frame shows the sentence and the loaded picture it prints
 // "frame <CLOCK_MONOTONIC ns> <sentence>" (with --stages, the moments main() began and the
 // window was shown appended) and exits at once.
@@ -37,7 +39,8 @@ int main(int argc, char *argv[])
     view.setResizeMode(QQuickView::SizeRootObjectToView);
     view.setInitialProperties({{QStringLiteral("sentence"), sentence},
                                {QStringLiteral("picture"), QUrl::fromLocalFile(arguments.at(2))}});
-    view.setSource(QUrl(QStringLiteral("qrc:/LaunchFloor/Floor.qml")));
+    view.setSource(QUrl(arguments.contains(QStringLiteral("--stack")) ? QStringLiteral("qrc:/LaunchFloor/FloorOnStack.qml")
+                                                                       : QStringLiteral("qrc:/LaunchFloor/Floor.qml")));
     view.resize(375, 667);
     QQuickItem *root = view.rootObject();
     if (!root)

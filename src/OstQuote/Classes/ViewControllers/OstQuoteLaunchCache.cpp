@@ -12,10 +12,15 @@
 #include <QFileInfo>
 #include <QMutex>
 #include <QPointer>
+#include <QQuickWindow>
 #include <QStandardPaths>
 #include <QThread>
 #include <QThreadPool>
+#include <QTimer>
 #include <QtConcurrent/QtConcurrentRun>
+
+#include <memory>
+#include <utility>
 
 #ifdef Q_OS_LINUX
 #include <pthread.h>
@@ -73,8 +78,20 @@ OstQuotePtr OstQuoteLaunchCache::loadTodaysQuote() const
     return model.objectCast<OstQuote>();
 }
 
-void OstQuoteLaunchCache::fetchQuotes()
+void OstQuoteLaunchCache::fetchQuotes(QQuickWindow *window)
 {
+    if (window) {
+        // Whichever comes first: the window's next frame, or the limit.
+        const auto sent = std::make_shared<bool>(false);
+        const auto send = [this, sent]() {
+            if (!std::exchange(*sent, true))
+                fetchQuotes();
+        };
+        connect(window, &QQuickWindow::frameSwapped, this, send,
+                Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+        QTimer::singleShot(FetchDelayLimit, this, send);
+        return;
+    }
     getQuotesWithBlock(
         OstAPIClient::sharedClient(),
         [this](const QList<OstQuotePtr> &quotes, const OTError &error) {

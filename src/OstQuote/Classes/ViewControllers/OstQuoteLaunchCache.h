@@ -8,6 +8,8 @@
 #include <QObject>
 #include <QStringList>
 
+class QQuickWindow;
+
 // The launch cache on disk: one file per day in "<CacheLocation>/launch_quotes", named by the
 // day key and holding that day's quote archive, filled for the launches to come.
 //
@@ -35,8 +37,11 @@ public:
     OstQuotePtr loadTodaysQuote() const;
 
     // Asks the shared API client for the batch; a successful answer is filed on the thread
-    // pool. A failure files nothing and says nothing.
-    void fetchQuotes();
+    // pool. A failure files nothing and says nothing. With a window, the request goes once the
+    // window has shown its next frame (within FetchDelayLimit at most): nothing of it is shown
+    // by this launch, and the first frame need not wait for the network's set-up.
+    void fetchQuotes(QQuickWindow *window = nullptr);
+    static constexpr int FetchDelayLimit = 500; // ms
 
     // Files `quotes`, one file per assign_date (a later one of the same day wins), then
     // prefetches each quote's first picture. Runs on the calling thread (any); returns the

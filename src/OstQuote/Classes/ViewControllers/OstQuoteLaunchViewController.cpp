@@ -149,8 +149,9 @@ void OstQuoteLaunchViewController::loadCachedQuote()
 
 void OstQuoteLaunchViewController::fetchQuotes()
 {
-    // The answer is filed by the process's cache, also when this screen is gone by then.
-    OstQuoteLaunchCache::sharedCache()->fetchQuotes();
+    // The answer is filed by the process's cache, also when this screen is gone by then; the
+    // request goes once the screen's first frame is out.
+    OstQuoteLaunchCache::sharedCache()->fetchQuotes(window());
 }
 
 void OstQuoteLaunchViewController::cacheQuotes(const QList<OstQuotePtr> &quotes)

@@ -32,6 +32,9 @@ OstQuoteLaunchViewControllerTemplate {
         // Resources come at once; remote pictures always load in the background.
         asynchronous: false
         source: screen.imageSource
+        // Decoded at the width it is shown in device pixels (the picture is cropped to the
+        // area's height), not at its own.
+        sourceSize.width: Math.ceil(picture.width * Screen.devicePixelRatio)
     }
 
     Image {
