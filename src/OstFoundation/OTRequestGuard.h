@@ -57,11 +57,9 @@ public:
     static QNetworkReply *send(QNetworkAccessManager *manager, QNetworkRequest request, const QByteArray &verb,
                                const QByteArray &body, const Limits &limits, BodyMode mode, Finished finished);
 
-    // The same limits for a reply that its maker reads itself (Qt Quick's Image does): call
-    // limitRedirects() on the request before it is sent and watch() on its reply. A limit
-    // hit aborts the reply, whose reader then sees it fail (OperationCanceledError); the
-    // size is checked as the download progresses.
-    static void limitRedirects(QNetworkRequest &request);
+    // The deadline and the size cap for a reply that its maker reads itself (Qt Quick's Image
+    // does): a limit hit aborts the reply, whose reader then sees it fail
+    // (OperationCanceledError); the size is checked as the download progresses.
     static void watch(QNetworkReply *reply, const Limits &limits);
 
     // "15 s", "1.5 s"; "4 MiB", "64 KiB", "1000 bytes".
@@ -69,6 +67,7 @@ public:
     static QString describeSize(qint64 bytes);
 
 private:
+    static void limitRedirects(QNetworkRequest &request);
     OTRequestGuard(QNetworkReply *reply, const QUrl &url, bool expectsBody, const Limits &limits, BodyMode mode,
                    Finished finished);
 
