@@ -103,8 +103,6 @@ private Q_SLOTS:
         QCOMPARE(OstAPIClient::defaultBaseURL(), QUrl("http://quotes.example:9000/v"));
         qputenv("OSTQUOTE_API_BASE", "");
         QCOMPARE(OstAPIClient::defaultBaseURL(), QUrl("http://127.0.0.1:8080"));
-        QVERIFY(OstAPIClient::sharedClient());
-        QCOMPARE(OstAPIClient::sharedClient(), OstAPIClient::sharedClient());
     }
 
     void pathsGoBelowTheBaseURL()
@@ -261,7 +259,6 @@ private Q_SLOTS:
         if (cap > 0)
             m_client->setMaximumAnswerSize(cap);
         const qint64 limit = cap > 0 ? cap : OstAPIClient::DefaultMaximumAnswerSize;
-        QCOMPARE(m_client->maximumAnswerSize(), limit);
         // Long enough that the cap, not the deadline, ends it.
         m_client->setTransferTimeout(60000);
 

@@ -1,3 +1,4 @@
+#include "SceneItems.h"
 #include "TestWindow.h"
 #include "TouchScreen.h"
 #include <Global.h>
@@ -50,29 +51,6 @@ public:
     }
 };
 
-// The item called `name` in the item tree under `root` (repeated items are not QObject
-// children of their view, so findChild does not see them).
-QQuickItem *findItem(QQuickItem *root, const QString &name)
-{
-    if (!root)
-        return nullptr;
-    const QList<QQuickItem *> children = root->childItems();
-    for (QQuickItem *child : children) {
-        if (child->objectName() == name)
-            return child;
-    }
-    for (QQuickItem *child : children) {
-        if (QQuickItem *found = findItem(child, name))
-            return found;
-    }
-    return nullptr;
-}
-
-QRectF sceneRect(QQuickItem *item)
-{
-    return item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
-}
-
 } // namespace
 
 class TestOstCustomShareView : public QObject
@@ -116,7 +94,7 @@ class TestOstCustomShareView : public QObject
     void click(QQuickItem *item)
     {
         QVERIFY2(item, "no such item");
-        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, sceneRect(item).center().toPoint());
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(item));
     }
 
     void showAndWait()
@@ -192,50 +170,42 @@ private Q_SLOTS:
         QCOMPARE(sceneRect(sheet).width(), 375.0);
         QVERIFY(!find(QStringLiteral("systemShareSheet"))->isVisible());
 
-        // Four targets to a row: the icon over the name.
+        // Every target on the sheet, none over another, its icon over its name; then copy link
+        // and more, and cancel at the very bottom.
         const QVariantList platforms = OTSocialService::platforms();
         QCOMPARE(platforms.size(), 8);
-        for (int i = 0; i < platforms.size(); ++i) {
-            const int type = platforms.at(i).toMap().value("type").toInt();
-            QQuickItem *button = find(QStringLiteral("sharePlatformButton_%1").arg(type));
-            QVERIFY(button);
-            const QRectF r = sceneRect(button);
-            QCOMPARE(r.width(), 375.0 / 4);
-            QCOMPARE(r.left(), (i % 4) * 375.0 / 4);
-            QCOMPARE(r.top(), sceneRect(find(QStringLiteral("sharePlatformButton_%1").arg(i % 4))).top()
-                                  + (i / 4) * r.height());
-            QList<QQuickItem *> images, texts;
+        QList<QRectF> taken;
+        for (const QVariant &platform : platforms) {
+            QQuickItem *button = find(QStringLiteral("sharePlatformButton_%1").arg(platform.toMap().value("type").toInt()));
+            QVERIFY(button && button->isVisible());
+            const QRectF place = sceneRect(button);
+            QVERIFY(sceneRect(sheet).contains(place));
+            for (const QRectF &other : std::as_const(taken))
+                QVERIFY(!place.intersects(other));
+            taken << place;
+            QQuickItem *image = nullptr;
+            QList<QQuickItem *> texts;
             for (QQuickItem *child : button->findChildren<QQuickItem *>()) {
                 if (child->inherits("QQuickImage"))
-                    images << child;
+                    image = child;
                 else if (child->inherits("QQuickText"))
                     texts << child;
             }
-            QCOMPARE(images.size(), 1);
-            QCOMPARE(images.first()->property("status").toInt(), 1);  // Image.Ready
-            QVERIFY(qAbs(sceneRect(images.first()).center().x() - r.center().x()) <= 0.5);
+            QVERIFY(image);
+            QCOMPARE(image->property("status").toInt(), 1);  // Image.Ready
             QCOMPARE(texts.size(), 1);
-            QCOMPARE(texts.first()->property("text").toString(), platforms.at(i).toMap().value("title").toString());
-            QVERIFY(sceneRect(texts.first()).top() > sceneRect(images.first()).bottom());
+            QCOMPARE(texts.first()->property("text").toString(), platform.toMap().value("title").toString());
+            QVERIFY(sceneRect(texts.first()).top() > sceneRect(image).bottom());
         }
-        // Then "copy link" and "more" in a row of their own, and cancel at the very bottom.
         const QRectF copy = sceneRect(find(QStringLiteral("shareCopyLinkButton")));
-        const QRectF more = sceneRect(find(QStringLiteral("shareMoreButton")));
         QVERIFY(copy.top() > sceneRect(find(QStringLiteral("sharePlatformButton_7"))).bottom());
-        QCOMPARE(more.top(), copy.top());
-        QCOMPARE(copy.left(), 0.0);
-        QCOMPARE(more.left(), 375.0 / 4);
+        QCOMPARE(sceneRect(find(QStringLiteral("shareMoreButton"))).top(), copy.top());
         const QRectF cancel = sceneRect(find(QStringLiteral("shareCancelButton")));
         QCOMPARE(cancel.bottom(), 667.0);
-        QCOMPARE(cancel.width(), 375.0);
         QVERIFY(cancel.top() > copy.bottom());
 
-        const QImage shot = m_view->grabWindow();
-        QVERIFY(shot.save(QStringLiteral("/tmp/share-panel.png")));
-        // Dimmed above the sheet, white on it.
-        const QColor dimmed = shot.pixelColor(300, 20);
-        QVERIFY(dimmed.lightness() < QColor(0x2f, 0x80, 0xc9).lightness());
-        QCOMPARE(shot.pixelColor(3, int(sceneRect(sheet).top()) + 30), QColor(Qt::white));
+        // Dimmed above the sheet.
+        QVERIFY(m_view->grabWindow().pixelColor(300, 20).lightness() < QColor(0x2f, 0x80, 0xc9).lightness());
     }
 
     void thePanelFollowsTheScreenSize()
@@ -322,10 +292,7 @@ private Q_SLOTS:
     void aTouchWorksLikeAClick()
     {
         showAndWait();
-        QPointingDevice *touch = touchScreen();
-        const QPoint at = sceneRect(find(QStringLiteral("sharePlatformButton_2"))).center().toPoint();
-        QTest::touchEvent(m_view.get(), touch).press(0, at);
-        QTest::touchEvent(m_view.get(), touch).release(0, at);
+        touchTap(m_view.get(), centreOf(find(QStringLiteral("sharePlatformButton_2"))));
         QTRY_COMPARE(m_delegate->calls, QStringList{"platform 2"});
     }
 
@@ -339,17 +306,6 @@ private Q_SLOTS:
         QVERIFY(!m_panel->isShowing());
         QCOMPARE(m_panel->parentItem(), m_screen.data());  // on its way down
         waitUntilAway();
-    }
-
-    void moreTellsTheDelegateAndStays()
-    {
-        showAndWait();
-        QQuickItem *button = find(QStringLiteral("shareMoreButton"));
-        click(button);
-        QCOMPARE(m_delegate->calls, QStringList{"more"});
-        QCOMPARE(m_delegate->senders.first().data(), button);
-        QVERIFY(m_panel->isShowing());
-        QVERIFY(!m_panel->isSystemShareShowing());
     }
 
     void cancelAndTheBackdropTakeThePanelAway()
@@ -379,7 +335,7 @@ private Q_SLOTS:
         showAndWait();
         click(find(QStringLiteral("sharePlatformButton_0")));
         click(find(QStringLiteral("shareMoreButton")));
-        QVERIFY(m_panel->isShowing());
+        QVERIFY(m_panel->isShowing() && !m_panel->isSystemShareShowing());
         click(find(QStringLiteral("shareCopyLinkButton")));
         QVERIFY(!m_panel->isShowing());
         waitUntilAway();
@@ -440,7 +396,10 @@ private Q_SLOTS:
         showAndWait();
         QQuickItem *sheet = find(QStringLiteral("shareSheet"));
         QQuickItem *systemSheet = find(QStringLiteral("systemShareSheet"));
-        click(find(QStringLiteral("shareMoreButton")));
+        QQuickItem *more = find(QStringLiteral("shareMoreButton"));
+        click(more);
+        QCOMPARE(m_delegate->calls, QStringList{"more"});
+        QCOMPARE(m_delegate->senders.first().data(), more);
         QVERIFY(m_panel->isSystemShareShowing());
         QVERIFY(m_panel->isShowing());
         QCOMPARE(m_panel->activityItems(), m_delegate->moreItems);
@@ -448,14 +407,6 @@ private Q_SLOTS:
         QTRY_COMPARE(sceneRect(systemSheet).bottom(), 667.0);
         QTRY_VERIFY(!sheet->isVisible());
         QVERIFY(systemSheet->isVisible());
-        QCOMPARE(find(QStringLiteral("systemShareTitle"))->property("text").toString(), QStringLiteral("Share link"));
-        const QRectF copy = sceneRect(find(QStringLiteral("systemShareButton_copy")));
-        const QRectF mail = sceneRect(find(QStringLiteral("systemShareButton_mail")));
-        const QRectF browser = sceneRect(find(QStringLiteral("systemShareButton_browser")));
-        QCOMPARE(mail.top(), copy.top());
-        QCOMPARE(browser.top(), copy.top());
-        QCOMPARE(browser.left(), 2 * 375.0 / 4);
-        m_view->grabWindow().save(QStringLiteral("/tmp/system-share.png"));
 
         click(find(QStringLiteral("systemShareButton_mail")));
         QCOMPARE(m_backend->activities.size(), 1);
@@ -535,28 +486,16 @@ private Q_SLOTS:
     void thePanelSpeaksTheUsersLanguage()
     {
         QCOMPARE(find(QStringLiteral("shareTitle"))->property("text").toString(), QStringLiteral("Share to"));
-        QCOMPARE(OTResourceHelper::LocalizedString(QStringLiteral("share_view_cancel")), QStringLiteral("Cancel"));
         QCOMPARE(OTResourceHelper::LocalizedString(QStringLiteral("no_such_key")), QStringLiteral("no_such_key"));
 
-        QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
-        QCOMPARE(OTResourceHelper::LocalizedString(QStringLiteral("share_view_title")), QStringLiteral("分享到"));
-        QCOMPARE(OTResourceHelper::LocalizedString(QStringLiteral("share_view_copy_link")), QStringLiteral("复制链接"));
-        QCOMPARE(OTResourceHelper::LocalizedString(QStringLiteral("share_view_more")), QStringLiteral("更多"));
-        QCOMPARE(OTResourceHelper::LocalizedString(QStringLiteral("share_view_cancel")), QStringLiteral("取消"));
-        QStringList titles;
-        for (const QVariant &platform : OTSocialService::platforms())
-            titles << platform.toMap().value("title").toString();
-        QCOMPARE(titles, (QStringList{"微博", "QQ", "QQ空间", "邮件", "豆瓣", "Twitter", "保存图片", "复制图片"}));
-
         // A panel made now speaks Chinese throughout.
+        QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
         QPointer<OstCustomShareView> chinese = OstCustomShareView::create(m_view->engine());
         chinese->setParent(m_screen);
         chinese->showInController(m_screen, false);
         QCOMPARE(findItem(chinese, QStringLiteral("shareTitle"))->property("text").toString(), QStringLiteral("分享到"));
         QCOMPARE(findItem(chinese, QStringLiteral("shareCancelButton"))->property("text").toString(), QStringLiteral("取消"));
-        QCOMPARE(findItem(chinese, QStringLiteral("shareMoreButton"))->property("text").toString(), QStringLiteral("更多"));
-        QTest::qWait(50);
-        m_view->grabWindow().save(QStringLiteral("/tmp/share-panel-zh.png"));
+        QCOMPARE(OTSocialService::platforms().first().toMap().value("title").toString(), QStringLiteral("微博"));
 
         // A language the table lacks falls back to English.
         QLocale::setDefault(QLocale(QLocale::Swahili, QLocale::Kenya));

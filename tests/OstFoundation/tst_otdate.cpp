@@ -111,30 +111,6 @@ private Q_SLOTS:
         }
     }
 
-    void fixedStepsOfADayRepeatOrSkipADayNearMidnight()
-    {
-        // Whole 86400-second steps are exact, days around a clock change are not: near
-        // midnight one step can land on the same day key again (autumn) or jump one (spring).
-        OTClock::setTimeZone(QTimeZone("Europe/London"));
-        const QDateTime autumn = at("2019-10-27T23:30:00Z"); // 23:30 GMT on 27 October
-        QCOMPARE(descriptionWithFormat(autumn), QStringLiteral("2019-10-27"));
-        QCOMPARE(descriptionWithFormat(autumn.addSecs(-86400)), QStringLiteral("2019-10-27")); // 00:30 BST
-        QCOMPARE(descriptionWithFormat(autumn.addSecs(-2 * 86400)), QStringLiteral("2019-10-26"));
-
-        const QDateTime spring = at("2019-03-31T23:30:00Z"); // 00:30 BST on 1 April
-        QCOMPARE(descriptionWithFormat(spring), QStringLiteral("2019-04-01"));
-        QCOMPARE(descriptionWithFormat(spring.addSecs(-86400)), QStringLiteral("2019-03-30")); // 23:30 GMT
-        QCOMPARE(descriptionWithFormat(spring.addSecs(-2 * 86400)), QStringLiteral("2019-03-29"));
-
-        // From the start of a day (what a parsed key gives) the steps keep to one key per day.
-        QDateTime day = ot_dateFromStringFormatDate(QStringLiteral("2019-11-05"));
-        QStringList keys;
-        for (int i = 0; i < 60; ++i)
-            keys.append(descriptionWithFormat(day.addSecs(-qint64(i) * 86400)));
-        keys.removeDuplicates();
-        QCOMPARE(keys.size(), 60);
-    }
-
     void clockSeam()
     {
         OTClock::setNow(at("2016-10-03T09:00:00+08:00"));

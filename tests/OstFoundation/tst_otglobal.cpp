@@ -1,3 +1,4 @@
+#include "SceneItems.h"
 #include "TestWindow.h"
 
 #include <Global.h>
@@ -12,11 +13,6 @@
 #include <QThread>
 
 namespace {
-
-QRectF sceneRect(QQuickItem *item)
-{
-    return item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
-}
 
 // The texts of `root`'s tree that are on screen.
 QStringList visibleTexts(QQuickItem *root)
@@ -100,27 +96,19 @@ private Q_SLOTS:
         QSignalSpy shown(global, &Global::hubShown);
         global->showHUB(QStringLiteral("Link copied"), 0);
         QCOMPARE(shown.count(), 1);
-        QCOMPARE(shown.first().at(0).toString(), QStringLiteral("Link copied"));
+        QCOMPARE(shown.first(), (QVariantList{QStringLiteral("Link copied"), 0}));
         QCOMPARE(global->lastHUBText(), QStringLiteral("Link copied"));
-        QCOMPARE(global->lastHUBStatus(), 0);
 
         const QList<QQuickItem *> huds = messagesIn(m_view.get());
         QCOMPARE(huds.size(), 1);
         QPointer<QQuickItem> hud = huds.first();
-        QCOMPARE(hud->property("text").toString(), QStringLiteral("Link copied"));
+        // Over everything else on the screen, in the middle of the window.
         QVERIFY(hud->z() > 100);
         QCOMPARE(hud->opacity(), 1.0);
-        // A dark rounded box in the middle of the window, the text in white.
         auto *box = hud->findChild<QQuickItem *>(QStringLiteral("OTHUDBox"));
         QVERIFY(box);
-        QVERIFY(qAbs(sceneRect(box).center().x() - 187.5) <= 0.5);
-        QVERIFY(qAbs(sceneRect(box).center().y() - 333.5) <= 0.5);
-        QVERIFY(box->property("radius").toReal() > 0);
-        QVERIFY(box->property("color").value<QColor>().lightness() < 40);
+        QVERIFY((sceneRect(box).center() - QPointF(187.5, 333.5)).manhattanLength() <= 1);
         QCOMPARE(visibleTexts(hud), QStringList{"Link copied"});
-        QTRY_VERIFY(!m_view->grabWindow().isNull());
-        const QImage shot = m_view->grabWindow();
-        QVERIFY(shot.pixelColor(sceneRect(box).topLeft().toPoint() + QPoint(12, 6)).lightness() < 60);
 
         // Faded, then gone.
         QTRY_VERIFY_WITH_TIMEOUT(hud && hud->opacity() < 1.0, 5000);
@@ -163,9 +151,6 @@ private Q_SLOTS:
         QQuickItem *hud = huds.first();
         QCOMPARE(hud->property("status").toInt(), status);
         QCOMPARE(visibleTexts(hud), texts);
-        const QByteArray dir = qgetenv("OSTQUOTE_SCREENSHOTS");
-        if (!dir.isEmpty())
-            m_view->grabWindow().save(QStringLiteral("%1/hud-%2.png").arg(QString::fromLocal8Bit(dir)).arg(status));
     }
 
     void touchesGoThroughTheMessage()
@@ -204,9 +189,7 @@ private Q_SLOTS:
 
     void theWeiboNotificationReachesItsObservers()
     {
-        QCOMPARE(QByteArray(OTSharedToWeiboSuccessNotification), QByteArray("OTSharedToWeiboSuccessNotification"));
         OTNotificationCenter *center = OTNotificationCenter::defaultCenter();
-        QCOMPARE(OTNotificationCenter::defaultCenter(), center);
         QSignalSpy posted(center, &OTNotificationCenter::sharedToWeiboSuccess);
         QObject sender;
         QVERIFY(center->postNotificationName(OTSharedToWeiboSuccessNotification, &sender));

@@ -7,20 +7,6 @@ class TestOTScrollView : public ScrollViewFixture
     Q_OBJECT
 
 private Q_SLOTS:
-    void defaults()
-    {
-        OTScrollView fresh;
-        QVERIFY(!fresh.pagingEnabled());
-        QVERIFY(fresh.bounces());
-        QCOMPARE(fresh.backgroundColor().alpha(), 0);
-        QVERIFY(!fresh.dragging());
-        QVERIFY(!fresh.decelerating());
-        QCOMPARE(fresh.contentOffset(), QPointF());
-        QVERIFY(fresh.subviews().isEmpty());
-        QVERIFY(fresh.clip());
-        QCOMPARE(fresh.contentItem()->parentItem(), &fresh);
-    }
-
     void slowTouchDragLandsOnTheNearerPage_data()
     {
         QTest::addColumn<int>("startPage");

@@ -1,105 +1,23 @@
-#include "TouchScreen.h"
-#include <OTScrollView.h>
+// Paging without a finger: through scrollToPage() and through wheel events as a mouse wheel
+// and a trackpad send them.
 
-#include <QGuiApplication>
-#include <QPointer>
-#include <QQuickView>
-#include <QSignalSpy>
-#include <QTest>
+#include "ScrollViewFixture.h"
+
 #include <QWheelEvent>
 
-#include <memory>
-
-namespace {
-
-constexpr qreal PageWidth = 375;
-constexpr qreal PageHeight = 667;
-constexpr int PageCount = 5;
-
-QPointF page(int index)
-{
-    return {index * PageWidth, 0};
-}
-
-// The callbacks as the view made them, one letter each: B(egin), S(croll, a run of them
-// once), E(nd of drag), D(eceleration ended).
-class CallbackLog : public QObject
-{
-public:
-    struct Entry
-    {
-        char kind;
-        QPointF offset;
-        bool dragging;
-        QPointF velocity;
-        QPointF target;
-    };
-
-    explicit CallbackLog(OTScrollView *view)
-    {
-        connect(view, &OTScrollView::scrollViewWillBeginDragging, this, [this](OTScrollView *v) { add('B', v); });
-        connect(view, &OTScrollView::scrollViewDidScroll, this, [this](OTScrollView *v) { add('S', v); });
-        connect(view, &OTScrollView::scrollViewWillEndDragging, this,
-                [this](OTScrollView *v, QPointF velocity, QPointF target) {
-                    add('E', v);
-                    entries.last().velocity = velocity;
-                    entries.last().target = target;
-                });
-        connect(view, &OTScrollView::scrollViewDidEndDecelerating, this, [this](OTScrollView *v) { add('D', v); });
-    }
-
-    QString shape() const
-    {
-        QString letters;
-        for (const Entry &entry : entries) {
-            if (entry.kind == 'S' && letters.endsWith(QLatin1Char('S')))
-                continue;
-            letters += QLatin1Char(entry.kind);
-        }
-        return letters;
-    }
-
-    int count(char kind) const
-    {
-        return int(std::count_if(entries.cbegin(), entries.cend(), [kind](const Entry &e) { return e.kind == kind; }));
-    }
-
-    const Entry *first(char kind) const
-    {
-        for (const Entry &entry : entries) {
-            if (entry.kind == kind)
-                return &entry;
-        }
-        return nullptr;
-    }
-
-    QList<Entry> entries;
-
-private:
-    void add(char kind, OTScrollView *view) { entries.append({kind, view->contentOffset(), view->dragging(), {}, {}}); }
-};
-
-} // namespace
-
-// A paging scroll view five pages wide in a real window, turned without a finger: through
-// scrollToPage() and through wheel events as a mouse wheel and a trackpad send them.
-class TestOTScrollViewPaging : public QObject
+class TestOTScrollViewPaging : public ScrollViewFixture
 {
     Q_OBJECT
 
-    std::unique_ptr<QQuickView> m_view;
-    QPointer<OTScrollView> m_scroll;
-    std::unique_ptr<CallbackLog> m_log;
     ulong m_clock = 1000;
 
-    void start(int index)
-    {
-        m_scroll->setContentOffset(page(index));
-        m_log->entries.clear();
-    }
-
     bool atRest() const { return !m_scroll->dragging() && !m_scroll->decelerating() && !m_scroll->animating(); }
-    void waitForRest() { QTRY_VERIFY_WITH_TIMEOUT(atRest(), 5000); }
+    void waitForRest() { QTRY_VERIFY_WITH_TIMEOUT(atRest(), Settling); }
+    const Callback *first(Callback::Kind kind) const
+    {
+        const qsizetype at = m_log->indexOf(kind);
+        return at < 0 ? nullptr : &m_log->entries[at];
+    }
 
     // One wheel event at the centre of the view, `afterMs` after the previous one. True when
     // the view took it.
@@ -130,33 +48,6 @@ class TestOTScrollViewPaging : public QObject
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        m_view = std::make_unique<QQuickView>();
-        m_view->setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
-        m_view->resize(int(PageWidth), int(PageHeight));
-        m_scroll = new OTScrollView(m_view->rootObject());
-        m_scroll->setSize(QSizeF(PageWidth, PageHeight));
-        m_scroll->setContentSize(QSizeF(PageCount * PageWidth, PageHeight));
-        m_scroll->setPagingEnabled(true);
-        for (int i = 0; i < PageCount; ++i) {
-            auto *item = new QQuickItem;
-            item->setPosition(page(i));
-            item->setSize(QSizeF(PageWidth, PageHeight));
-            m_scroll->addSubview(item);
-        }
-        m_log = std::make_unique<CallbackLog>(m_scroll);
-        m_view->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
-        start(2);
-    }
-
-    void cleanup()
-    {
-        m_log.reset();
-        m_view.reset();
-    }
-
     // --- scrollToPage ---------------------------------------------------------------------
 
     void aPageTurnGoesAsASwipe()
@@ -165,17 +56,17 @@ private Q_SLOTS:
         QVERIFY(m_scroll->scrollToPage(page(3)));
         QCOMPARE(m_scroll->targetContentOffset(), page(3));
         waitForRest();
-        QCOMPARE(m_log->shape(), QStringLiteral("BESD"));
-        const CallbackLog::Entry *begin = m_log->first('B');
+        QCOMPARE(m_log->shape(), QStringLiteral("B E S+ D"));
+        const Callback *begin = first(Callback::WillBegin);
         QCOMPARE(begin->offset, page(4));
         QVERIFY(begin->dragging);
-        const CallbackLog::Entry *end = m_log->first('E');
+        const Callback *end = first(Callback::WillEnd);
         QCOMPARE(end->target, page(3));
         QCOMPARE(end->velocity, QPointF());
         QCOMPARE(m_scroll->contentOffset(), page(3));
         // On the way, straight from one page to the next, never past it.
-        for (const CallbackLog::Entry &entry : std::as_const(m_log->entries)) {
-            if (entry.kind == 'S') {
+        for (const Callback &entry : std::as_const(m_log->entries)) {
+            if (entry.kind == Callback::DidScroll) {
                 QVERIFY(!entry.dragging);
                 QVERIFY(entry.offset.x() >= page(3).x() - 1e-6 && entry.offset.x() <= page(4).x());
             }
@@ -188,21 +79,22 @@ private Q_SLOTS:
         start(4);
         QVERIFY(m_scroll->scrollToPage(page(0)));
         waitForRest();
-        QCOMPARE(m_log->shape(), QStringLiteral("SBESD"));
+        QCOMPARE(m_log->shape(), QStringLiteral("S+ B E S+ D"));
         QCOMPARE(m_log->entries.first().offset, page(1));
-        QCOMPARE(m_log->first('B')->offset, page(1));
-        QCOMPARE(m_log->first('E')->target, page(0));
+        QCOMPARE(first(Callback::WillBegin)->offset, page(1));
+        QCOMPARE(first(Callback::WillEnd)->target, page(0));
         QCOMPARE(m_scroll->contentOffset(), page(0));
         // The other way, and past the end: held to the last page.
         m_log->entries.clear();
         QVERIFY(m_scroll->scrollToPage(page(9)));
         waitForRest();
-        QCOMPARE(m_log->first('B')->offset, page(3));
+        QCOMPARE(first(Callback::WillBegin)->offset, page(3));
         QCOMPARE(m_scroll->contentOffset(), page(4));
     }
 
     void aPageTurnIsRefusedWhereItCannotBe()
     {
+        start(2);
         // Already there: nothing at all.
         QVERIFY(!m_scroll->scrollToPage(page(2)));
         QVERIFY(!m_scroll->scrollToPage(QPointF(2.3 * PageWidth, 0)));
@@ -212,12 +104,11 @@ private Q_SLOTS:
         QVERIFY(!m_scroll->scrollToPage(page(3)));
         m_scroll->setPagingEnabled(true);
         // A finger on the view has the content.
-        QPointingDevice *touch = touchScreen();
-        QTest::touchEvent(m_view.get(), touch).press(0, QPoint(180, 300), m_view.get());
+        touchPress(QPoint(180, 300));
         QVERIFY(m_scroll->isPressed());
         QVERIFY(!m_scroll->scrollToPage(page(3)));
         QVERIFY(!wheel({0, -120}));
-        QTest::touchEvent(m_view.get(), touch).release(0, QPoint(180, 300), m_view.get());
+        touchLift(QPoint(180, 300));
         QVERIFY(m_log->entries.isEmpty());
         QCOMPARE(m_scroll->contentOffset(), page(2));
     }
@@ -226,15 +117,16 @@ private Q_SLOTS:
     // where the content is, and only the last turn ends.
     void aTurnUnderWayCanBeRedirected()
     {
+        start(2);
         QVERIFY(m_scroll->scrollToPage(page(3)));
         QVERIFY(m_scroll->scrollToPage(page(3)));
-        QCOMPARE(m_log->count('B'), 1);
+        QCOMPARE(m_log->count(Callback::WillBegin), 1);
         QTRY_VERIFY(m_scroll->contentOffset().x() > page(2).x() + 20);
         QVERIFY(m_scroll->decelerating());
         QVERIFY(m_scroll->scrollToPage(page(4)));
         waitForRest();
-        QCOMPARE(m_log->count('B'), 2);
-        QCOMPARE(m_log->count('D'), 1);
+        QCOMPARE(m_log->count(Callback::WillBegin), 2);
+        QCOMPARE(m_log->count(Callback::DidEnd), 1);
         QCOMPARE(m_scroll->contentOffset(), page(4));
     }
 
@@ -253,26 +145,28 @@ private Q_SLOTS:
     {
         QFETCH(QPoint, angle);
         QFETCH(int, landsOn);
+        start(2);
         QVERIFY(wheel(angle));
         waitForRest();
         QCOMPARE(m_scroll->contentOffset(), page(landsOn));
-        QCOMPARE(m_log->shape(), QStringLiteral("BESD"));
+        QCOMPARE(m_log->shape(), QStringLiteral("B E S+ D"));
     }
 
     // A wheel with fine steps turns one page per notch's worth, never more; quick notches
     // turn a page each, each from the page the last one is heading for.
     void aFineWheelTurnsOnePagePerNotch()
     {
+        start(2);
         for (int i = 0; i < 7; ++i)
             wheel({0, -15});
         QVERIFY(m_log->entries.isEmpty());
         wheel({0, -15});
-        QCOMPARE(m_log->count('B'), 1);
+        QCOMPARE(m_log->count(Callback::WillBegin), 1);
         for (int i = 0; i < 7; ++i)
             wheel({0, -15});
         waitForRest();
         QCOMPARE(m_scroll->contentOffset(), page(3));
-        QCOMPARE(m_log->count('B'), 1);
+        QCOMPARE(m_log->count(Callback::WillBegin), 1);
 
         // A pause forgets what did not make a notch.
         wheel({0, -15}, {}, 500);
@@ -285,7 +179,7 @@ private Q_SLOTS:
         wheel({0, 120});
         waitForRest();
         QCOMPARE(m_scroll->contentOffset(), page(0));
-        QCOMPARE(m_log->count('D'), 1);
+        QCOMPARE(m_log->count(Callback::DidEnd), 1);
         // At the end there is nothing to turn to.
         m_log->entries.clear();
         wheel({0, 120}, {}, 500);
@@ -305,10 +199,11 @@ private Q_SLOTS:
     void aTrackpadGestureTurnsOnePage()
     {
         QFETCH(bool, phases);
+        start(2);
         trackpadSwipe(40, -10, phases);
         waitForRest();
         QCOMPARE(m_scroll->contentOffset(), page(3));
-        QCOMPARE(m_log->count('B'), 1);
+        QCOMPARE(m_log->count(Callback::WillBegin), 1);
 
         trackpadSwipe(5, -10, phases);
         waitForRest();
@@ -322,11 +217,12 @@ private Q_SLOTS:
         trackpadSwipe(40, 10, phases);
         waitForRest();
         QCOMPARE(m_scroll->contentOffset(), page(3));
-        QCOMPARE(m_log->count('B'), 1);
+        QCOMPARE(m_log->count(Callback::WillBegin), 1);
     }
 
     void withoutPagingTheWheelIsLeftToOthers()
     {
+        start(2);
         m_scroll->setPagingEnabled(false);
         QVERIFY(!wheel({0, -120}));
         QVERIFY(!wheel({0, -30}, {0, -10}));

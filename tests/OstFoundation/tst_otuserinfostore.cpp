@@ -1,4 +1,5 @@
 #include "OddFiles.h"
+#include "Warnings.h"
 
 #include <OTClock.h>
 #include <OTUserInfoStore.h>
@@ -10,8 +11,6 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <functional>
 
 namespace {
 
@@ -56,22 +55,6 @@ void writeFile(const QString &path, const QByteArray &bytes)
     QCOMPARE(file.write(bytes), bytes.size());
 }
 
-// The warnings logged while `work` runs.
-QStringList *g_warnings = nullptr;
-QStringList captureWarnings(const std::function<void()> &work)
-{
-    QStringList warnings;
-    g_warnings = &warnings;
-    const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
-        if (type == QtWarningMsg && g_warnings)
-            g_warnings->append(text);
-    });
-    work();
-    qInstallMessageHandler(previous);
-    g_warnings = nullptr;
-    return warnings;
-}
-
 } // namespace
 
 class TestOTUserInfoStore : public QObject
@@ -82,11 +65,6 @@ private Q_SLOTS:
     {
         m_dir = std::make_unique<QTemporaryDir>();
         OTUserInfoStore::setStorePath(m_dir->filePath(QStringLiteral("settings/defaults.cbor")));
-    }
-
-    void freshStoreIsEmpty()
-    {
-        QVERIFY(OTUserInfoStore::ostrelDefaults().isEmpty());
     }
 
     void roundTripKeepsEveryKindOfValue()
@@ -135,7 +113,7 @@ private Q_SLOTS:
         writeFile(path, damage);
         const QString aside = path + QStringLiteral(".damaged-20170301T100405");
 
-        QStringList warnings = captureWarnings([&]() {
+        QStringList warnings = warningsDuring([&]() {
             OTError error;
             if (readFirst) {
                 QVERIFY(OTUserInfoStore::ostrelDefaults(&error).isEmpty());
@@ -152,7 +130,7 @@ private Q_SLOTS:
 
         // Damaged again in the same second: the first copy stays, the second gets a name of its own.
         writeFile(path, damage);
-        captureWarnings([]() { OTUserInfoStore::ostrelDefaults(); });
+        warningsDuring([]() { OTUserInfoStore::ostrelDefaults(); });
         QCOMPARE(readFile(aside), damage);
         QCOMPARE(readFile(aside + QStringLiteral("-2")), damage);
         OTClock::setNow(QDateTime());
@@ -172,7 +150,7 @@ private Q_SLOTS:
         QVERIFY(makeOddFile(path, kind, OTUserInfoStore::MaximumFileSize + 1));
         const QFileInfo before(path);
 
-        const QStringList warnings = captureWarnings([&]() {
+        const QStringList warnings = warningsDuring([&]() {
             OTError error;
             QVERIFY(OTUserInfoStore::ostrelDefaults(&error).isEmpty());
             QCOMPARE(error.kind(), OTError::FileSystem);
@@ -196,14 +174,14 @@ private Q_SLOTS:
         blocker.close();
         OTUserInfoStore::setStorePath(m_dir->filePath(QStringLiteral("blocker/defaults.cbor")));
         OTError error;
-        captureWarnings([&]() { QVERIFY(!OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("a"), 1}}, &error)); });
+        warningsDuring([&]() { QVERIFY(!OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("a"), 1}}, &error)); });
         QCOMPARE(error.kind(), OTError::FileSystem);
         QVERIFY2(error.description().contains(QStringLiteral("blocker")), qPrintable(error.description()));
         QVERIFY(OTUserInfoStore::ostrelDefaults().isEmpty());
 
         // A folder the store may not write in (/proc takes no new files, whoever asks).
         OTUserInfoStore::setStorePath(QStringLiteral("/proc/self/ostrel-defaults.cbor"));
-        captureWarnings([&]() { QVERIFY(!OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("a"), 1}}, &error)); });
+        warningsDuring([&]() { QVERIFY(!OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("a"), 1}}, &error)); });
         QCOMPARE(error.kind(), OTError::FileSystem);
         QVERIFY(!error.description().isEmpty());
     }

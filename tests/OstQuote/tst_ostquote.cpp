@@ -51,67 +51,49 @@ private Q_SLOTS:
     {
         OstQuotePtr q = quoteFrom(kWireQuote);
         QVERIFY(q);
-        QCOMPARE(q->JSONKeyPathsByPropertyKey().size(), 8);
-        for (const QString &field : kFields) {
-            QCOMPARE(q->JSONKeyPathsByPropertyKey().value(field), field);
+        for (const QString &field : kFields)
             QVERIFY2(q->hasValueForKey(field), qPrintable(field));
-        }
         QCOMPARE(q->author(), QStringLiteral("Marcus Aurelius"));
-        QCOMPARE(q->assign_date(), QStringLiteral("2016-10-01"));
         QCOMPARE(q->translation(), QStringLiteral("你生活的幸福取决于你思想的品质。"));
-        QCOMPARE(q->share_urls().value("weibo").toString(), QStringLiteral("http://q/share/quotes/2016-10-01/?via=weibo"));
         QCOMPARE(q->origin_img_urls().value(0), QStringLiteral("http://q/media/quotes/2016-10-01.jpg"));
-        QCOMPARE(q->share_img_urls().size(), 1);
-        QCOMPARE(q->share_img_url().size(), 1);
+        QCOMPARE(q->share_urls().value("weibo").toString(), QStringLiteral("http://q/share/quotes/2016-10-01/?via=weibo"));
         // The JSON written back has the eight keys and the same values.
         QCOMPARE(q->JSONObject(), QJsonDocument::fromJson(kWireQuote).object());
     }
 
-    void onlyContentLeavesTheRestAbsentAndStillArchives()
+    // A value of the wrong kind is left out; "" is a value, null is none.
+    void wrongKindsAreAbsentAndEmptyTextIsPresent()
     {
-        OstQuotePtr q = quoteFrom("{\"content\": \"Know thyself.\", \"assign_date\": null, \"origin_img_urls\": \"x\"}");
-        QCOMPARE(q->content(), QStringLiteral("Know thyself."));
+        OstQuotePtr q = quoteFrom("{\"content\": \"\", \"assign_date\": null, \"origin_img_urls\": \"x\"}");
         for (const QString &field : kFields)
             QCOMPARE(q->hasValueForKey(field), field == "content");
+        QVERIFY(!q->content().isNull() && q->content().isEmpty());
         QVERIFY(q->author().isNull());
-        auto back = OTModel::unarchiveObjectWithData(q->archivedData()).objectCast<OstQuote>();
-        QVERIFY(back);
-        QVERIFY(back->isEqualToModel(q.data()));
-        QVERIFY(back->assign_date().isNull());
     }
 
-    void emptyStringIsPresentAndSurvivesTheArchive()
+    // Every field, a present empty one and an absent one included, comes back from the archive
+    // as it went in.
+    void theArchiveKeepsTheRecordAsItWas()
     {
-        OstQuotePtr q = quoteFrom("{\"content\": \"\", \"author\": null}");
-        QVERIFY(!q->content().isNull());
-        QVERIFY(q->content().isEmpty());
-        QVERIFY(q->hasValueForKey("content"));
-        QVERIFY(q->author().isNull());
-        auto back = OTModel::unarchiveObjectWithData(q->archivedData()).objectCast<OstQuote>();
-        QVERIFY(back);
-        QVERIFY(!back->content().isNull());
-        QVERIFY(back->author().isNull());
+        for (const char *json : {kWireQuote, "{\"content\": \"\", \"author\": null}"}) {
+            OstQuotePtr q = quoteFrom(json);
+            auto back = OTModel::unarchiveObjectWithData(q->archivedData()).objectCast<OstQuote>();
+            QVERIFY(back);
+            for (const QString &field : kFields)
+                QCOMPARE(back->property(field.toLatin1()), q->property(field.toLatin1()));
+            QCOMPARE(back->content().isNull(), q->content().isNull());
+            QCOMPARE(back->author().isNull(), q->author().isNull());
+            QVERIFY(back->isEqualToModel(q.data()));
+            back->setContent(QStringLiteral("changed"));
+            QVERIFY(!back->isEqualToModel(q.data()));
+        }
     }
 
-    void archiveRoundTripComparesEqualFieldByField()
-    {
-        OstQuotePtr q = quoteFrom(kWireQuote);
-        auto back = OTModel::unarchiveObjectWithData(q->archivedData()).objectCast<OstQuote>();
-        QVERIFY(back);
-        for (const QString &field : kFields)
-            QCOMPARE(back->property(field.toLatin1()), q->property(field.toLatin1()));
-        QVERIFY(back->isEqualToModel(q.data()));
-        back->setContent(QStringLiteral("changed"));
-        QVERIFY(!back->isEqualToModel(q.data()));
-    }
-
-    void setterCopiesStrings()
+    // Setting the value a field already has is no change.
+    void onlyARealChangeIsAnnounced()
     {
         OstQuote q;
-        QString text = QStringLiteral("Be brief.");
-        q.setContent(text);
-        text.append(QStringLiteral(" Or not."));
-        QCOMPARE(q.content(), QStringLiteral("Be brief."));
+        q.setContent(QStringLiteral("Be brief."));
         int changes = 0;
         connect(&q, &OTModel::changed, this, [&]() { ++changes; });
         q.setContent(QStringLiteral("Be brief."));
@@ -195,15 +177,9 @@ private Q_SLOTS:
         const QImage image = OstQuoteResourceHelper::imageName(name);
         QVERIFY2(!image.isNull(), qPrintable(name));
         QVERIFY(OstQuoteResourceHelper::imageURL(name).toString().startsWith("qrc:/OstQuote/images/" + name));
-        // Each scale is its own drawing of the same size in points: 3x is three times 1x.
-        const QString base = OstQuoteResourceHelper::imageURL(name).toString().mid(3);
-        const QString suffix = base.mid(base.lastIndexOf('.'));
-        const QImage one(base);
-        const QImage three(base.left(base.lastIndexOf('.')) + "@3x" + suffix);
-        QVERIFY(!one.isNull() && !three.isNull());
-        QCOMPARE(three.size(), one.size() * 3);
         // On a 1x screen the 1x file is chosen; the helper's image has the screen's ratio.
-        QCOMPARE(image.deviceIndependentSize().toSize(), one.size());
+        const QString base = OstQuoteResourceHelper::imageURL(name).toString().mid(3);
+        QCOMPARE(image.deviceIndependentSize().toSize(), QImage(base).size());
     }
 
     void missingOrEmptyImageNamesGiveNothing()
@@ -220,14 +196,8 @@ private Q_SLOTS:
 
     void textsComeFromTheModulesTable()
     {
-        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
-        QCOMPARE(OstQuoteResourceHelper::LocalizedString("quote_press_to_view", "每日一句"), QStringLiteral("Quotes"));
-        QCOMPARE(OstQuoteResourceHelper::LocalizedString("share_view_copy_link_copied", ""), QStringLiteral("Link copied"));
         QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
-        QCOMPARE(OstQuoteResourceHelper::LocalizedString("quote_press_to_view", "每日一句"), QStringLiteral("每日一句"));
-        QCOMPARE(OstQuoteResourceHelper::LocalizedString("share_success", "分享成功"), QStringLiteral("分享成功"));
         QCOMPARE(OstQuoteResourceHelper::LocalizedString("home_item_quote_share_topic"), QStringLiteral("#每日一句#"));
-        QCOMPARE(OstQuoteResourceHelper::LocalizedString("share_view_copy_link_copied", ""), QStringLiteral("链接已复制"));
         // A language the table lacks falls back to English.
         QLocale::setDefault(QLocale(QLocale::Swahili, QLocale::Kenya));
         QCOMPARE(OstQuoteResourceHelper::LocalizedString("share_success", "分享成功"), QStringLiteral("Shared"));

@@ -34,10 +34,8 @@ class TestOstQuoteAPI : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        TestServer::Options options;
-        options.now = QDateTime::fromString("2016-10-03T09:00:00+08:00", Qt::ISODate);
-        options.timeZone = "Asia/Shanghai";
-        QVERIFY2(m_server.start(options), qPrintable(m_server.errorString()));
+        QVERIFY2(m_server.start(QDateTime::fromString("2016-10-03T09:00:00+08:00", Qt::ISODate), "Asia/Shanghai"),
+                 qPrintable(m_server.errorString()));
         OTClock::setTimeZone(QTimeZone("Asia/Shanghai"));
     }
 

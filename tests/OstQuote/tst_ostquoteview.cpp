@@ -5,7 +5,6 @@
 #include "TextChecks.h"
 
 #include <OTClock.h>
-#include <OTPalette.h>
 
 #include <QQmlEngine>
 #include <QQuickItemGrabResult>
@@ -85,13 +84,6 @@ private Q_SLOTS:
         m_view.reset();
     }
 
-    void exportedConstants()
-    {
-        QCOMPARE(RVQuoteBottomCoverHeight, 250.0);
-        QCOMPARE(RVQuoteTopCoverHeight, 100.0);
-        QCOMPARE(OstQuoteVersionNumber, 1.0);
-    }
-
     void gradientsHaveTheirStops()
     {
         // Grab each cover alone and read its alpha down the middle column.
@@ -145,14 +137,6 @@ private Q_SLOTS:
         const QRectF monthYear = rectIn(child(m_page, "dateMonthYearLabel"), m_page);
         QCOMPARE(monthYear.bottom(), day.bottom() - 7);
         QCOMPARE(monthYear.left(), day.right() + 5);
-        // Fonts and colours.
-        QCOMPARE(child(m_page, "dateDayLabel")->property("font").value<QFont>().pixelSize(), 50);
-        QCOMPARE(child(m_page, "dateMonthYearLabel")->property("font").value<QFont>().pixelSize(), 20);
-        QCOMPARE(child(m_page, "contentLabel")->property("font").value<QFont>().pixelSize(), 16);
-        QCOMPARE(child(m_page, "translationLabel")->property("font").value<QFont>().pixelSize(), 15);
-        QCOMPARE(child(m_page, "authorLabel")->property("font").value<QFont>().pixelSize(), 15);
-        QCOMPARE(child(m_page, "dateDayLabel")->property("color").value<QColor>(), OTPalette::ostrelGreen());
-        QCOMPARE(child(m_page, "contentLabel")->property("color").value<QColor>(), OTPalette::ostrelFontColorWhite());
     }
 
     void setQuoteKeepsWhatTheQuoteLacks()

@@ -1,44 +1,23 @@
-#include "TestWindow.h"
-#include "TouchScreen.h"
-#include "OstQuoteViewController.h"
+#include "ViewerFixture.h"
 #include "OstAPIClient+Quote.h"
-#include "ClientCache.h"
-#include "ServerHarness.h"
 
 #include <Global.h>
-#include <OTClock.h>
-#include <OTNavigationController.h>
 #include <OTNotificationCenter.h>
-#include <OTScrollView.h>
-#include <OTSocialService.h>
-#include <OstAPIClient.h>
 
 #include <QChildEvent>
 #include <QClipboard>
 #include <QDesktopServices>
 #include <QDir>
+#include <QGuiApplication>
 #include <QImageReader>
 #include <QMimeData>
-#include <QTemporaryDir>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QThread>
-#include <QFile>
-#include <QGuiApplication>
-#include <QQmlEngine>
-#include <QQuickView>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QSignalSpy>
-#include <QStandardPaths>
-#include <QTest>
-
-namespace {
-
-// The server's and the app's "now": 1 March 2017, 10:00 UTC.
-const QDateTime kNow(QDate(2017, 3, 1), QTime(10, 0), Qt::UTC);
-
-} // namespace
+#include <QTemporaryDir>
+#include <QThread>
 
 // The days the shared client asks for, in the order the requests are made: the replies its
 // network access manager creates, read back once each is built. (The server sees and logs
@@ -84,21 +63,6 @@ public Q_SLOTS:
     void open(const QUrl &url) { opened.append(url); }
 };
 
-// The item called `name` anywhere in the item tree under `root` (a Repeater's items are not
-// QObject children of the panel, so findChild misses them).
-QQuickItem *findItem(QQuickItem *root, const QString &name)
-{
-    if (!root)
-        return nullptr;
-    for (QQuickItem *child : root->childItems()) {
-        if (child->objectName() == name)
-            return child;
-        if (QQuickItem *found = findItem(child, name))
-            return found;
-    }
-    return nullptr;
-}
-
 // Stands between the gallery and the viewer, counting how often the gallery asks for its
 // number of pages: once per reload.
 class CountingDataSource : public QObject, public OstQuoteGalleryViewDataSource
@@ -122,101 +86,26 @@ private:
     OstQuoteGalleryViewDataSource *m_target;
 };
 
-// The viewer on a navigation host in a real window, against the real server on loopback. The
-// server's access log tells which days were asked for; the social service records shares.
-class TestOstQuoteViewController : public QObject
+// The viewer against the real server: the server's access log tells which days were asked
+// for; the social service records shares.
+class TestOstQuoteViewController : public ViewerFixture
 {
     Q_OBJECT
-
-    TestServer m_server;
-    std::unique_ptr<QQuickView> m_view;
-    OTNavigationController *m_navigation = nullptr;
-    QPointer<OstQuoteViewController> m_viewer;
-    OTRecordingSocialServiceBackend *m_shares = nullptr;
-
-    bool startServer(const QDateTime &now)
-    {
-        TestServer::Options options;
-        options.now = now;
-        if (!m_server.start(options)) {
-            qWarning() << m_server.errorString();
-            return false;
-        }
-        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
-        return true;
-    }
 
     // What the server was asked for, in order: "today", "batch" or a day key.
     QStringList requestedDays() const { return m_server.requestedQuotes(); }
 
-    // Opens a viewer on top of a plain root screen.
-    void openViewer()
-    {
-        m_viewer = OstQuoteViewController::create(m_view->engine());
-        QVERIFY(m_viewer);
-        m_navigation->pushViewController(m_viewer, false);
-        QVERIFY(m_viewer->isViewLoaded());
-        QCOMPARE(m_navigation->topViewController(), m_viewer.data());
-    }
-
-    OstQuoteGalleryView *gallery() const { return m_viewer->galleryView(); }
-
-    void waitForRest()
-    {
-        OTScrollView *scroll = gallery()->scrollView();
-        QTRY_VERIFY(!scroll->dragging() && !scroll->decelerating() && !scroll->property("animating").toBool());
-    }
-
-    // Today's page in view, filled, at rest.
-    void openViewerOnToday()
-    {
-        openViewer();
-        QTRY_VERIFY(gallery()->numberOfQuotes() > 0);
-        waitForRest();
-        QTRY_VERIFY(gallery()->currentQuoteView() && gallery()->currentQuoteView()->quote());
-        QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 1.0);
-    }
-
-    // A touch swipe across the window by `dx` points: quick (a flick) or slow.
-    void swipe(int dx, bool quick)
-    {
-        QPointingDevice *touch = touchScreen();
-        const QPoint from(dx > 0 ? 40 : 335, 400);
-        QTest::touchEvent(m_view.get(), touch).press(0, from);
-        const int steps = quick ? 4 : 20;
-        for (int i = 1; i <= steps; ++i) {
-            QTest::qWait(quick ? 8 : 16);
-            QTest::touchEvent(m_view.get(), touch).move(0, from + QPoint(dx * i / steps, 0));
-        }
-        QTest::touchEvent(m_view.get(), touch).release(0, from + QPoint(dx, 0));
-        waitForRest();
-    }
-
-    static QPoint centreOf(QQuickItem *item)
-    {
-        return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
-    }
-
-    // The viewer's skin child called `name`.
-    QQuickItem *chromeItem(const char *name) const
-    {
-        auto *item = m_viewer->findChild<QQuickItem *>(QLatin1String(name));
-        if (!item)
-            qWarning() << "no viewer child" << name;
-        return item;
-    }
-
     bool chromeIsNormal() const
     {
-        return chromeItem("backButton")->isVisible() && chromeItem("shareButton")->isVisible()
-            && !chromeItem("ostrelLogo")->isVisible();
+        return item("backButton")->isVisible() && item("shareButton")->isVisible() && !item("ostrelLogo")->isVisible();
     }
 
     bool chromeIsScreenshot() const
     {
-        return !chromeItem("backButton")->isVisible() && !chromeItem("shareButton")->isVisible()
-            && chromeItem("ostrelLogo")->isVisible();
+        return !item("backButton")->isVisible() && !item("shareButton")->isVisible() && item("ostrelLogo")->isVisible();
     }
+
+    OstQuotePtr todaysQuote() const { return m_viewer->quotes().value(QStringLiteral("2017-03-01")); }
 
     // The share of pixels of `rect` (all when empty) that differ visibly between two pictures
     // of one size.
@@ -239,58 +128,36 @@ class TestOstQuoteViewController : public QObject
         return double(differing) / double(rect.width() * rect.height());
     }
 
-    static void saveImage(const QImage &image, const QString &name)
+    // A touch or a mouse press, moves and lift, for the gestures that are run both ways.
+    void press(bool touch, QPoint at)
     {
-        const QByteArray dir = qgetenv("OSTQUOTE_SCREENSHOTS");
-        if (!dir.isEmpty())
-            image.save(QString::fromLocal8Bit(dir) + QLatin1Char('/') + name);
+        if (touch)
+            touchPress(m_view.get(), at);
+        else
+            QTest::mousePress(m_view.get(), Qt::LeftButton, {}, at);
     }
-
-    void saveScreenshot(const QString &name)
+    void moveTo(bool touch, QPoint at)
     {
-        const QByteArray dir = qgetenv("OSTQUOTE_SCREENSHOTS");
-        if (!dir.isEmpty())
-            m_view->grabWindow().save(QString::fromLocal8Bit(dir) + QLatin1Char('/') + name);
+        if (touch)
+            touchMoves(m_view.get(), at, {}, 1, 4);
+        else
+            QTest::mouseMove(m_view.get(), at, 8);
+    }
+    void lift(bool touch, QPoint at)
+    {
+        if (touch)
+            touchLift(m_view.get(), at);
+        else
+            QTest::mouseRelease(m_view.get(), Qt::LeftButton, {}, at);
     }
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QStandardPaths::setTestModeEnabled(true);
-        auto backend = std::make_unique<OTRecordingSocialServiceBackend>();
-        m_shares = backend.get();
-        OTSocialService::defaultService()->setBackend(std::move(backend));
-    }
-
-    void init()
-    {
-        // A test that used the desktop's backend leaves it behind: the recorder comes back.
-        if (!m_shares) {
-            auto backend = std::make_unique<OTRecordingSocialServiceBackend>();
-            m_shares = backend.get();
-            OTSocialService::defaultService()->setBackend(std::move(backend));
-        }
-        forgetCachedAnswers(OstAPIClient::sharedClient());
-        OTClock::setTimeZone(QTimeZone("UTC"));
-        OTClock::setNow(kNow);
-        QVERIFY(startServer(kNow));
-        m_shares->shares.clear();
-        m_shares->activities.clear();
-
-        m_view = openTestWindow();
-        QVERIFY(m_view);
-        m_navigation = OTNavigationController::create(m_view->engine(), m_view->rootObject());
-        QVERIFY(m_navigation);
-        m_navigation->setSize(QSizeF(375, 667));
-        m_navigation->pushViewController(new OTCommonsViewController, false);
-    }
+    void init() { setUpViewer(); }
 
     void cleanup()
     {
         OTDesktopSocialServiceBackend::setPicturesDirectory(QString());
-        delete m_navigation;
-        m_view.reset();
-        m_server.stop();
+        tearDownViewer();
     }
 
     // --- Requests and the gallery ---------------------------------------------------------
@@ -317,8 +184,7 @@ private Q_SLOTS:
         QCOMPARE(m_viewer->dateToday(), QDateTime(QDate(2017, 3, 1), QTime(0, 0), Qt::UTC));
         QTRY_COMPARE(page->backgroundImageView()->property("status").toInt(), 1); // Image.Ready
         QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 1.0);
-        QCOMPARE(page->size(), QSizeF(375, 667));
-        saveScreenshot(QStringLiteral("viewer.png"));
+        saveScreenshot(m_view.get(), QStringLiteral("viewer.png"));
         QCOMPARE(reloads.count(), 1);
     }
 
@@ -326,9 +192,8 @@ private Q_SLOTS:
     {
         openViewerOnToday();
         QTRY_COMPARE(requestedDays(), (QStringList{"today", "2017-02-28"}));
-        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
 
-        swipe(200, true);   // towards the older day on the left
+        swipe(200);         // towards the older day on the left
         QCOMPARE(gallery()->currentIndex(), 1);
         // Its own day was there already: only the next older one is asked.
         QTRY_COMPARE(requestedDays(), (QStringList{"today", "2017-02-28", "2017-02-27"}));
@@ -342,8 +207,8 @@ private Q_SLOTS:
         QCOMPARE(gallery()->currentQuoteView()->quote()->assign_date(), QStringLiteral("2017-02-27"));
 
         // Back to today: every day on the way is known, nothing more is asked.
-        swipe(-200, true);
-        swipe(-200, true);
+        swipe(-200);
+        swipe(-200);
         QCOMPARE(gallery()->currentIndex(), 0);
         QTest::qWait(300);  // the access log is flushed every ~200 ms
         QCOMPARE(requestedDays().size(), 4);
@@ -352,14 +217,12 @@ private Q_SLOTS:
     void aMissingDayIsAskedAgainAtEachRest()
     {
         // Second day of all: page 1 is 1 October 2016, and the day before it never exists.
-        const QDateTime secondDay(QDate(2016, 10, 2), QTime(10, 0), Qt::UTC);
-        OTClock::setNow(secondDay);
-        QVERIFY(startServer(secondDay));
+        QVERIFY(startServer(QDateTime(QDate(2016, 10, 2), QTime(10, 0), Qt::UTC)));
         openViewerOnToday();
         QCOMPARE(gallery()->numberOfQuotes(), 2);
         QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01"}));
 
-        swipe(200, true);
+        swipe(200);
         QCOMPARE(gallery()->currentIndex(), 1);
         QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01", "2016-09-30"}));
         // Past the end and back: the gallery rests on page 1 again and asks again.
@@ -396,7 +259,7 @@ private Q_SLOTS:
         // The day before arrives, then a swipe brings two more answers: no reload for any.
         QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
         waitForRest();
-        swipe(200, true);
+        swipe(200);
         QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-27")));
         QTest::qWait(200);
         QCOMPARE(counting.reloads, 1);
@@ -406,11 +269,10 @@ private Q_SLOTS:
     void aDayAndTheDayBeforeItBothMissingAreAskedOlderFirst()
     {
         openViewerOnToday();
-        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
         // Forget the day before: landing on it, both it and its older neighbour are missing.
-        m_viewer->setQuotes({{QStringLiteral("2017-03-01"), m_viewer->quotes().value(QStringLiteral("2017-03-01"))}});
+        m_viewer->setQuotes({{QStringLiteral("2017-03-01"), todaysQuote()}});
         RequestRecorder recorder(OstAPIClient::sharedClient()->networkAccessManager());
-        swipe(200, true);
+        swipe(200);
         QCOMPARE(gallery()->currentIndex(), 1);
         QTRY_COMPARE(recorder.days(), (QStringList{"2017-02-27", "2017-02-28"}));
         QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
@@ -421,13 +283,9 @@ private Q_SLOTS:
     void daysAlreadySeenAreShownOffline()
     {
         // Two seconds before midnight: today's answer is fresh for two seconds only.
-        const QDateTime lateNow(QDate(2017, 3, 1), QTime(23, 59, 58), Qt::UTC);
-        m_server.stop();
-        OTClock::setNow(lateNow);
-        QVERIFY(startServer(lateNow));
+        QVERIFY(startServer(QDateTime(QDate(2017, 3, 1), QTime(23, 59, 58), Qt::UTC)));
         openViewerOnToday();
-        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
-        const OstQuotePtr today = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
+        const OstQuotePtr today = todaysQuote();
         const OstQuotePtr yesterday = m_viewer->quotes().value(QStringLiteral("2017-02-28"));
         m_navigation->popViewControllerAnimated(false);
         QTRY_VERIFY(!m_viewer);
@@ -446,7 +304,7 @@ private Q_SLOTS:
         QVERIFY(gallery()->currentQuoteView()->quote()->isEqualToModel(today.data()));
         QTRY_VERIFY_WITH_TIMEOUT(m_viewer->quotes().contains(QStringLiteral("2017-02-28")), 10000);
         waitForRest();
-        swipe(200, true);
+        swipe(200);
         QCOMPARE(gallery()->currentIndex(), 1);
         QTRY_VERIFY(gallery()->currentQuoteView()->quote());
         QVERIFY(gallery()->currentQuoteView()->quote()->isEqualToModel(yesterday.data()));
@@ -499,12 +357,12 @@ private Q_SLOTS:
         openViewerOnToday();
         QVERIFY(m_navigation->isNavigationBarHidden());
         QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 1.0);
-        QCOMPARE(chromeItem("backButton")->size(), QSizeF(60, 40));
-        QCOMPARE(chromeItem("backButton")->mapToScene(QPointF(0, 0)), QPointF(15, 25));
-        QCOMPARE(chromeItem("shareButton")->mapToScene(QPointF(60, 0)), QPointF(375 - 15, 25));
+        QCOMPARE(item("backButton")->size(), QSizeF(60, 40));
+        QCOMPARE(item("backButton")->mapToScene(QPointF(0, 0)), QPointF(15, 25));
+        QCOMPARE(item("shareButton")->mapToScene(QPointF(60, 0)), QPointF(375 - 15, 25));
         QVERIFY(chromeIsNormal());
 
-        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(chromeItem("backButton")));
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(item("backButton")));
         QTRY_COMPARE(m_navigation->depth(), 1);
         QVERIFY(!m_navigation->isNavigationBarHidden());
         QTRY_VERIFY(!m_viewer);   // popped screens go away
@@ -537,11 +395,11 @@ private Q_SLOTS:
     void theShareButtonOpensThePanel()
     {
         openViewerOnToday();
-        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(chromeItem("shareButton")));
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(item("shareButton")));
         QVERIFY(m_viewer->shareView()->isShowing());
         QCOMPARE(m_viewer->shareView()->parentItem(), m_viewer.data());
         QTRY_COMPARE(m_viewer->shareView()->presentation(), 1.0);
-        saveScreenshot(QStringLiteral("viewer-share-panel.png"));
+        saveScreenshot(m_view.get(), QStringLiteral("viewer-share-panel.png"));
     }
 
     void sharingToEachKindOfTarget_data()
@@ -575,7 +433,7 @@ private Q_SLOTS:
 
         QCOMPARE(m_shares->shares.size(), 1);
         const OTShareRequest &share = m_shares->shares.first();
-        const OstQuotePtr quote = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
+        const OstQuotePtr quote = todaysQuote();
         const QString link = quote->share_urls().value(linkKey).toString();
         QVERIFY(link.startsWith(m_server.baseURL().toString()));
         QCOMPARE(share.platform, platform);
@@ -624,8 +482,7 @@ private Q_SLOTS:
         openViewerOnToday();
         QGuiApplication::clipboard()->setText(QStringLiteral("before"));
         m_viewer->shareViewCopyLinkClicked(m_viewer->shareView(), nullptr);
-        const OstQuotePtr quote = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
-        QCOMPARE(QGuiApplication::clipboard()->text(), quote->share_urls().value("default").toString());
+        QCOMPARE(QGuiApplication::clipboard()->text(), todaysQuote()->share_urls().value("default").toString());
         QCOMPARE(Global::sharedGlobal()->lastHUBText(), QStringLiteral("Link copied"));
         QCOMPARE(messagesIn(m_view.get()).size(), 1);
 
@@ -647,8 +504,7 @@ private Q_SLOTS:
         OstCustomShareView *panel = m_viewer->shareView();
         m_viewer->shareViewMoreButtonClicked(panel, nullptr);
         QVERIFY(panel->isSystemShareShowing());
-        const OstQuotePtr quote = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
-        QCOMPARE(panel->activityItems(), QVariantList{quote->share_urls().value("default")});
+        QCOMPARE(panel->activityItems(), QVariantList{todaysQuote()->share_urls().value("default")});
     }
 
     void aWeiboShareIsAnnounced()
@@ -738,17 +594,12 @@ private Q_SLOTS:
         QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
 
         openViewerOnToday();
-        QPointingDevice *touch = touchScreen();
-        const QPoint shareAt = centreOf(chromeItem("shareButton"));
-        QTest::touchEvent(m_view.get(), touch).press(0, shareAt);
-        QTest::touchEvent(m_view.get(), touch).release(0, shareAt);
+        touchTap(m_view.get(), centreOf(item("shareButton")));
         OstCustomShareView *panel = m_viewer->shareView();
         QTRY_COMPARE(panel->presentation(), 1.0);
         QQuickItem *target = findItem(panel, QStringLiteral("sharePlatformButton_%1").arg(platform));
         QVERIFY(target);
-        const QPoint targetAt = centreOf(target);
-        QTest::touchEvent(m_view.get(), touch).press(0, targetAt);
-        QTest::touchEvent(m_view.get(), touch).release(0, targetAt);
+        touchTap(m_view.get(), centreOf(target));
         if (m_shares)
             m_shares->succeed = true;
 
@@ -771,20 +622,15 @@ private Q_SLOTS:
         // Nothing claims the quote was posted.
         QVERIFY(!said.contains(QLatin1String("Shared")));
         QCOMPARE(announced.count(), 0);
-        QCOMPARE(Global::sharedGlobal()->lastHUBText(), said);
 
         // The message is in the window, over the viewer, readable in full.
         QCOMPARE(messagesIn(m_view.get()).size(), 1);
         QQuickItem *hud = messagesIn(m_view.get()).first();
-        QVERIFY(hud->isVisible());
-        auto *label = findItem(hud, QStringLiteral("OTHUDLabel"));
-        QVERIFY(label);
+        QQuickItem *label = findItem(hud, QStringLiteral("OTHUDLabel"));
+        QVERIFY(hud->isVisible() && label);
         QCOMPARE(label->property("text").toString(), said);
         QVERIFY(!label->property("truncated").toBool());
-        QQuickItem *boxItem = findItem(hud, QStringLiteral("OTHUDBox"));
-        QVERIFY(boxItem);
-        const QRectF box = boxItem->mapRectToScene(QRectF(0, 0, boxItem->width(), boxItem->height()));
-        QVERIFY(QRectF(0, 0, 375, 667).contains(box));
+        QVERIFY(QRectF(0, 0, 375, 667).contains(sceneRect(findItem(hud, QStringLiteral("OTHUDBox")))));
 
         if (platform == OTSharePlatformCopyImage) {
             QVERIFY(QGuiApplication::clipboard()->mimeData()->hasImage());
@@ -827,26 +673,25 @@ private Q_SLOTS:
 
         // What the screen looks like in the share chrome once the message has gone.
         QTRY_VERIFY_WITH_TIMEOUT(messagesIn(m_view.get()).isEmpty(), 5000);
-        chromeItem("backButton")->setVisible(false);
-        chromeItem("shareButton")->setVisible(false);
-        chromeItem("ostrelLogo")->setVisible(true);
+        item("backButton")->setVisible(false);
+        item("shareButton")->setVisible(false);
+        item("ostrelLogo")->setVisible(true);
         const QImage expected = m_view->grabWindow().convertToFormat(QImage::Format_RGB32);
-        chromeItem("backButton")->setVisible(true);
-        chromeItem("shareButton")->setVisible(true);
-        chromeItem("ostrelLogo")->setVisible(false);
+        item("backButton")->setVisible(true);
+        item("shareButton")->setVisible(true);
+        item("ostrelLogo")->setVisible(false);
         m_viewer->initNavigationBar();
         const QImage normal = m_view->grabWindow().convertToFormat(QImage::Format_RGB32);
         QCOMPARE(expected.size(), pixels);
-        saveImage(picture, QStringLiteral("share-picture.png"));
 
         QCOMPARE(differingPixels(picture, expected), 0.0);
         // The comparison sees what it is meant to: the chrome and the message show up in it.
         const auto in = [ratio](QQuickItem *item) {
-            const QRectF r = item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
+            const QRectF r = sceneRect(item);
             return QRectF(r.topLeft() * ratio, r.size() * ratio).toAlignedRect();
         };
-        QVERIFY(differingPixels(expected, normal, in(chromeItem("ostrelLogo"))) > 0.01);
-        QVERIFY(differingPixels(expected, normal, in(chromeItem("backButton"))) > 0.01);
+        QVERIFY(differingPixels(expected, normal, in(item("ostrelLogo"))) > 0.01);
+        QVERIFY(differingPixels(expected, normal, in(item("backButton"))) > 0.01);
         const QRect centre(pixels.width() / 3, pixels.height() / 3, pixels.width() / 3, pixels.height() / 3);
         QVERIFY(differingPixels(expected, withMessage.convertToFormat(QImage::Format_RGB32), centre) > 0.05);
         // The text cover is in the picture although the reader had slid it away.
@@ -856,14 +701,13 @@ private Q_SLOTS:
     void midSwipeScreenshot()
     {
         openViewerOnToday();
-        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
-        swipe(200, true);
+        swipe(200);
         QTRY_COMPARE(gallery()->currentQuoteView()->backgroundImageView()->property("status").toInt(), 1);
         OTScrollView *scroll = gallery()->scrollView();
         gallery()->scrollViewWillBeginDragging(scroll);
         scroll->setContentOffset(scroll->contentOffset() + QPointF(140, 0));
         QTest::qWait(100);
-        saveScreenshot(QStringLiteral("viewer-mid-swipe.png"));
+        saveScreenshot(m_view.get(), QStringLiteral("viewer-mid-swipe.png"));
         // The newer page comes in small from the right, pinned behind the sliding one: black
         // shows round it.
         const QImage frame = m_view->grabWindow();
@@ -886,41 +730,18 @@ private Q_SLOTS:
     {
         QFETCH(bool, touch);
         openViewerOnToday();
-        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
         OTScrollView *scroll = gallery()->scrollView();
-        QPointingDevice *device = touchScreen();
-        const auto press = [&](QPoint at) {
-            if (touch)
-                QTest::touchEvent(m_view.get(), device).press(0, at);
-            else
-                QTest::mousePress(m_view.get(), Qt::LeftButton, {}, at);
-        };
-        const auto moveTo = [&](QPoint at) {
-            if (touch) {
-                QTest::qWait(4);
-                QTest::touchEvent(m_view.get(), device).move(0, at);
-            } else {
-                QTest::mouseMove(m_view.get(), at, 8);
-            }
-        };
-        const auto lift = [&](QPoint at) {
-            if (touch)
-                QTest::touchEvent(m_view.get(), device).release(0, at);
-            else
-                QTest::mouseRelease(m_view.get(), Qt::LeftButton, {}, at);
-        };
-
         const QPoint from(40, 400);
-        press(from);
-        moveTo(from + QPoint(30, 0));
-        moveTo(from + QPoint(60, 0));
-        lift(from + QPoint(60, 0));
+        press(touch, from);
+        moveTo(touch, from + QPoint(30, 0));
+        moveTo(touch, from + QPoint(60, 0));
+        lift(touch, from + QPoint(60, 0));
         QVERIFY(scroll->decelerating());
         const QPoint at(187, 300);
-        press(at);
+        press(touch, at);
         QVERIFY(!scroll->decelerating());
         QVERIFY(scroll->contentOffset().x() > scroll->contentSize().width() - 1.5 * scroll->width());
-        lift(at);
+        lift(touch, at);
         waitForRest();
 
         QCOMPARE(scroll->contentOffset().x(), scroll->contentSize().width() - scroll->width());
@@ -933,7 +754,7 @@ private Q_SLOTS:
         // The press did not reach the page as a tap.
         QVERIFY(page->isShowing());
 
-        const OstQuotePtr today = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
+        const OstQuotePtr today = todaysQuote();
         m_viewer->shareViewShareToPlatform(m_viewer->shareView(), 0);
         QCOMPARE(m_shares->shares.size(), 1);
         QCOMPARE(m_shares->shares.first().content, today->content());
@@ -947,20 +768,9 @@ private Q_SLOTS:
     void aFlickBackKeepsTodayInViewAndShared()
     {
         openViewerOnToday();
-        QPointingDevice *touch = touchScreen();
-        QPoint at(40, 400);
-        QTest::touchEvent(m_view.get(), touch).press(0, at);
-        for (int i = 0; i < 10; ++i) {
-            QTest::qWait(16);
-            at += QPoint(30, 0);
-            QTest::touchEvent(m_view.get(), touch).move(0, at);
-        }
-        for (int i = 0; i < 2; ++i) {
-            QTest::qWait(5);
-            at -= QPoint(20, 0);
-            QTest::touchEvent(m_view.get(), touch).move(0, at);
-        }
-        QTest::touchEvent(m_view.get(), touch).release(0, at);
+        touchPress(m_view.get(), QPoint(40, 400));
+        const QPoint turned = touchMoves(m_view.get(), QPoint(40, 400), QPoint(300, 0), 10, 16);
+        touchLift(m_view.get(), touchMoves(m_view.get(), turned, QPoint(-40, 0), 2, 5));
         waitForRest();
 
         OTScrollView *scroll = gallery()->scrollView();
@@ -970,10 +780,9 @@ private Q_SLOTS:
         QCOMPARE(page->quote()->assign_date(), QStringLiteral("2017-03-01"));
         QCOMPARE(page->opacity(), 1.0);
         QCOMPARE(page->contentScale(), 1.0);
-        const OstQuotePtr today = m_viewer->quotes().value(QStringLiteral("2017-03-01"));
         m_viewer->shareViewShareToPlatform(m_viewer->shareView(), 0);
         QCOMPARE(m_shares->shares.size(), 1);
-        QCOMPARE(m_shares->shares.first().content, today->content());
+        QCOMPARE(m_shares->shares.first().content, todaysQuote()->content());
     }
 
     // The window changes size in the middle of a swipe (a bar appears, the phone turns):
@@ -982,21 +791,10 @@ private Q_SLOTS:
     void aResizeDuringASwipeLeavesNoBand()
     {
         openViewerOnToday();
-        QPointingDevice *touch = touchScreen();
-        QPoint at(40, 300);
-        QTest::touchEvent(m_view.get(), touch).press(0, at);
-        for (int i = 0; i < 5; ++i) {
-            QTest::qWait(16);
-            at += QPoint(30, 0);
-            QTest::touchEvent(m_view.get(), touch).move(0, at);
-        }
+        touchPress(m_view.get(), QPoint(40, 300));
+        const QPoint halfWay = touchMoves(m_view.get(), QPoint(40, 300), QPoint(150, 0), 5, 16);
         m_navigation->setHeight(623);
-        for (int i = 0; i < 5; ++i) {
-            QTest::qWait(16);
-            at += QPoint(30, 0);
-            QTest::touchEvent(m_view.get(), touch).move(0, at);
-        }
-        QTest::touchEvent(m_view.get(), touch).release(0, at);
+        touchLift(m_view.get(), touchMoves(m_view.get(), halfWay, QPoint(150, 0), 5, 16));
         waitForRest();
 
         OTScrollView *scroll = gallery()->scrollView();
@@ -1016,28 +814,19 @@ private Q_SLOTS:
     // that comes to rest there.
     void aStoppedGlideAsksForTheDaysOfThePageInView()
     {
-        const QDateTime secondDay(QDate(2016, 10, 2), QTime(10, 0), Qt::UTC);
-        OTClock::setNow(secondDay);
-        QVERIFY(startServer(secondDay));
+        QVERIFY(startServer(QDateTime(QDate(2016, 10, 2), QTime(10, 0), Qt::UTC)));
         openViewerOnToday();
         QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01"}));
-        swipe(200, true);
+        swipe(200);
         QCOMPARE(gallery()->currentIndex(), 1);
         QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01", "2016-09-30"}));
 
         OTScrollView *scroll = gallery()->scrollView();
-        QPointingDevice *touch = touchScreen();
-        const QPoint from(335, 400);
-        QTest::touchEvent(m_view.get(), touch).press(0, from);
-        QTest::qWait(4);
-        QTest::touchEvent(m_view.get(), touch).move(0, from - QPoint(30, 0));
-        QTest::qWait(4);
-        QTest::touchEvent(m_view.get(), touch).move(0, from - QPoint(60, 0));
-        QTest::touchEvent(m_view.get(), touch).release(0, from - QPoint(60, 0));
+        touchDrag(m_view.get(), QPoint(335, 400), QPoint(-60, 0), 2, 4);
         QVERIFY(scroll->decelerating());
-        QTest::touchEvent(m_view.get(), touch).press(0, QPoint(187, 300));
+        touchPress(m_view.get(), QPoint(187, 300));
         QVERIFY(scroll->contentOffset().x() < 0.5 * scroll->width());
-        QTest::touchEvent(m_view.get(), touch).release(0, QPoint(187, 300));
+        touchLift(m_view.get(), QPoint(187, 300));
         waitForRest();
 
         QCOMPARE(scroll->contentOffset().x(), 0.0);

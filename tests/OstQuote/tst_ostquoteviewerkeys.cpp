@@ -1,29 +1,15 @@
-#include "TestWindow.h"
-#include "TouchScreen.h"
-#include "OstQuoteViewController.h"
+#include "ViewerFixture.h"
 #include "OstQuoteLaunchViewController.h"
-#include "ClientCache.h"
-#include "ServerHarness.h"
-
-#include <OTClock.h>
-#include <OTNavigationController.h>
-#include <OTScrollView.h>
-#include <OTSocialService.h>
-#include <OstAPIClient.h>
 
 #include <QAccessible>
 #include <QGuiApplication>
-#include <QQuickView>
 #include <QScopeGuard>
 #include <QSignalSpy>
-#include <QStandardPaths>
-#include <QTest>
 #include <QWheelEvent>
 
-namespace {
+#include <functional>
 
-// The server's and the app's "now": Wednesday 1 March 2017, 10:00 UTC.
-const QDateTime kNow(QDate(2017, 3, 1), QTime(10, 0), Qt::UTC);
+namespace {
 
 // The item's Accessible attached object, through which QML tells screen readers of changes.
 QObject *accessibleAttached(QQuickItem *item)
@@ -31,19 +17,6 @@ QObject *accessibleAttached(QQuickItem *item)
     for (QObject *child : item->children()) {
         if (qstrcmp(child->metaObject()->className(), "QQuickAccessibleAttached") == 0)
             return child;
-    }
-    return nullptr;
-}
-
-QQuickItem *findItem(QQuickItem *root, const QString &name)
-{
-    if (!root)
-        return nullptr;
-    if (root->objectName() == name)
-        return root;
-    for (QQuickItem *child : root->childItems()) {
-        if (QQuickItem *found = findItem(child, name))
-            return found;
     }
     return nullptr;
 }
@@ -63,30 +36,12 @@ QAccessible::Role accessibleRole(QQuickItem *item)
 } // namespace
 
 // The quote viewer without touch: keys, wheel and back keys, the keyboard's way through the
-// screen and the share panel, and what screen readers find. The viewer sits on a navigation
-// host in a real window, against the real server on loopback.
-class TestOstQuoteViewerKeys : public QObject
+// screen and the share panel, and what screen readers find.
+class TestOstQuoteViewerKeys : public ViewerFixture
 {
     Q_OBJECT
 
-    TestServer m_server;
-    std::unique_ptr<QQuickView> m_view;
-    OTNavigationController *m_navigation = nullptr;
-    QPointer<OstQuoteViewController> m_viewer;
-    OTRecordingSocialServiceBackend *m_shares = nullptr;
     ulong m_wheelClock = 1000;
-
-    bool startServer()
-    {
-        TestServer::Options options;
-        options.now = kNow;
-        if (!m_server.start(options)) {
-            qWarning() << m_server.errorString();
-            return false;
-        }
-        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
-        return true;
-    }
 
     // The days the server was asked for, in no particular order.
     QStringList requestedDays() const
@@ -96,55 +51,17 @@ class TestOstQuoteViewerKeys : public QObject
         return days;
     }
 
-    OstQuoteGalleryView *gallery() const { return m_viewer->galleryView(); }
-    QQuickItem *item(const char *name) const { return findItem(m_viewer, QLatin1String(name)); }
     QQuickItem *focused() const { return m_view->activeFocusItem(); }
-
-    void waitForRest()
-    {
-        OTScrollView *scroll = gallery()->scrollView();
-        QTRY_VERIFY(!scroll->dragging() && !scroll->decelerating() && !scroll->animating());
-    }
-
-    // Today's page in view, filled, at rest, the day before it known.
-    void openViewerOnToday()
-    {
-        m_viewer = OstQuoteViewController::create(m_view->engine());
-        QVERIFY(m_viewer);
-        m_navigation->pushViewController(m_viewer, false);
-        QTRY_VERIFY(gallery()->numberOfQuotes() > 0);
-        waitForRest();
-        QTRY_VERIFY(gallery()->currentQuoteView() && gallery()->currentQuoteView()->quote());
-        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
-        QTRY_VERIFY(m_viewer->isVisibleOnScreen());
-        // The bar has gone and the gallery has its full height.
-        QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 1.0);
-    }
 
     void key(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         QTest::keyClick(m_view.get(), Qt::Key(key), modifiers);
     }
 
-    void swipeOlder()
-    {
-        QPointingDevice *touch = touchScreen();
-        const QPoint from(40, 400);
-        QTest::touchEvent(m_view.get(), touch).press(0, from);
-        for (int i = 1; i <= 4; ++i) {
-            QTest::qWait(8);
-            QTest::touchEvent(m_view.get(), touch).move(0, from + QPoint(50 * i, 0));
-        }
-        QTest::touchEvent(m_view.get(), touch).release(0, from + QPoint(200, 0));
-        waitForRest();
-    }
-
     void tap(QQuickItem *target)
     {
         QVERIFY(target);
-        const QPoint at = target->mapToScene(QPointF(target->width() / 2, target->height() / 2)).toPoint();
-        QTest::touchEvent(m_view.get(), touchScreen()).press(0, at);
-        QTest::touchEvent(m_view.get(), touchScreen()).release(0, at);
+        touchTap(m_view.get(), centreOf(target));
     }
 
     void wheel(QPoint angle, QPoint pixels, int afterMs)
@@ -157,36 +74,29 @@ class TestOstQuoteViewerKeys : public QObject
         QGuiApplication::sendEvent(m_view.get(), &event);
     }
 
-private Q_SLOTS:
-    void initTestCase()
+    // The largest page in view while `turn` runs.
+    qreal largestPageDuring(const std::function<void()> &turn)
     {
-        QStandardPaths::setTestModeEnabled(true);
-        auto backend = std::make_unique<OTRecordingSocialServiceBackend>();
-        m_shares = backend.get();
-        OTSocialService::defaultService()->setBackend(std::move(backend));
-        QAccessible::setActive(true);
+        qreal largest = 0;
+        const QMetaObject::Connection watching =
+            connect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, [&largest, this]() {
+                for (QQuickItem *child : gallery()->scrollView()->subviews()) {
+                    if (child->opacity() > 0)
+                        largest = qMax(largest, qobject_cast<OstQuoteView *>(child)->contentScale());
+                }
+            });
+        turn();
+        disconnect(watching);
+        return largest;
     }
 
-    void init()
-    {
-        forgetCachedAnswers(OstAPIClient::sharedClient());
-        OTClock::setTimeZone(QTimeZone("UTC"));
-        OTClock::setNow(kNow);
-        QVERIFY(startServer());
-        m_shares->shares.clear();
-        m_view = openTestWindow();
-        QVERIFY(m_view);
-        m_navigation = OTNavigationController::create(m_view->engine(), m_view->rootObject());
-        QVERIFY(m_navigation);
-        m_navigation->setSize(QSizeF(375, 667));
-        m_navigation->pushViewController(new OTCommonsViewController, false);
-    }
+private Q_SLOTS:
+    void initTestCase() { QAccessible::setActive(true); }
+    void init() { setUpViewer(); }
 
     void cleanup()
     {
-        delete m_navigation;
-        m_view.reset();
-        m_server.stop();
+        tearDownViewer();
         QLocale::setDefault(QLocale::c());
     }
 
@@ -197,17 +107,16 @@ private Q_SLOTS:
     void keysTurnTheDaysAsSwipesDo()
     {
         openViewerOnToday();
-        swipeOlder();
-        swipeOlder();
+        swipe(200);
+        swipe(200);
         QCOMPARE(gallery()->currentIndex(), 2);
         QTRY_COMPARE(requestedDays().size(), 4);
         QTest::qWait(300); // the access log is flushed every ~200 ms
         const QStringList afterSwipes = requestedDays();
         m_navigation->popViewControllerAnimated(false);
         QTRY_VERIFY(!m_viewer);
-        m_server.stop();
         forgetCachedAnswers(OstAPIClient::sharedClient());
-        QVERIFY(startServer());
+        QVERIFY(startServer(kNow));
 
         openViewerOnToday();
         key(Qt::Key_Left);
@@ -261,9 +170,10 @@ private Q_SLOTS:
     {
         openViewerOnToday();
         int mostPages = 0;
-        connect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, [&mostPages, this]() {
-            mostPages = qMax(mostPages, int(gallery()->scrollView()->subviews().size()));
-        });
+        const QMetaObject::Connection counting =
+            connect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, [&mostPages, this]() {
+                mostPages = qMax(mostPages, int(gallery()->scrollView()->subviews().size()));
+            });
         key(Qt::Key_End);
         waitForRest();
         QCOMPARE(gallery()->currentIndex(), 151);
@@ -287,19 +197,14 @@ private Q_SLOTS:
         key(Qt::Key_Left);
         waitForRest();
         QCOMPARE(gallery()->currentIndex(), 3);
-        qreal largest = 0;
-        connect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, [&largest, this]() {
-            for (QQuickItem *child : gallery()->scrollView()->subviews()) {
-                if (child->opacity() > 0)
-                    largest = qMax(largest, qobject_cast<OstQuoteView *>(child)->contentScale());
-            }
+        const qreal largest = largestPageDuring([this]() {
+            key(Qt::Key_Home);
+            waitForRest();
         });
-        key(Qt::Key_Home);
-        waitForRest();
         QVERIFY2(largest <= 1.0, qPrintable(QString::number(largest)));
         QCOMPARE(gallery()->currentQuoteView()->contentScale(), 1.0);
         QCOMPARE(gallery()->currentQuoteView()->opacity(), 1.0);
-        disconnect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, nullptr);
+        disconnect(counting);
         QVERIFY2(mostPages <= 4, qPrintable(QString::number(mostPages)));
     }
 
@@ -327,21 +232,15 @@ private Q_SLOTS:
     void aFastWheelTurnsDayByDayWithTheDepthEffect()
     {
         openViewerOnToday();
-        qreal largest = 0;
-        connect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, [&largest, this]() {
-            for (QQuickItem *child : gallery()->scrollView()->subviews()) {
-                if (child->opacity() > 0)
-                    largest = qMax(largest, qobject_cast<OstQuoteView *>(child)->contentScale());
-            }
+        const qreal largest = largestPageDuring([this]() {
+            wheel({0, 240}, {}, 500);
+            waitForRest();
+            QCOMPARE(gallery()->currentIndex(), 1);
+            wheel({0, 120}, {}, 500);
+            QTest::qWait(60);
+            wheel({0, 120}, {}, 60);
+            waitForRest();
         });
-        wheel({0, 240}, {}, 500);
-        waitForRest();
-        QCOMPARE(gallery()->currentIndex(), 1);
-        wheel({0, 120}, {}, 500);
-        QTest::qWait(60);
-        wheel({0, 120}, {}, 60);
-        waitForRest();
-        disconnect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, nullptr);
         QCOMPARE(gallery()->currentIndex(), 3);
         QVERIFY2(largest <= 1.0, qPrintable(QString::number(largest)));
         OstQuoteView *page = gallery()->currentQuoteView();

@@ -57,10 +57,8 @@ class TestCli : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        TestServer::Options options;
-        options.now = QDateTime::fromString("2016-10-03T09:00:00+08:00", Qt::ISODate);
-        options.timeZone = "Asia/Shanghai";
-        QVERIFY2(m_server.start(options), qPrintable(m_server.errorString()));
+        QVERIFY2(m_server.start(QDateTime::fromString("2016-10-03T09:00:00+08:00", Qt::ISODate), "Asia/Shanghai"),
+                 qPrintable(m_server.errorString()));
     }
 
     void init() { m_home = std::make_unique<QTemporaryDir>(); }
@@ -301,10 +299,8 @@ private Q_SLOTS:
         // Two seconds before midnight: today's answer is fresh for two seconds only, so what
         // is asked after that must be answered by a server, or offline by the cache.
         TestServer server;
-        TestServer::Options options;
-        options.now = QDateTime::fromString("2016-10-03T23:59:58+08:00", Qt::ISODate);
-        options.timeZone = "Asia/Shanghai";
-        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        QVERIFY2(server.start(QDateTime::fromString("2016-10-03T23:59:58+08:00", Qt::ISODate), "Asia/Shanghai"),
+                 qPrintable(server.errorString()));
         const QString api = server.baseURL().toString();
         const Run day = cli({"day", "2016-10-01"}, api);
         const Run today = cli({"today"}, api);

@@ -42,6 +42,22 @@ public:
     // errorString(), when it did not come up within a few seconds.
     bool start(const Options &options);
     bool start() { return start(Options()); }
+    // The clock at `now` in `timeZone`, with more options.
+    bool start(const QString &now, const QString &timeZone, const QStringList &arguments = {})
+    {
+        Options options;
+        options.now = now;
+        options.timeZone = timeZone;
+        options.arguments = arguments;
+        return start(options);
+    }
+    // The default clock and zone, with more options.
+    bool start(const QStringList &arguments)
+    {
+        Options options;
+        options.arguments = arguments;
+        return start(options);
+    }
     // SIGTERM, then waits for a clean exit. False when it did not exit cleanly.
     bool stop();
     // SIGTERM without waiting: stop() then collects the exit.
@@ -93,6 +109,14 @@ public:
     // Starts the server and waits for its "listening" line. False (with the reason in
     // errorString()) when it did not come up.
     bool start(const Options &options);
+    bool start(const QDateTime &now, const QString &timeZone = QStringLiteral("UTC"), const QStringList &extraArguments = {})
+    {
+        Options options;
+        options.now = now;
+        options.timeZone = timeZone;
+        options.extraArguments = extraArguments;
+        return start(options);
+    }
     void stop();
 
     QUrl baseURL() const { return m_baseURL; }

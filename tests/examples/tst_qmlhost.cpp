@@ -2,7 +2,9 @@
 // no navigation host. The example app examples/qml-host, in process and as a process.
 
 #include "ClientCache.h"
+#include "Processes.h"
 #include "RecordingScreen.h"
+#include "SceneItems.h"
 #include "ServerHarness.h"
 
 #include <OTClock.h>
@@ -15,13 +17,11 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QPointer>
-#include <QProcess>
 #include <QQmlApplicationEngine>
 #include <QQmlComponent>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QRegularExpression>
-#include <QSet>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -30,17 +30,6 @@
 namespace {
 
 const QDateTime kNow(QDate(2017, 3, 1), QTime(10, 0), Qt::UTC);
-
-int distinctColours(const QImage &image)
-{
-    QSet<QRgb> colours;
-    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
-    for (int y = 0; y < rgb.height(); y += 3) {
-        for (int x = 0; x < rgb.width(); x += 3)
-            colours.insert(rgb.pixel(x, y));
-    }
-    return int(colours.size());
-}
 
 bool isBlack(const QImage &image)
 {
@@ -65,11 +54,6 @@ QStringList cachedPictures(const QString &cacheHome)
             found << path;
     }
     return found;
-}
-
-QPoint centreOf(QQuickItem *item)
-{
-    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
 }
 
 } // namespace
@@ -114,9 +98,7 @@ private Q_SLOTS:
         OTClock::setTimeZone(QTimeZone("UTC"));
         OTClock::setNow(kNow);
         qmlRegisterType<RecordingScreen>("OstQuoteTest", 1, 0, "RecordingScreen");
-        TestServer::Options options;
-        options.now = kNow;
-        QVERIFY2(m_server.start(options), qPrintable(m_server.errorString()));
+        QVERIFY2(m_server.start(kNow), qPrintable(m_server.errorString()));
     }
 
     void init()
@@ -284,12 +266,9 @@ private Q_SLOTS:
         QVERIFY2(QFile::exists(binary), qPrintable(binary));
         QTemporaryDir home;
         QVERIFY(home.isValid());
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        QProcessEnvironment environment = headlessEnvironment(home.path());
         environment.remove(QStringLiteral("QML_IMPORT_PATH"));
         environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        environment.insert(QStringLiteral("HOME"), home.path());
-        environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
-        environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
         environment.insert(QStringLiteral("OSTQUOTE_API_BASE"), m_server.baseURL().toString());
         environment.insert(QStringLiteral("OSTQUOTE_NOW"), kNow.toString(Qt::ISODate));
         environment.insert(QStringLiteral("OSTQUOTE_TIME_ZONE"), QStringLiteral("UTC"));

@@ -2,6 +2,7 @@
 // every URL and hint it prints names that port, and the server it starts answers there,
 // for as long as it says. Each run is its own process group, stopped whole at the end.
 
+#include "Processes.h"
 #include "ServerHarness.h"
 
 #include <QDeadlineTimer>
@@ -30,14 +31,8 @@ class RunCommand
 public:
     explicit RunCommand(const QTemporaryDir &home)
     {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        for (const char *name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY", "OSTQUOTE_API_BASE"})
-            environment.remove(QString::fromLatin1(name));
-        environment.insert(QStringLiteral("HOME"), home.path());
+        QProcessEnvironment environment = headlessEnvironment(home.path());
         environment.insert(QStringLiteral("TMPDIR"), home.path());
-        environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
-        environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
         environment.insert(QStringLiteral("OSTQUOTE_NOW"), kNow);
         environment.insert(QStringLiteral("OSTQUOTE_TIME_ZONE"), QStringLiteral("UTC"));
         environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
@@ -161,7 +156,7 @@ private Q_SLOTS:
         const QRegularExpression done(QStringLiteral("Tour done: (\\S+)"));
         const QString tour = done.match(output).captured(1);
         QVERIFY2(tour.startsWith(home.path()), qPrintable(output));
-        QCOMPARE(QDir(tour).entryList({QStringLiteral("*.png")}, QDir::Files).size(), 8);
+        QCOMPARE(QDir(tour).entryList({QStringLiteral("*.png")}, QDir::Files).size(), 9);
 
         // After the tour the server answers on that port, today being the pinned day ...
         const HttpResponse today = get(port, "/api/v2/quote/quotes/today/");

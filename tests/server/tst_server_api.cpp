@@ -44,10 +44,7 @@ private Q_SLOTS:
     {
         QVERIFY(m_dir.isValid());
         m_server = std::make_unique<ServerProcess>(m_dir.path());
-        ServerProcess::Options options;
-        options.now = QString::fromLatin1(Now);
-        options.timeZone = u"Asia/Shanghai"_s;
-        QVERIFY2(m_server->start(options), qPrintable(m_server->errorString()));
+        QVERIFY2(m_server->start(QString::fromLatin1(Now), u"Asia/Shanghai"_s), qPrintable(m_server->errorString()));
     }
 
     void cleanupTestCase() { QVERIFY(m_server->stop()); }
@@ -91,10 +88,8 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         ServerProcess server(dir.path());
-        ServerProcess::Options options;
-        options.now = QString::fromLatin1(Now);
-        options.arguments = QStringList{"--public-url", "https://cdn.example.com/quotes/"};
-        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        QVERIFY2(server.start(QString::fromLatin1(Now), u"Asia/Shanghai"_s, {"--public-url", "https://cdn.example.com/quotes/"}),
+                 qPrintable(server.errorString()));
         const QJsonObject quote = get(server.port(), "/api/v2/quote/quotes/today/").json().object();
         QCOMPARE(quote.value("origin_img_urls").toArray().first().toString(),
                  u"https://cdn.example.com/quotes/media/quotes/2016-10-03.jpg"_s);
@@ -117,10 +112,7 @@ private Q_SLOTS:
         QFETCH(QString, today);
         QTemporaryDir dir;
         ServerProcess server(dir.path());
-        ServerProcess::Options options;
-        options.now = QString::fromLatin1(Now);
-        options.timeZone = zone;
-        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        QVERIFY2(server.start(QString::fromLatin1(Now), zone), qPrintable(server.errorString()));
 
         const HttpResponse todays = get(server.port(), "/api/v2/quote/quotes/today/");
         QCOMPARE(todays.status, 200);
@@ -304,10 +296,7 @@ private Q_SLOTS:
         // The day British clocks go forward has 23 hours: 00:30 GMT to midnight BST is 22.5 h.
         QTemporaryDir dir;
         ServerProcess server(dir.path());
-        ServerProcess::Options options;
-        options.now = u"2017-03-26T00:30:00Z"_s;
-        options.timeZone = u"Europe/London"_s;
-        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        QVERIFY2(server.start(u"2017-03-26T00:30:00Z"_s, u"Europe/London"_s), qPrintable(server.errorString()));
         const HttpResponse today = get(server.port(), "/api/v2/quote/quotes/today/");
         QCOMPARE(today.json().object().value("assign_date").toString(), u"2017-03-26"_s);
         const qint64 maxAge = today.header("Cache-Control").mid(16).toLongLong();

@@ -85,10 +85,7 @@ private Q_SLOTS:
         // The embedded dataset on a fresh database, every served day through late 2026.
         QTemporaryDir dir;
         ServerProcess server(dir.path());
-        ServerProcess::Options options;
-        options.now = u"2026-11-23T12:00:00Z"_s;
-        options.timeZone = u"UTC"_s;
-        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        QVERIFY2(server.start(u"2026-11-23T12:00:00Z"_s, u"UTC"_s), qPrintable(server.errorString()));
         const QDate last(2026, 11, 30);
         const QHash<QString, QString> days = contents(server.port(), last);
         QCOMPARE(days.size(), int(QDate(2016, 10, 1).daysTo(last)) + 1);
@@ -177,10 +174,7 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         ServerProcess server(dir.path());
-        ServerProcess::Options options;
-        options.now = u"2016-10-03T23:59:58+08:00"_s;
-        options.timeZone = u"Asia/Shanghai"_s;
-        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        QVERIFY2(server.start(u"2016-10-03T23:59:58+08:00"_s, u"Asia/Shanghai"_s), qPrintable(server.errorString()));
         QCOMPARE(get(server.port(), "/api/v2/quote/quotes/today/").json()["assign_date"].toString(), u"2016-10-03"_s);
         QCOMPARE(get(server.port(), "/api/v2/quote/quotes/2016-10-11/").status, 404);
         const QByteArray october3 = get(server.port(), "/api/v2/quote/quotes/2016-10-03/").body;

@@ -37,9 +37,8 @@ private Q_SLOTS:
     {
         QVERIFY(m_dir.isValid());
         m_server = std::make_unique<ServerProcess>(m_dir.path());
-        ServerProcess::Options options;
-        options.arguments = QStringList{"--dataset", writeDataset(m_dir.filePath("quotes.json"), quotes())};
-        QVERIFY2(m_server->start(options), qPrintable(m_server->errorString()));
+        QVERIFY2(m_server->start(QStringList{"--dataset", writeDataset(m_dir.filePath("quotes.json"), quotes())}),
+                 qPrintable(m_server->errorString()));
         for (int day = 1; day <= 10 && m_trickyDay.isEmpty(); ++day) {
             const QString key = QDate(2016, 10, day).toString(Qt::ISODate);
             if (get(m_server->port(), ("/api/v2/quote/quotes/" + key + "/").toUtf8()).json()["author"].toString()
@@ -120,9 +119,8 @@ private Q_SLOTS:
         std::reverse(reversed.begin(), reversed.end());
         reversed.append({u"Confucius"_s, u"It does not matter how slowly you go as long as you do not stop."_s,
                          u"只要不停下脚步，走得多慢都没关系。"_s});
-        ServerProcess::Options options;
-        options.arguments = QStringList{"--dataset", writeDataset(dir.filePath("quotes.json"), reversed)};
-        QVERIFY2(other.start(options), qPrintable(other.errorString()));
+        QVERIFY2(other.start(QStringList{"--dataset", writeDataset(dir.filePath("quotes.json"), reversed)}),
+                 qPrintable(other.errorString()));
 
         const QByteArray picture = ("/media/quotes/" + m_trickyDay + ".jpg").toUtf8();
         const QByteArray card = ("/media/quotes/" + m_trickyDay + "-share.jpg").toUtf8();
@@ -137,9 +135,8 @@ private Q_SLOTS:
         const QByteArray picture = get(m_server->port(), "/media/quotes/2016-10-05.jpg").body;
         const QByteArray card = get(m_server->port(), ("/media/quotes/" + m_trickyDay + "-share.jpg").toUtf8()).body;
         QVERIFY(m_server->stop());
-        ServerProcess::Options options;
-        options.arguments = QStringList{"--dataset", m_dir.filePath("quotes.json")};
-        QVERIFY2(m_server->start(options), qPrintable(m_server->errorString()));
+        QVERIFY2(m_server->start(QStringList{"--dataset", m_dir.filePath("quotes.json")}),
+                 qPrintable(m_server->errorString()));
         QCOMPARE(get(m_server->port(), "/media/quotes/2016-10-05.jpg").body, picture);
         QCOMPARE(get(m_server->port(), ("/media/quotes/" + m_trickyDay + "-share.jpg").toUtf8()).body, card);
     }

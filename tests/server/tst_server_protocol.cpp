@@ -372,9 +372,7 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         ServerProcess server(dir.path());
-        ServerProcess::Options options;
-        options.arguments = QStringList{"--idle-timeout", "1"};
-        QVERIFY2(server.start(options), qPrintable(server.errorString()));
+        QVERIFY2(server.start(QStringList{"--idle-timeout", "1"}), qPrintable(server.errorString()));
 
         RawClient afterAnswer;
         QVERIFY(afterAnswer.connectTo(server.port()));
