@@ -8,21 +8,14 @@
 QNetworkReply *OTRequestGuard::send(QNetworkAccessManager *manager, QNetworkRequest request, const QByteArray &verb,
                                     const QByteArray &body, const Limits &limits, BodyMode mode, Finished finished)
 {
-    limitRedirects(request);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    request.setMaximumRedirectsAllowed(MaximumRedirects);
     QNetworkReply *reply = verb == "GET"    ? manager->get(request)
                            : verb == "HEAD" ? manager->head(request)
                                             : manager->sendCustomRequest(request, verb, body);
     // Owned by the reply, so gone with it.
     new OTRequestGuard(reply, request.url(), verb != "HEAD", limits, mode, std::move(finished));
     return reply;
-}
-
-void OTRequestGuard::limitRedirects(QNetworkRequest &request)
-{
-    // Followed inside the one reply (a maker that asked to follow them itself would start a
-    // new request, and a new deadline, at each), at most MaximumRedirects of them.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
-    request.setMaximumRedirectsAllowed(MaximumRedirects);
 }
 
 void OTRequestGuard::watch(QNetworkReply *reply, const Limits &limits)

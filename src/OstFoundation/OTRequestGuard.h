@@ -67,7 +67,6 @@ public:
     static QString describeSize(qint64 bytes);
 
 private:
-    static void limitRedirects(QNetworkRequest &request);
     OTRequestGuard(QNetworkReply *reply, const QUrl &url, bool expectsBody, const Limits &limits, BodyMode mode,
                    Finished finished);
 
