@@ -204,6 +204,38 @@ QVariant fromCbor(const QCborValue &value, QMetaType type)
     }
 }
 
+// A property's JSON value, with every number in the form JSON text reads back as. QJsonValue
+// keeps a double as a double, while the parser stores any whole number that fits 64 bits as
+// an integer, and QJsonObject's == tells the two apart: a record's 1e16 would not equal the
+// same record's JSON written and read again. Whole doubles in range become integers (the
+// value is the same; -0 becomes 0, as "-0" reads), nested containers too.
+QJsonValue canonicalJSONValue(const QJsonValue &value)
+{
+    switch (value.type()) {
+    case QJsonValue::Double: {
+        const double d = value.toDouble();
+        constexpr double kTwoTo63 = 9223372036854775808.0;
+        if (std::isfinite(d) && d == std::trunc(d) && d >= -kTwoTo63 && d < kTwoTo63)
+            return QJsonValue(static_cast<qint64>(d));
+        return value;
+    }
+    case QJsonValue::Object: {
+        QJsonObject object = value.toObject();
+        for (auto it = object.begin(); it != object.end(); ++it)
+            *it = canonicalJSONValue(*it);
+        return object;
+    }
+    case QJsonValue::Array: {
+        QJsonArray array = value.toArray();
+        for (auto it = array.begin(); it != array.end(); ++it)
+            *it = canonicalJSONValue(*it);
+        return array;
+    }
+    default:
+        return value;
+    }
+}
+
 OTModelPtr fail(OTError *error, const QString &description)
 {
     if (error)
@@ -263,7 +295,8 @@ QJsonObject OTModel::JSONObject() const
             continue;
         const QVariant value = meta->property(index).read(this);
         setValueAtKeyPath(json, it.value().split(u'.'),
-                          isPresent(value) ? QJsonValue::fromVariant(value) : QJsonValue(QJsonValue::Null));
+                          isPresent(value) ? canonicalJSONValue(QJsonValue::fromVariant(value))
+                                           : QJsonValue(QJsonValue::Null));
     }
     return json;
 }

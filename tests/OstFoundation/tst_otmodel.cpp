@@ -132,6 +132,42 @@ private Q_SLOTS:
         QVERIFY(s->JSONObject().contains(s->JSONKeyPathsByPropertyKey().value(property).section('.', 0, 0)));
     }
 
+    // A record's JSON, written as text and read back, is the same JSON object and the same
+    // record, whatever shape its numbers have: QJsonObject's == tells an integer from a
+    // double of the same value, and the parser reads every whole number that fits 64 bits as
+    // an integer.
+    void numbersReadBackAsWritten_data()
+    {
+        QTest::addColumn<double>("number");
+        QTest::newRow("whole double past 2^53") << 1e16;
+        QTest::newRow("whole double under 2^53") << 3.0;
+        QTest::newRow("minus zero") << -0.0;
+        QTest::newRow("2^53 + 2") << 9007199254740994.0;
+        QTest::newRow("-2^63") << -9223372036854775808.0;
+        QTest::newRow("2^63, past 64 bits") << 9223372036854775808.0;
+        QTest::newRow("1e300") << 1e300;
+        QTest::newRow("fraction") << 0.1;
+        QTest::newRow("negative fraction") << -2.5e-7;
+    }
+    void numbersReadBackAsWritten()
+    {
+        QFETCH(double, number);
+        Sample record;
+        record.ratio = number;
+        record.big = Q_INT64_C(-9223372036854775807) - 1;
+        record.links = {{"nested", QVariantMap{{"n", number}}}, {"list", QVariantList{number, 4954740993.0}}};
+        record.items = {number, QVariantMap{{"n", number}}};
+
+        const QJsonObject json = record.JSONObject();
+        const QJsonDocument reread = QJsonDocument::fromJson(QJsonDocument(json).toJson(QJsonDocument::Compact));
+        QCOMPARE(reread.object(), json);
+        QCOMPARE(json.value("ratio").toDouble(), number);
+
+        const auto again = OTModel::modelFromJSON<Sample>(reread.object());
+        QVERIFY(again->isEqualToModel(&record));
+        QCOMPARE(again->JSONObject(), json);
+    }
+
     void refusesClassesThatAreNotModels()
     {
         QVERIFY(!OTModel::modelOfClass(&QObject::staticMetaObject, {}));
