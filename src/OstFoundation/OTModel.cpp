@@ -208,16 +208,16 @@ QVariant fromCbor(const QCborValue &value, QMetaType type)
 // keeps a double as a double, while the parser stores any whole number that fits 64 bits as
 // an integer, and QJsonObject's == tells the two apart: a record's 1e16 would not equal the
 // same record's JSON written and read again. Whole doubles in range become integers (the
-// value is the same; -0 becomes 0, as "-0" reads), nested containers too.
+// value is the same; -0 becomes 0, as "-0" reads), in nested containers too.
 QJsonValue canonicalJSONValue(const QJsonValue &value)
 {
     switch (value.type()) {
     case QJsonValue::Double: {
-        const double d = value.toDouble();
-        constexpr double kTwoTo63 = 9223372036854775808.0;
-        if (std::isfinite(d) && d == std::trunc(d) && d >= -kTwoTo63 && d < kTwoTo63)
-            return QJsonValue(static_cast<qint64>(d));
-        return value;
+        // toInteger() answers the same for both defaults exactly when the number is whole
+        // and fits 64 bits, by the parser's own rule; an integer stays exact (never through
+        // a double, which would round one past 2^53).
+        const qint64 whole = value.toInteger(0);
+        return whole == value.toInteger(1) ? QJsonValue(whole) : value;
     }
     case QJsonValue::Object: {
         QJsonObject object = value.toObject();

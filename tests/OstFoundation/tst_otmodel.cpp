@@ -154,9 +154,9 @@ private Q_SLOTS:
         QFETCH(double, number);
         Sample record;
         record.ratio = number;
-        record.big = Q_INT64_C(-9223372036854775807) - 1;
+        record.big = Q_INT64_C(-9007199254740993);   // no double holds it
         record.links = {{"nested", QVariantMap{{"n", number}}}, {"list", QVariantList{number, 4954740993.0}}};
-        record.items = {number, QVariantMap{{"n", number}}};
+        record.items = {number, QVariantMap{{"n", number}}, Q_INT64_C(-9223372036854775807) - 1};
 
         const QJsonObject json = record.JSONObject();
         const QJsonDocument reread = QJsonDocument::fromJson(QJsonDocument(json).toJson(QJsonDocument::Compact));
