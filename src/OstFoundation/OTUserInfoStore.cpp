@@ -61,11 +61,13 @@ Contents readFile(const QString &path)
     return contents;
 }
 
+// The reason goes to the caller that asks for it, else to the log: said once either way.
 bool fail(OTError *error, const OTError &reason)
 {
-    qWarning("%s", qPrintable(reason.description()));
     if (error)
         *error = reason;
+    else
+        qWarning("%s", qPrintable(reason.description()));
     return false;
 }
 
@@ -138,8 +140,13 @@ bool OTUserInfoStore::synchronizeOstrelDefaults(const QVariantMap &defaults, OTE
         return fail(error, OTError(OTError::FileSystem, QStringLiteral("cannot write %1: what is there cannot be "
                                                                        "read (%2); it is left as it is")
                                                             .arg(path, contents.error.description())));
-    if (contents.state == Contents::Undecodable && !setAside(path, contents.reason, error))
-        return false;
+    if (contents.state == Contents::Undecodable) {
+        OTError aside;
+        if (!setAside(path, contents.reason, &aside))
+            return fail(error, aside);
+        // The write goes on and succeeds: where the damaged file went is said in the log.
+        qWarning("%s", qPrintable(aside.description()));
+    }
 
     // QSaveFile writes a temporary file next to the target and renames it over the target
     // only when everything was written and flushed.

@@ -13,8 +13,8 @@
 //
 // Nothing stored is lost to a fault. A file that cannot be decoded (truncated, random bytes,
 // empty, not a dictionary) is moved aside whole, to "<file>.damaged-<UTC yyyyMMddTHHmmss>",
-// before anything new is written in its place, with one warning naming both paths and the
-// reason. Only a regular file is read or replaced: anything else in its place (a FIFO, a
+// before anything new is written in its place; the error names both paths and the reason
+// (a caller that passes no error gets it as one warning in the log instead). Only a regular file is read or replaced: anything else in its place (a FIFO, a
 // directory, a device) is an error and is left untouched, as is a file that cannot be read.
 class OSTFOUNDATION_EXPORT OTUserInfoStore
 {

@@ -90,7 +90,8 @@ private Q_SLOTS:
     }
 
     // A file that cannot be decoded is never written over: it goes aside whole, under a
-    // dated name, with one warning naming both paths, whether a read or a write meets it.
+    // dated name, whether a read or a write meets it. Both paths are said once: in the error
+    // of the read that asks for it, else in one warning.
     void damagedFilesAreMovedAsideWhole_data()
     {
         QTest::addColumn<QByteArray>("damage");
@@ -123,8 +124,9 @@ private Q_SLOTS:
             QVERIFY(OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("b"), 2}}, &error));
             QVERIFY(!error);
         });
-        QCOMPARE(warnings.size(), 1);
-        QVERIFY2(warnings.first().contains(path) && warnings.first().contains(aside), qPrintable(warnings.first()));
+        QCOMPARE(warnings.size(), readFirst ? 0 : 1);
+        if (!readFirst)
+            QVERIFY2(warnings.first().contains(path) && warnings.first().contains(aside), qPrintable(warnings.first()));
         QCOMPARE(readFile(aside), damage);
         QCOMPARE(OTUserInfoStore::ostrelDefaults(), (QVariantMap{{QStringLiteral("b"), 2}}));
 
@@ -158,7 +160,7 @@ private Q_SLOTS:
             QVERIFY(!OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("a"), 1}}, &error));
             QCOMPARE(error.kind(), OTError::FileSystem);
         });
-        QCOMPARE(warnings.size(), 2);
+        QVERIFY2(warnings.isEmpty(), "the errors say it; the log does not say it again");
         const QFileInfo after(path);
         QCOMPARE(after.isSymLink(), before.isSymLink());
         QCOMPARE(after.isDir(), before.isDir());

@@ -17,6 +17,9 @@ bool updateQuote(const OstQuote *quote, OTError *error)
             *error = readError;
         return false;
     }
+    // The quote is stored all the same; where the damaged file went is said in the log.
+    if (readError)
+        qWarning().noquote() << readError.description();
     defaults.insert(QString::fromLatin1(OstQuoteLatestQuoteKey), archive);
     return OTUserInfoStore::synchronizeOstrelDefaults(defaults, error);
 }
@@ -30,11 +33,12 @@ OTModelPtr latestQuote(OTError *error)
     OTError decodeError;
     OTModelPtr model = OTModel::unarchiveObjectWithData(stored.toByteArray(), &decodeError);
     if (!model) {
-        qWarning().noquote() << decodeError.description();
-        if (error) {
-            *error = OTError(OTError::Undecodable, QStringLiteral("the latest quote kept in %1 cannot be read: %2")
+        const OTError reason(OTError::Undecodable, QStringLiteral("the latest quote kept in %1 cannot be read: %2")
                                                        .arg(OTUserInfoStore::storePath(), decodeError.description()));
-        }
+        if (error)
+            *error = reason;
+        else
+            qWarning().noquote() << reason.description();
     }
     return model;
 }

@@ -17,7 +17,7 @@ OSTQUOTE_EXPORT bool updateQuote(const OstQuote *quote, OTError *error = nullptr
 
 // The record stored by the last successful updateQuote(), or null on a fresh store. The
 // unarchived object is returned as it comes, whatever its class: callers check it. A
-// damaged entry logs one line and gives null, with the reason in `error`; it stays until the
-// next update replaces it. A settings file that cannot be read or decoded gives null and
+// damaged entry gives null, with the reason in `error` (or in one line of the log when no
+// `error` is passed); it stays until the next update replaces it. A settings file that cannot be read or decoded gives null and
 // the store's error.
 OSTQUOTE_EXPORT OTModelPtr latestQuote(OTError *error = nullptr);
