@@ -287,6 +287,23 @@ private Q_SLOTS:
         saveScreenshot(m_view.get(), QStringLiteral("launch-first-run.png"));
     }
 
+    // A navigation stack loads the screen before it is in a window: the batch waits for the
+    // first frame the screen is in (here, the window being hidden, for the limit), rather than
+    // going at once, and goes all the same.
+    void theBatchWaitsForTheScreensFirstFrame()
+    {
+        m_view->hide();
+        m_launch = makeLaunch();
+        QVERIFY(m_launch);
+        QElapsedTimer sincePush;
+        sincePush.start();
+        m_navigation->pushViewController(m_launch, false);
+        QVERIFY(m_launch->isViewLoaded());
+        waitForBatchFiled();
+        QVERIFY2(sincePush.elapsed() >= OstQuoteLaunchCache::FetchDelayLimit, qPrintable(QString::number(sincePush.elapsed())));
+        QTRY_COMPARE(batchRequests(), 1);
+    }
+
     void aSecondLaunchShowsTodayFromDiskWithoutAskingForItsPicture()
     {
         OTImagePrefetcher *prefetcher = OTImagePrefetcher::sharedImagePrefetcher();

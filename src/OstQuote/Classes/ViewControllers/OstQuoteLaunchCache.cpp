@@ -12,6 +12,7 @@
 #include <QFileInfo>
 #include <QMutex>
 #include <QPointer>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QStandardPaths>
 #include <QThread>
@@ -78,18 +79,29 @@ OstQuotePtr OstQuoteLaunchCache::loadTodaysQuote() const
     return model.objectCast<OstQuote>();
 }
 
-void OstQuoteLaunchCache::fetchQuotes(QQuickWindow *window)
+void OstQuoteLaunchCache::fetchQuotes(QQuickItem *screen)
 {
-    if (window) {
-        // Whichever comes first: the window's next frame, or the limit.
+    if (screen) {
+        // Whichever comes first: the next frame of the screen's window, or the limit. A host
+        // that loads the screen before putting it in a window (a navigation stack does) gets
+        // the frame after it is put in one.
         const auto sent = std::make_shared<bool>(false);
         const auto send = [this, sent]() {
             if (!std::exchange(*sent, true))
                 fetchQuotes();
         };
-        connect(window, &QQuickWindow::frameSwapped, this, send,
-                Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
-        QTimer::singleShot(FetchDelayLimit, this, send);
+        const auto afterNextFrame = [this, send](QQuickWindow *window) {
+            if (window) {
+                connect(window, &QQuickWindow::frameSwapped, this, send,
+                        Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+            }
+        };
+        if (screen->window())
+            afterNextFrame(screen->window());
+        else
+            connect(screen, &QQuickItem::windowChanged, this, afterNextFrame, Qt::SingleShotConnection);
+        // A screen destroyed before it was ever drawn asks for nothing.
+        QTimer::singleShot(FetchDelayLimit, screen, send);
         return;
     }
     getQuotesWithBlock(

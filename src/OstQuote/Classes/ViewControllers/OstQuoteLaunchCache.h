@@ -8,7 +8,7 @@
 #include <QObject>
 #include <QStringList>
 
-class QQuickWindow;
+class QQuickItem;
 
 // The launch cache on disk: one file per day in "<CacheLocation>/launch_quotes", named by the
 // day key and holding that day's quote archive, filled for the launches to come.
@@ -37,10 +37,11 @@ public:
     OstQuotePtr loadTodaysQuote() const;
 
     // Asks the shared API client for the batch; a successful answer is filed on the thread
-    // pool. A failure files nothing and says nothing. With a window, the request goes once the
-    // window has shown its next frame (within FetchDelayLimit at most): nothing of it is shown
-    // by this launch, and the first frame need not wait for the network's set-up.
-    void fetchQuotes(QQuickWindow *window = nullptr);
+    // pool. A failure files nothing and says nothing. With a screen, the request goes once the
+    // screen's window has shown its next frame, or for a screen not yet in a window, the
+    // first frame after it is put in one (within FetchDelayLimit at most): nothing of it is
+    // shown by this launch, and the first frame need not wait for the network's set-up.
+    void fetchQuotes(QQuickItem *screen = nullptr);
     static constexpr int FetchDelayLimit = 500; // ms
 
     // Files `quotes`, one file per assign_date (a later one of the same day wins), then

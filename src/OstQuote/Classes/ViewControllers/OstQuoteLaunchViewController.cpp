@@ -150,8 +150,9 @@ void OstQuoteLaunchViewController::loadCachedQuote()
 void OstQuoteLaunchViewController::fetchQuotes()
 {
     // The answer is filed by the process's cache, also when this screen is gone by then; the
-    // request goes once the screen's first frame is out.
-    OstQuoteLaunchCache::sharedCache()->fetchQuotes(window());
+    // request goes once the screen's first frame is out, whether the host shows it in its
+    // window at once or loads it first and puts it in a window later (a navigation stack).
+    OstQuoteLaunchCache::sharedCache()->fetchQuotes(this);
 }
 
 void OstQuoteLaunchViewController::cacheQuotes(const QList<OstQuotePtr> &quotes)
