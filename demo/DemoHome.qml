@@ -10,8 +10,6 @@ import OstQuoteDemo
 DemoHomeViewController {
     id: home
 
-    viewerButton: openViewerButton
-
     Rectangle {
         anchors.fill: parent
         color: OTPalette.ostrelBackgroundColor
@@ -113,6 +111,11 @@ DemoHomeViewController {
         implicitWidth: implicitContentWidth + 32
         implicitHeight: 36
         text: home.retryButtonTitle
+        focusPolicy: Qt.TabFocus
+        Accessible.role: Accessible.Button
+        Accessible.name: retryButton.text
+        Keys.onReturnPressed: retryButton.clicked()
+        Keys.onEnterPressed: retryButton.clicked()
         onClicked: home.retry()
 
         contentItem: Text {
@@ -126,6 +129,7 @@ DemoHomeViewController {
             radius: 6
             color: retryButton.down ? OTPalette.ostrelPressedColor : OTPalette.ostrelWhite
             border.color: OTPalette.ostrelFrameColor
+            FocusRing { control: retryButton; radius: 10 }
         }
     }
 
@@ -138,6 +142,12 @@ DemoHomeViewController {
         implicitWidth: Math.max(200, implicitContentWidth + 48)
         implicitHeight: 44
         text: home.viewerButtonTitle
+        focusPolicy: Qt.TabFocus
+        Accessible.role: Accessible.Button
+        Accessible.name: openViewerButton.text
+        Keys.onReturnPressed: openViewerButton.clicked()
+        Keys.onEnterPressed: openViewerButton.clicked()
+        onClicked: home.openViewer()
 
         contentItem: Text {
             text: openViewerButton.text
@@ -150,6 +160,20 @@ DemoHomeViewController {
         background: Rectangle {
             radius: height / 2
             color: openViewerButton.down ? Qt.darker(OTPalette.ostrelGreen, 1.2) : OTPalette.ostrelGreen
+            FocusRing { control: openViewerButton; radius: height / 2 }
         }
+    }
+
+    // The ring round a button that has the keyboard, just outside its ground.
+    component FocusRing: Rectangle {
+        id: ring
+        property T.AbstractButton control
+        objectName: ring.control ? ring.control.objectName + "FocusRing" : ""
+        anchors.fill: parent
+        anchors.margins: -4
+        color: "transparent"
+        border.width: 2
+        border.color: OTPalette.ostrelFocusColor
+        visible: ring.control ? ring.control.visualFocus : false
     }
 }

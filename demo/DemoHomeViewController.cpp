@@ -49,8 +49,6 @@ QString DemoHomeViewController::retryButtonTitle() const
 void DemoHomeViewController::viewDidLoad()
 {
     OTCommonsViewController::viewDidLoad();
-    if (m_viewerButton)
-        connect(m_viewerButton, SIGNAL(clicked()), this, SLOT(openViewer()), Qt::UniqueConnection);
     showStoredQuote();
     updateQuote();
 }

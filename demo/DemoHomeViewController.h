@@ -32,7 +32,6 @@ class DemoHomeViewController : public OTCommonsViewController
     Q_PROPERTY(State state READ state NOTIFY statusChanged)
     Q_PROPERTY(QString viewerButtonTitle READ viewerButtonTitle CONSTANT)
     Q_PROPERTY(QString retryButtonTitle READ retryButtonTitle CONSTANT)
-    Q_PROPERTY(QQuickItem *viewerButton MEMBER m_viewerButton)
 
 public:
     enum State {
@@ -59,7 +58,6 @@ public:
     State state() const { return m_state; }
     QString viewerButtonTitle() const;
     QString retryButtonTitle() const;
-    QQuickItem *viewerButton() const { return m_viewerButton; }
 
     // Reads the latest-quote store into the screen.
     void showStoredQuote();
@@ -88,5 +86,4 @@ private:
     QString m_dayText;
     QString m_statusText;
     State m_state = Idle;
-    QQuickItem *m_viewerButton = nullptr;
 };

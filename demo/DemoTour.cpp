@@ -148,7 +148,7 @@ int DemoTour::run()
          },
          [this]() {
              DemoHomeViewController *home = m_host->homeViewController();
-             QTest::mouseClick(m_view, Qt::LeftButton, {}, centreOf(home->viewerButton()));
+             QTest::mouseClick(m_view, Qt::LeftButton, {}, centreOf(home->findChild<QQuickItem *>(QStringLiteral("openViewerButton"))));
          }},
         {QStringLiteral("05-swipe-back-1.png"), 30000, [this]() { return viewerRestsOn(m_host, 1); }, swipeBack},
         {QStringLiteral("06-swipe-back-2.png"), 30000, [this]() { return viewerRestsOn(m_host, 2); }, swipeBack},

@@ -371,6 +371,58 @@ private Q_SLOTS:
         QTRY_COMPARE(server.requestedQuotes(), (QStringList{"today", "today"}));
     }
 
+    // Home from the keyboard, as in the module's screens: Tab reaches each button and rings
+    // it in the theme's colour; Enter, Return and Space press it.
+    void homeWorksFromTheKeyboard_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::newRow("Return") << int(Qt::Key_Return);
+        QTest::newRow("Enter") << int(Qt::Key_Enter);
+        QTest::newRow("Space") << int(Qt::Key_Space);
+    }
+    void homeWorksFromTheKeyboard()
+    {
+        QFETCH(int, key);
+        OstAPIClient::sharedClient()->setBaseURL(QUrl(QStringLiteral("http://127.0.0.1:%1").arg(ot_unusedLoopbackPort())));
+        openHost();
+        DemoHomeViewController *homeScreen = DemoHomeViewController::create(m_view->engine());
+        QVERIFY(homeScreen);
+        m_navigation->pushViewController(homeScreen, false);
+        QTRY_COMPARE_WITH_TIMEOUT(homeScreen->state(), DemoHomeViewController::Failed, 20000);
+        auto item = [&](const QString &name) { return homeScreen->findChild<QQuickItem *>(name); };
+
+        // Tab goes through both buttons; only the one with the keyboard wears its ring.
+        QSet<QString> reached;
+        for (int i = 0; i < 4 && reached.size() < 2; ++i) {
+            QTest::keyClick(m_view.get(), Qt::Key_Tab);
+            for (const char *button : {"retryButton", "openViewerButton"}) {
+                const QString name = QString::fromLatin1(button);
+                QQuickItem *ring = item(name + QStringLiteral("FocusRing"));
+                QVERIFY2(ring, qPrintable(name));
+                QCOMPARE(ring->isVisible(), item(name)->hasActiveFocus());
+                if (item(name)->hasActiveFocus())
+                    reached.insert(name);
+            }
+        }
+        QCOMPARE(reached.size(), 2);
+
+        // The retry button asks again ...
+        while (!item(QStringLiteral("retryButton"))->hasActiveFocus())
+            QTest::keyClick(m_view.get(), Qt::Key_Tab);
+        QSignalSpy asked(homeScreen, &DemoHomeViewController::statusChanged);
+        QTest::keyClick(m_view.get(), Qt::Key(key));
+        QTRY_COMPARE_WITH_TIMEOUT(homeScreen->state(), DemoHomeViewController::Failed, 20000);
+        QVERIFY2(asked.size() >= 2, "Updating, then Failed");
+
+        // ... and the viewer's button opens the viewer.
+        while (!item(QStringLiteral("openViewerButton"))->hasActiveFocus())
+            QTest::keyClick(m_view.get(), Qt::Key_Tab);
+        if (key == Qt::Key_Return)
+            saveScreenshot(m_view.get(), QStringLiteral("home-keyboard.png"));
+        QTest::keyClick(m_view.get(), Qt::Key(key));
+        QTRY_VERIFY(qobject_cast<OstQuoteViewController *>(m_navigation->topViewController()));
+    }
+
     void toldTwiceInARowOnlyOneFade()
     {
         openHost();
