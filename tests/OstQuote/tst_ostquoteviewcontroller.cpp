@@ -368,6 +368,51 @@ private Q_SLOTS:
         QTRY_VERIFY(!m_viewer);   // popped screens go away
     }
 
+    // Pushed with the slide, the viewer comes in where it will stay: in every frame of the
+    // push its gallery fills the window's height, and its chrome and its page's text stand
+    // as far below the window's top as at rest, while the host's bar slides away above it.
+    void theViewerComesInWhereItStays()
+    {
+        openViewerOnToday();   // today's answer is known: the page has its text from the start
+        m_navigation->popViewControllerAnimated(false);
+        QTRY_VERIFY(!m_viewer);
+        QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 0.0);
+
+        m_viewer = OstQuoteViewController::create(m_view->engine());
+        QVERIFY(m_viewer);
+        QList<QRectF> galleryFrames;
+        QList<qreal> backTops;
+        QList<qreal> textTops;
+        connect(m_view.get(), &QQuickWindow::afterAnimating, this, [&]() {
+            if (!m_viewer || !m_navigation->isBusy())
+                return;
+            galleryFrames.append(sceneRect(gallery()));
+            backTops.append(item("backButton")->mapToScene(QPointF(0, 0)).y());
+            // The page's text, where the page stands whole in its place (the gallery's own
+            // first scroll to today may still be on its way).
+            OstQuoteView *page = gallery()->currentQuoteView();
+            if (page && page->contentScale() == 1 && page->opacity() == 1)
+                textTops.append(findItem(page, QStringLiteral("contentLabel"))->mapToScene(QPointF(0, 0)).y());
+            if (galleryFrames.size() == 6)
+                saveScreenshot(m_view.get(), QStringLiteral("viewer-push.png"));
+        });
+        m_navigation->pushViewController(m_viewer, true);
+        QTRY_COMPARE(m_navigation->isBusy(), false);
+        disconnect(m_view.get(), &QQuickWindow::afterAnimating, this, nullptr);
+        waitForRest();
+
+        QVERIFY2(galleryFrames.size() >= 3, "the push is seen mid-slide");
+        for (const QRectF &frame : galleryFrames) {
+            QCOMPARE(frame.top(), 0.0);
+            QCOMPARE(frame.height(), 667.0);
+        }
+        for (qreal top : backTops)
+            QCOMPARE(top, 25.0);
+        const qreal textAtRest = findItem(gallery()->currentQuoteView(), QStringLiteral("contentLabel"))->mapToScene(QPointF(0, 0)).y();
+        for (qreal top : textTops)
+            QCOMPARE(top, textAtRest);
+    }
+
     // The bar's change animates whatever the screen was told: pushed and popped without
     // animation, the bar still slides.
     void theBarAlwaysAnimates()
