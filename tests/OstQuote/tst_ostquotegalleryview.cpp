@@ -487,6 +487,70 @@ private Q_SLOTS:
         VERIFY_AT_REST(landing);
     }
 
+    // A drag that catches a glide between two pages: at no step of the content does a live
+    // page change scale by more than the content's travel since the step before allows (the depth effect
+    // moves a page's scale by one for a page's width of travel), before, at or after the
+    // catch, and the gallery comes to rest on a whole page.
+    void catchingAGlideJumpsNoPage_data()
+    {
+        QTest::addColumn<qint64>("startIndex");
+        QTest::addColumn<int>("firstDx");
+        QTest::addColumn<int>("secondDx");
+        QTest::newRow("to an older day, caught towards the newer") << qint64(0) << 90 << -90;
+        QTest::newRow("to the newer day, caught towards it again") << qint64(2) << -90 << -90;
+        QTest::newRow("to an older day, caught towards an older again") << qint64(1) << 90 << 90;
+    }
+    void catchingAGlideJumpsNoPage()
+    {
+        QFETCH(qint64, startIndex);
+        QFETCH(int, firstDx);
+        QFETCH(int, secondDx);
+        reloadAndSettle();
+        for (qint64 i = 0; i < startIndex; ++i) {
+            drag(250);
+            QVERIFY(waitForRest());
+        }
+
+        struct Look { qreal scale; qreal opacity; };
+        QHash<OstQuoteView *, Look> last;
+        double lastX = scroll()->contentOffset().x();
+        QStringList jumps;
+        int frames = 0;
+        connect(scroll(), &OTScrollView::scrollViewDidScroll, this, [&]() {
+            ++frames;
+            const double x = scroll()->contentOffset().x();
+            const double allowed = std::abs(x - lastX) / 375 + 1e-9;
+            QHash<OstQuoteView *, Look> now;
+            for (QQuickItem *child : scroll()->subviews()) {
+                auto *page = qobject_cast<OstQuoteView *>(child);
+                if (!page)
+                    continue;
+                now.insert(page, {page->contentScale(), page->opacity()});
+                const auto before = last.constFind(page);
+                if (before != last.cend() && std::abs(page->contentScale() - before->scale) > allowed) {
+                    jumps.append(QStringLiteral("page %1: scale %2 -> %3 (opacity %4 -> %5) over %6 px")
+                                     .arg(page->itemIndex()).arg(before->scale).arg(page->contentScale())
+                                     .arg(before->opacity).arg(page->opacity()).arg(x - lastX));
+                }
+            }
+            last = now;
+            lastX = x;
+        });
+        const double startX = scroll()->contentOffset().x();
+        flick(true, firstDx);
+        // Caught on its glide, well on its way to the next page.
+        QVERIFY(QTest::qWaitFor([&]() { return std::abs(scroll()->contentOffset().x() - startX) > 0.6 * 375; }, 2000));
+        QVERIFY(scroll()->decelerating());
+        const double pages = scroll()->contentOffset().x() / 375;
+        QVERIFY2(pages != std::round(pages), "the second drag begins between two pages");
+        flick(true, secondDx);
+        QVERIFY(waitForRest());
+        disconnect(scroll(), &OTScrollView::scrollViewDidScroll, this, nullptr);
+        QVERIFY2(frames > 5, qPrintable(QString::number(frames)));
+        QVERIFY2(jumps.isEmpty(), qPrintable(jumps.join(u'\n')));
+        VERIFY_AT_REST(indexInView(scroll()->contentOffset()));
+    }
+
     // A bar comes or goes while the finger drags: the content and the pages take the new
     // size at once and keep it through the landing.
     void aResizeDuringADragLandsAtTheNewSize_data()

@@ -285,13 +285,14 @@ void OstQuoteGalleryView::transition(OstQuoteView *page, double x)
         if (i == m_currentIndex) {
             const double place = double(m_numberOfQuotes - 1 - m_currentIndex) * width();
             if (x < place) {
-                // The drag began between this page and the older one, catching a swipe on
-                // its way: short of its place the page stays pinned behind the sliding
-                // older page and grows as when it was approached.
+                // The drag caught a glide short of this page's place: the page stays pinned
+                // and goes on from exactly where the glide left it (whether it was shrinking
+                // as the page left, or growing as the page approached), fading in with the
+                // travel and never shrinking, so that it is whole when it reaches its place.
                 pin();
                 const double s = x / width() - double(m_numberOfQuotes - 2 - m_currentIndex);
                 page->setOpacity(s);
-                page->setContentScale(s);
+                page->setContentScale(qMax(s, page->contentScale()));
                 return;
             }
             // From its place on it slides away with the content, whole. (A drag that began
