@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QMutex>
 #include <QSaveFile>
 #include <QStandardPaths>
@@ -108,10 +109,44 @@ void OTUserInfoStore::setStorePath(const QString &path)
     customPath() = path;
 }
 
+namespace {
+
+// The lock that orders the store's writers across processes: a QLockFile beside the file. A
+// lock left by a process that died is taken over once it is StaleLockTime old.
+bool lockStore(QLockFile &lock, const QString &path, OTError *error)
+{
+    lock.setStaleLockTime(OTUserInfoStore::StaleLockTime);
+    if (lock.tryLock(OTUserInfoStore::LockTimeout))
+        return true;
+    return fail(error, OTError(OTError::FileSystem,
+                               QStringLiteral("cannot write %1: another process holds its lock %2 (%3 ms waited)")
+                                   .arg(path, lock.fileName())
+                                   .arg(OTUserInfoStore::LockTimeout)));
+}
+
+QString lockPath(const QString &path)
+{
+    return path + QStringLiteral(".lock");
+}
+
+} // namespace
+
 QVariantMap OTUserInfoStore::ostrelDefaults(OTError *error)
 {
     const QString path = storePath();
-    const Contents contents = readFile(path);
+    Contents contents = readFile(path);
+    if (contents.state == Contents::Undecodable) {
+        // Moved aside only under the writers' lock, and only if it is still damaged then: a
+        // writer may have put a good file in its place meanwhile.
+        QLockFile lock(lockPath(path));
+        if (!lockStore(lock, path, error))
+            return {};
+        contents = readFile(path);
+        if (contents.state == Contents::Undecodable) {
+            setAside(path, contents.reason, error);
+            return {};
+        }
+    }
     switch (contents.state) {
     case Contents::Missing:
     case Contents::Dictionary:
@@ -120,19 +155,27 @@ QVariantMap OTUserInfoStore::ostrelDefaults(OTError *error)
         fail(error, contents.error);
         return {};
     case Contents::Undecodable:
-        setAside(path, contents.reason, error);
-        return {};
+        break;
     }
     return {};
 }
 
 bool OTUserInfoStore::synchronizeOstrelDefaults(const QVariantMap &defaults, OTError *error)
 {
+    return updateOstrelDefaults([&defaults](QVariantMap &stored) { stored = defaults; }, error);
+}
+
+bool OTUserInfoStore::updateOstrelDefaults(const std::function<void(QVariantMap &)> &change, OTError *error)
+{
     const QString path = storePath();
     const QString directory = QFileInfo(path).absolutePath();
     if (!QDir().mkpath(directory))
         return fail(error, OTError(OTError::FileSystem, QStringLiteral("cannot write %1: cannot make the folder %2")
                                                             .arg(path, directory)));
+    // Read, change and replace under the lock: no other process's change comes between.
+    QLockFile lock(lockPath(path));
+    if (!lockStore(lock, path, error))
+        return false;
     // What stands in the file's place is replaced only when it is a settings file, or moved
     // aside first when it is a damaged one.
     const Contents contents = readFile(path);
@@ -147,6 +190,8 @@ bool OTUserInfoStore::synchronizeOstrelDefaults(const QVariantMap &defaults, OTE
         // The write goes on and succeeds: where the damaged file went is said in the log.
         qWarning("%s", qPrintable(aside.description()));
     }
+    QVariantMap defaults = contents.dictionary;
+    change(defaults);
 
     // QSaveFile writes a temporary file next to the target and renames it over the target
     // only when everything was written and flushed.

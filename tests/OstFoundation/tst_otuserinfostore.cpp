@@ -5,12 +5,17 @@
 #include <OTUserInfoStore.h>
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <algorithm>
+#include <cstdio>
+#include <vector>
 
 namespace {
 
@@ -26,8 +31,26 @@ QVariantMap generation(int n)
 
 // When started with OT_STORE_WRITER=<path>, the test binary becomes a writer that replaces
 // the store's dictionary over and over until it is killed.
+constexpr int kKeyWrites = 300;
+
 int runWriterIfAsked()
 {
+    // A writer of its own key: counts it up kKeyWrites times, each a change of the stored
+    // dictionary as the module makes one.
+    const QByteArray key = qgetenv("OT_STORE_KEY_WRITER");
+    if (!key.isEmpty()) {
+        OTUserInfoStore::setStorePath(QString::fromLocal8Bit(qgetenv("OT_STORE_PATH")));
+        for (int n = 1; n <= kKeyWrites; ++n) {
+            OTError error;
+            const bool written = OTUserInfoStore::updateOstrelDefaults(
+                [&](QVariantMap &defaults) { defaults.insert(QString::fromLatin1(key), n); }, &error);
+            if (!written) {
+                std::fprintf(stderr, "%s\n", qPrintable(error.description()));
+                return 3;
+            }
+        }
+        return 0;
+    }
     const QByteArray path = qgetenv("OT_STORE_WRITER");
     if (path.isEmpty())
         return -1;
@@ -215,6 +238,50 @@ private Q_SLOTS:
             sawNewer += n > 0;
         }
         QVERIFY(sawNewer > 0);
+    }
+
+    // Three processes change the store at once, each its own key, kKeyWrites times: no
+    // process's change is lost to another's, and a reader meanwhile always finds a whole
+    // dictionary.
+    void writersInThreeProcessesLoseNothing()
+    {
+        const QString path = OTUserInfoStore::storePath();
+        QVERIFY(OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("kept"), QStringLiteral("from before")}}));
+        std::vector<std::unique_ptr<QProcess>> writers;
+        for (const char *key : {"a", "b", "c"}) {
+            auto writer = std::make_unique<QProcess>();
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert(QStringLiteral("OT_STORE_KEY_WRITER"), QString::fromLatin1(key));
+            env.insert(QStringLiteral("OT_STORE_PATH"), path);
+            writer->setProcessEnvironment(env);
+            writer->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+            writer->start(QCoreApplication::applicationFilePath(), {});
+            QVERIFY(writer->waitForStarted());
+            writers.push_back(std::move(writer));
+        }
+        int reads = 0;
+        QDeadlineTimer deadline(120000);
+        while (!deadline.hasExpired()
+               && std::any_of(writers.begin(), writers.end(), [](const auto &w) { return w->state() != QProcess::NotRunning; })) {
+            OTError error;
+            const QVariantMap seen = OTUserInfoStore::ostrelDefaults(&error);
+            QVERIFY2(!error, qPrintable(error.description()));
+            QCOMPARE(seen.value(QStringLiteral("kept")).toString(), QStringLiteral("from before"));
+            ++reads;
+            QTest::qWait(5);
+        }
+        for (const auto &writer : writers) {
+            QCOMPARE(writer->state(), QProcess::NotRunning);
+            QCOMPARE(writer->exitStatus(), QProcess::NormalExit);
+            QCOMPARE(writer->exitCode(), 0);
+        }
+        const QVariantMap stored = OTUserInfoStore::ostrelDefaults();
+        QCOMPARE(stored, (QVariantMap{{QStringLiteral("kept"), QStringLiteral("from before")},
+                                      {QStringLiteral("a"), kKeyWrites},
+                                      {QStringLiteral("b"), kKeyWrites},
+                                      {QStringLiteral("c"), kKeyWrites}}));
+        QVERIFY(reads > 0);
+        QVERIFY2(!QFileInfo::exists(path + QStringLiteral(".lock")), "the lock goes with its last writer");
     }
 
 private:

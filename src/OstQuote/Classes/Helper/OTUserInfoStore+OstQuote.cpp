@@ -9,19 +9,11 @@ bool updateQuote(const OstQuote *quote, OTError *error)
     const QByteArray archive = quote->archivedData();
     if (archive.isEmpty())
         return false;
-    OTError readError;
-    QVariantMap defaults = OTUserInfoStore::ostrelDefaults(&readError);
-    // What could not be read is not written over; a damaged file has been moved aside.
-    if (readError.kind() == OTError::FileSystem) {
-        if (error)
-            *error = readError;
-        return false;
-    }
-    // The quote is stored all the same; where the damaged file went is said in the log.
-    if (readError)
-        qWarning().noquote() << readError.description();
-    defaults.insert(QString::fromLatin1(OstQuoteLatestQuoteKey), archive);
-    return OTUserInfoStore::synchronizeOstrelDefaults(defaults, error);
+    // Under the store's lock: a setting another process writes meanwhile is kept. What could
+    // not be read is not written over; a damaged file is moved aside first.
+    return OTUserInfoStore::updateOstrelDefaults(
+        [&archive](QVariantMap &defaults) { defaults.insert(QString::fromLatin1(OstQuoteLatestQuoteKey), archive); },
+        error);
 }
 
 OTModelPtr latestQuote(OTError *error)
