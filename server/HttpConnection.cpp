@@ -68,7 +68,8 @@ HttpConnection::HttpConnection(HttpWorker &worker, tcp::socket socket)
     const tcp::endpoint peer = m_socket.remote_endpoint(ec);
     m_peer = ec ? std::string("-") : peer.address().to_string();
     m_in.resize(InitialInputBuffer);
-    setIdleDeadline(HttpServer::Impl::clock().tick());
+    m_accepted = HttpServer::Impl::clock().tick();
+    setIdleDeadline(m_accepted);
 }
 
 HttpConnection::~HttpConnection()
@@ -115,6 +116,11 @@ bool HttpConnection::hasInput() const
 bool HttpConnection::isIdle() const
 {
     return !m_closed && !m_writing && !m_pending && m_replyCount == 0 && !m_closeAfterWrite && !hasInput();
+}
+
+bool HttpConnection::canMakeRoom(SteadyClock::time_point now) const
+{
+    return isIdle() && (m_answered || now - m_accepted > std::chrono::seconds(1));
 }
 
 bool HttpConnection::isBusy() const
@@ -417,6 +423,7 @@ void HttpConnection::onWritten(const error_code &ec)
     logReplies(now);
     if (m_worker.stopping && !ec)
         m_worker.counts.answered += m_replyCount;
+    m_answered = true;
     for (std::size_t i = 0; i < m_replyCount; ++i)
         m_replies[i].keep.reset();
     m_replyCount = 0;

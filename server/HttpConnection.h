@@ -37,6 +37,10 @@ public:
     // A request received and not fully answered, or an answer not fully written.
     bool isBusy() const;
 
+    // Idle and kept alive after an answer, or silent for a while since it was accepted: when
+    // descriptors run out, such a connection makes way for a new one.
+    bool canMakeRoom(SteadyClock::time_point now) const;
+
     SteadyClock::time_point deadline() const { return m_deadline; }
 
     HttpConnection *previous = nullptr;   // in the server's list
@@ -144,6 +148,8 @@ private:
     tcp::socket m_socket;
     std::string m_peer;
     SteadyClock::time_point m_deadline;
+    SteadyClock::time_point m_accepted;
+    bool m_answered = false;
     SteadyClock::time_point m_lastRead;
 
     std::vector<char> m_in;

@@ -162,9 +162,10 @@ void HttpWorker::makeRoom(std::size_t count)
 
 std::size_t HttpWorker::closeOldestIdle(std::size_t count)
 {
+    const SteadyClock::time_point now = SteadyClock::now();
     std::vector<HttpConnection *> idle;
     for (HttpConnection *c = m_connections; c; c = c->next) {
-        if (c->isIdle())
+        if (c->canMakeRoom(now))
             idle.push_back(c);
     }
     count = std::min(count, idle.size());

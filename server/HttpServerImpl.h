@@ -108,7 +108,8 @@ private:
     void onAcceptError(const error_code &ec);
     void housekeep();
     void finishStop();
-    // Closes up to `count` idle connections, the longest idle first; how many it closed.
+    // Closes up to `count` idle connections that can make room, the longest idle first; how
+    // many it closed.
     std::size_t closeOldestIdle(std::size_t count);
 
     std::optional<asio::executor_work_guard<asio::io_context::executor_type>> m_work;
