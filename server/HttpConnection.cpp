@@ -59,20 +59,22 @@ struct BufferRange
 
 } // namespace
 
-HttpConnection::HttpConnection(HttpServer::Impl &server, tcp::socket socket)
-    : m_server(server)
+HttpConnection::HttpConnection(HttpWorker &worker, tcp::socket socket)
+    : m_worker(worker)
+    , m_server(worker.server)
     , m_socket(std::move(socket))
 {
     error_code ec;
     const tcp::endpoint peer = m_socket.remote_endpoint(ec);
     m_peer = ec ? std::string("-") : peer.address().to_string();
     m_in.resize(InitialInputBuffer);
-    setDeadline(HttpServer::Impl::clock().tick() + m_server.settings.idleTimeout);
+    m_accepted = HttpServer::Impl::clock().tick();
+    setIdleDeadline(m_accepted);
 }
 
 HttpConnection::~HttpConnection()
 {
-    m_server.detach(this);
+    m_worker.detach(this);
 }
 
 template <typename Prepared>
@@ -89,33 +91,41 @@ HttpConnection::Reply &HttpConnection::replyPrepared(const Prepared &prepared, s
 
 void HttpConnection::start()
 {
-    std::lock_guard lock(m_mutex);
     read();
 }
 
 void HttpConnection::closeIfExpired(SteadyClock::time_point now)
 {
-    if (now < deadline())
-        return;
-    std::lock_guard lock(m_mutex);
-    if (now >= deadline())
+    if (now >= m_deadline)
         close();
 }
 
 void HttpConnection::closeNow()
 {
-    std::lock_guard lock(m_mutex);
     close();
 }
 
-SteadyClock::time_point HttpConnection::deadline() const
+bool HttpConnection::hasInput() const
 {
-    return SteadyClock::time_point(SteadyClock::duration(m_deadline.load(std::memory_order_relaxed)));
+    if (m_parser || m_inStart < m_inEnd)
+        return true;
+    error_code ec;
+    return m_socket.available(ec) > 0 && !ec;
 }
 
-void HttpConnection::setDeadline(SteadyClock::time_point when)
+bool HttpConnection::isIdle() const
 {
-    m_deadline.store(when.time_since_epoch().count(), std::memory_order_relaxed);
+    return !m_closed && !m_writing && !m_pending && m_replyCount == 0 && !m_closeAfterWrite && !hasInput();
+}
+
+bool HttpConnection::canMakeRoom(SteadyClock::time_point now) const
+{
+    return isIdle() && (m_answered || now - m_accepted > std::chrono::seconds(1));
+}
+
+bool HttpConnection::isBusy() const
+{
+    return !m_closed && !m_lingering && !isIdle();
 }
 
 void HttpConnection::close()
@@ -147,7 +157,6 @@ void HttpConnection::read()
     }
     m_socket.async_read_some(asio::buffer(m_in.data() + m_inEnd, m_in.size() - m_inEnd),
                              [self = shared_from_this()](const error_code &ec, std::size_t n) {
-                                 std::lock_guard lock(self->m_mutex);
                                  self->onRead(ec, n);
                              });
 }
@@ -241,10 +250,15 @@ void HttpConnection::finishInput()
 {
     if (m_writing || m_closed)
         return;
-    if (m_replyCount > 0)
+    if (m_replyCount > 0) {
         write();
-    else if (!m_pending && !m_closeAfterWrite)
-        read();
+    } else if (!m_pending && !m_closeAfterWrite) {
+        // Stopping: what has been received is answered; a request begun is read to its end.
+        if (m_worker.stopping && !hasInput())
+            linger(HttpServer::Impl::clock().tick());
+        else
+            read();
+    }
 }
 
 void HttpConnection::answer(bool keepAlive)
@@ -281,9 +295,8 @@ void HttpConnection::answer(bool keepAlive)
     const DayQuote &quote = snapshot->days[std::size_t(resource->dayIndex)];
     const bool drawing = m_server.pictures.render(
         resource->path, resource->kind, quote,
-        [self = shared_from_this(), &io = m_server.io](EncodedPicturePtr picture) mutable {
+        [self = shared_from_this(), &io = m_worker.io](EncodedPicturePtr picture) mutable {
             asio::post(io, [self = std::move(self), picture = std::move(picture)]() {
-                std::lock_guard lock(self->m_mutex);
                 self->onPictureReady(picture);
             });
         });
@@ -396,10 +409,9 @@ void HttpConnection::write()
             m_buffers.push_back(asio::buffer(body));
     }
     m_writing = true;
-    setDeadline(SteadyClock::now() + std::max<SteadyClock::duration>(m_server.settings.idleTimeout, MinimumWriteTime));
+    setDeadline(SteadyClock::now() + std::max<SteadyClock::duration>(m_worker.settings.idleTimeout, MinimumWriteTime));
     asio::async_write(m_socket, BufferRange{m_buffers.data(), m_buffers.data() + m_buffers.size()},
                       [self = shared_from_this()](const error_code &ec, std::size_t) {
-                          std::lock_guard lock(self->m_mutex);
                           self->onWritten(ec);
                       });
 }
@@ -409,6 +421,9 @@ void HttpConnection::onWritten(const error_code &ec)
     m_writing = false;
     const SteadyClock::time_point now = HttpServer::Impl::clock().tick();
     logReplies(now);
+    if (m_worker.stopping && !ec)
+        m_worker.counts.answered += m_replyCount;
+    m_answered = true;
     for (std::size_t i = 0; i < m_replyCount; ++i)
         m_replies[i].keep.reset();
     m_replyCount = 0;
@@ -450,6 +465,7 @@ void HttpConnection::linger(SteadyClock::time_point now)
 {
     error_code ignored;
     m_socket.shutdown(tcp::socket::shutdown_send, ignored);
+    m_lingering = true;
     setDeadline(now + LingerTime);
     drain();
 }
@@ -459,7 +475,6 @@ void HttpConnection::drain()
     m_in.resize(std::max(m_in.size(), InitialInputBuffer));
     m_socket.async_read_some(asio::buffer(m_in.data(), m_in.size()),
                              [self = shared_from_this()](const error_code &ec, std::size_t) {
-                                 std::lock_guard lock(self->m_mutex);
                                  if (ec || self->m_closed)
                                      self->close();
                                  else

@@ -7,9 +7,7 @@
 
 #include <QString>
 
-#include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,21 +15,33 @@
 
 // One client connection of the HTTP front: reads requests, parses them as they come, answers
 // each in order (a picture being drawn holds the answers behind it), writes the answers
-// together, and closes on error, on request, or when idle past its deadline.
+// together, and closes on error, on request, or when idle past its deadline. Once its
+// thread is stopping, it answers what it has received and closes instead of waiting for
+// more. Everything runs on the thread that accepted it.
 class HttpConnection : public std::enable_shared_from_this<HttpConnection>
 {
 public:
-    HttpConnection(HttpServer::Impl &server, tcp::socket socket);
+    HttpConnection(HttpWorker &worker, tcp::socket socket);
 
     ~HttpConnection();
 
     void start();
 
-    // From the sweep, on any thread: closes the connection when it is past its deadline.
+    // From the sweep: closes the connection when it is past its deadline.
     void closeIfExpired(SteadyClock::time_point now);
 
-    // From shutdown, on any thread.
     void closeNow();
+
+    // Waiting for a request with nothing of it received: closing loses nothing.
+    bool isIdle() const;
+    // A request received and not fully answered, or an answer not fully written.
+    bool isBusy() const;
+
+    // Idle and kept alive after an answer, or silent for a while since it was accepted: when
+    // descriptors run out, such a connection makes way for a new one.
+    bool canMakeRoom(SteadyClock::time_point now) const;
+
+    SteadyClock::time_point deadline() const { return m_deadline; }
 
     HttpConnection *previous = nullptr;   // in the server's list
     HttpConnection *next = nullptr;
@@ -70,13 +80,11 @@ private:
         SteadyClock::time_point started;
     };
 
-    SteadyClock::time_point deadline() const;
-    void setDeadline(SteadyClock::time_point when);
-    void setIdleDeadline(SteadyClock::time_point now) { setDeadline(now + m_server.settings.idleTimeout); }
+    void setDeadline(SteadyClock::time_point when) { m_deadline = when; }
+    void setIdleDeadline(SteadyClock::time_point now) { setDeadline(now + m_worker.settings.idleTimeout); }
 
-    // Everything below runs with m_mutex held: in completion handlers, which never run
-    // two at a time for one connection (it has one operation under way at most), and in
-    // the sweep.
+    // Received input not yet answered: in the buffer, in the parser, or in the socket.
+    bool hasInput() const;
 
     void close();
 
@@ -135,11 +143,13 @@ private:
 
     void drain();
 
+    HttpWorker &m_worker;
     HttpServer::Impl &m_server;
-    std::mutex m_mutex;
     tcp::socket m_socket;
     std::string m_peer;
-    std::atomic<SteadyClock::rep> m_deadline{0};
+    SteadyClock::time_point m_deadline;
+    SteadyClock::time_point m_accepted;
+    bool m_answered = false;
     SteadyClock::time_point m_lastRead;
 
     std::vector<char> m_in;
@@ -155,5 +165,6 @@ private:
     std::vector<asio::const_buffer> m_buffers;
     bool m_writing = false;
     bool m_closeAfterWrite = false;
+    bool m_lingering = false;
     bool m_closed = false;
 };

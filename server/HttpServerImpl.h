@@ -1,6 +1,7 @@
 #pragma once
 
-// Internal to the HTTP front: the server's shared state and each network thread's clock.
+// Internal to the HTTP front: the server's shared state, its network threads and each
+// thread's clock.
 
 #include "HttpServer.h"
 #include "HttpMessages.h"
@@ -10,14 +11,17 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <ctime>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,6 +30,7 @@ namespace asio = boost::asio;
 using boost::system::error_code;
 using tcp = asio::ip::tcp;
 using SteadyClock = std::chrono::steady_clock;
+using Settings = HttpServer::Settings;
 
 class HttpConnection;
 
@@ -68,6 +73,52 @@ private:
     std::string m_logTime;
 };
 
+// One network thread: its event loop, its listening socket and the connections it accepted,
+// which only this thread touches.
+class HttpWorker
+{
+public:
+    HttpWorker(HttpServer::Impl &server, int index);
+
+    HttpServer::Impl &server;
+    const Settings &settings;
+    const int index;
+    asio::io_context io{1};
+    tcp::acceptor acceptor{io};
+    asio::steady_timer housekeeping{io};
+    asio::steady_timer acceptRetry{io};
+    std::thread thread;
+
+    void start();
+    void attach(HttpConnection *connection);
+    void detach(HttpConnection *connection);
+
+    // From stop(), on this thread.
+    void beginStop();
+    void cutRest();
+
+    // From another thread that ran out of descriptors: closes idle connections here.
+    void makeRoom(std::size_t count);
+
+    bool stopping = false;
+    HttpServer::StopReport counts;   // this thread's share, read once the thread has ended
+
+private:
+    void accept();
+    void onAcceptError(const error_code &ec);
+    void housekeep();
+    void finishStop();
+    // Closes up to `count` idle connections that can make room, the longest idle first; how
+    // many it closed.
+    std::size_t closeOldestIdle(std::size_t count);
+
+    std::optional<asio::executor_work_guard<asio::io_context::executor_type>> m_work;
+    HttpConnection *m_connections = nullptr;   // intrusive list
+    std::size_t m_connectionCount = 0;
+    bool m_stopFinished = false;
+    SteadyClock::time_point m_lastShortageReport{};
+};
+
 class HttpServer::Impl
 {
 public:
@@ -76,8 +127,9 @@ public:
         , snapshots(h)
         , pictures(p)
         , log(l)
-        , io(std::max(1, s.threads))
     {
+        for (int i = 0; i < std::max(1, s.threads); ++i)
+            workers.push_back(std::make_unique<HttpWorker>(*this, i));
     }
     ~Impl();
 
@@ -91,24 +143,20 @@ public:
         return threadClock;
     }
 
-    void accept();
-    void housekeep();
-    void shutDown();
-    void attach(HttpConnection *connection);
-    void detach(HttpConnection *connection);
+    // A worker that has nothing left to finish.
+    void workerStopped();
 
     Settings settings;
     SnapshotHolder &snapshots;
     PictureService &pictures;
     AccessLog &log;
-    asio::io_context io;
-    tcp::acceptor acceptor{io};
-    asio::steady_timer housekeeping{io};
+    std::vector<std::unique_ptr<HttpWorker>> workers;
     tcp::endpoint endpoint;
-    std::vector<std::thread> threads;
     bool running = false;
-    std::atomic<bool> stopping{false};
+    bool stopped = false;
 
-    std::mutex connectionsMutex;
-    HttpConnection *connections = nullptr;   // intrusive list, for the idle sweep and shutdown
+    std::mutex stopMutex;
+    std::condition_variable stopChanged;
+    int workersStopped = 0;
+    bool stopNow = false;
 };

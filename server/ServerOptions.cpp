@@ -21,6 +21,9 @@ QString ServerOptions::usage()
         "  --idle-timeout S       close idle keep-alive connections after S seconds (default 15)\n"
         "  --access-log FILE|-    where request lines go (default - : stdout)\n"
         "  --threads N            network threads (default: one per core)\n"
+        "  --stop-timeout S       on SIGTERM or SIGINT, wait up to S seconds for the requests under\n"
+        "                         way to be answered, then close the rest (default 10; a second\n"
+        "                         signal stops at once; exit status 3 when answers were cut)\n"
         "  --api-only             export: only the API documents, no pictures or share pages\n");
 }
 
@@ -38,8 +41,10 @@ std::optional<ServerOptions> ServerOptions::parse(const QStringList &arguments, 
     const QCommandLineOption idleTimeout(QStringLiteral("idle-timeout"), {}, QStringLiteral("S"));
     const QCommandLineOption accessLog(QStringLiteral("access-log"), {}, QStringLiteral("FILE"));
     const QCommandLineOption threads(QStringLiteral("threads"), {}, QStringLiteral("N"));
+    const QCommandLineOption stopTimeout(QStringLiteral("stop-timeout"), {}, QStringLiteral("S"));
     const QCommandLineOption apiOnly(QStringLiteral("api-only"));
-    parser.addOptions({help, host, port, database, timeZone, publicURL, dataset, idleTimeout, accessLog, threads, apiOnly});
+    parser.addOptions(
+        {help, host, port, database, timeZone, publicURL, dataset, idleTimeout, accessLog, threads, stopTimeout, apiOnly});
 
     if (!parser.parse(QStringList{QStringLiteral("ostquote-server")} + arguments)) {
         *error = parser.errorText();
@@ -64,7 +69,7 @@ std::optional<ServerOptions> ServerOptions::parse(const QStringList &arguments, 
         }
         options.mode = Mode::Export;
         options.exportDirectory = positional.at(1);
-        for (const QCommandLineOption *serveOnly : {&host, &port, &idleTimeout, &accessLog, &threads}) {
+        for (const QCommandLineOption *serveOnly : {&host, &port, &idleTimeout, &accessLog, &threads, &stopTimeout}) {
             if (parser.isSet(*serveOnly)) {
                 *error = QStringLiteral("--%1 does not apply to export").arg(serveOnly->names().first());
                 return std::nullopt;
@@ -126,6 +131,15 @@ std::optional<ServerOptions> ServerOptions::parse(const QStringList &arguments, 
             return std::nullopt;
         }
         options.idleTimeoutMsecs = std::max(1, int(seconds * 1000));
+    }
+    if (parser.isSet(stopTimeout)) {
+        bool ok = false;
+        const double seconds = parser.value(stopTimeout).toDouble(&ok);
+        if (!ok || seconds < 0 || seconds > 24 * 3600) {
+            *error = QStringLiteral("--stop-timeout takes a number of seconds, not \"%1\"").arg(parser.value(stopTimeout));
+            return std::nullopt;
+        }
+        options.stopTimeoutMsecs = int(seconds * 1000);
     }
     if (parser.isSet(accessLog))
         options.accessLog = parser.value(accessLog);

@@ -10,7 +10,7 @@
 // The command line:
 //   ostquote-server [--host H] [--port N] [--database URL] [--time-zone IANA-NAME]
 //                   [--public-url URL] [--dataset FILE] [--idle-timeout S]
-//                   [--access-log FILE|-] [--threads N]
+//                   [--access-log FILE|-] [--threads N] [--stop-timeout S]
 //   ostquote-server export DIR [--database URL] [--time-zone IANA-NAME] [--public-url URL]
 //                   [--dataset FILE] [--api-only]
 struct ServerOptions
@@ -26,6 +26,7 @@ struct ServerOptions
     QString publicBase;                  // empty: http://HOST:PORT as bound (export: http://127.0.0.1:8080)
     QString dataset;                     // empty: the embedded dataset
     int idleTimeoutMsecs = 15000;
+    int stopTimeoutMsecs = 10000;        // how long a stop waits for requests under way
     QString accessLog = QStringLiteral("-");
     int threads = 0;                     // 0: one per core
     bool apiOnly = false;

@@ -12,6 +12,7 @@
 
 #include <OTClock.h>
 
+#include <QFile>
 #include <QGuiApplication>
 #include <QTimeZone>
 
@@ -19,6 +20,7 @@
 #include <csignal>
 #include <cstdio>
 #include <pthread.h>
+#include <sys/resource.h>
 #include <thread>
 
 namespace {
@@ -29,8 +31,9 @@ int fail(const QString &message, int status = 1)
     return status;
 }
 
-// SIGINT and SIGTERM are blocked in every thread and taken by one that waits for them,
-// which asks the main loop to quit; the server then stops in order.
+// SIGINT and SIGTERM are blocked in every thread and taken by one that waits for them: the
+// first asks the main loop to quit, and the server then stops in order; a second one
+// during that stop ends it at once.
 sigset_t stopSignals()
 {
     sigset_t signals;
@@ -40,8 +43,42 @@ sigset_t stopSignals()
     return signals;
 }
 
+// The exit status of a stop that had to close connections with requests unanswered.
+constexpr int StopCutShort = 3;
+
+// Descriptors are what a server with many keep-alive connections runs out of first: the
+// soft limit (often 1,024) goes up to the hard one, which is the operator's choice.
+void raiseOpenFileLimit()
+{
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    const rlim_t before = limit.rlim_cur;
+    if (limit.rlim_cur < limit.rlim_max) {
+        rlimit raised = limit;
+        raised.rlim_cur = limit.rlim_max;
+        if (::setrlimit(RLIMIT_NOFILE, &raised) != 0 && limit.rlim_max == RLIM_INFINITY) {
+            // An unlimited hard limit still stops at the kernel's per-process maximum.
+            QFile nrOpen(QStringLiteral("/proc/sys/fs/nr_open"));
+            bool ok = false;
+            const rlim_t most = nrOpen.open(QIODevice::ReadOnly) ? nrOpen.readAll().trimmed().toULongLong(&ok) : 0;
+            raised.rlim_cur = most;
+            if (ok)
+                ::setrlimit(RLIMIT_NOFILE, &raised);
+        }
+        ::getrlimit(RLIMIT_NOFILE, &limit);
+    }
+    if (limit.rlim_cur != before)
+        std::fprintf(stderr, "ostquote-server: open files: up to %llu (raised from %llu)\n",
+                     static_cast<unsigned long long>(limit.rlim_cur), static_cast<unsigned long long>(before));
+    else
+        std::fprintf(stderr, "ostquote-server: open files: up to %llu\n", static_cast<unsigned long long>(limit.rlim_cur));
+}
+
 int serve(const ServerOptions &options, QuoteDatabase &database)
 {
+    raiseOpenFileLimit();
+
     AccessLog log;
     QString error;
     if (!log.open(options.accessLog, &error))
@@ -66,19 +103,37 @@ int serve(const ServerOptions &options, QuoteDatabase &database)
     std::fflush(stdout);
     server.start();
 
-    std::atomic<bool> signalled{false};
-    std::thread signalWaiter([&signalled]() {
+    std::atomic<int> signalled{0};
+    std::atomic<bool> stopped{false};
+    std::thread signalWaiter([&]() {
         const sigset_t signals = stopSignals();
-        int signal = 0;
-        sigwait(&signals, &signal);
-        signalled = true;
-        QMetaObject::invokeMethod(qApp, []() { QCoreApplication::quit(); }, Qt::QueuedConnection);
+        for (int signal = 0; !stopped && sigwait(&signals, &signal) == 0 && !stopped;) {
+            if (signalled.fetch_add(1) == 0) {
+                QMetaObject::invokeMethod(qApp, []() { QCoreApplication::quit(); }, Qt::QueuedConnection);
+            } else {
+                server.stopNow();
+                return;
+            }
+        }
     });
-    const int status = QCoreApplication::exec();
-    if (!signalled)
-        pthread_kill(signalWaiter.native_handle(), SIGTERM);   // the loop ended on its own: release the waiter
+    int status = QCoreApplication::exec();
+    const auto grace = std::chrono::milliseconds(options.stopTimeoutMsecs);
+    const HttpServer::StopReport stop = server.stop(grace);
+    stopped = true;
+    pthread_kill(signalWaiter.native_handle(), SIGTERM);   // releases the waiter, which waits no more
     signalWaiter.join();
-    server.stop();
+    std::fprintf(stderr,
+                 "ostquote-server: stopped%s: %llu requests answered after the stop, %llu idle connections "
+                 "closed, %llu connections cut%s\n",
+                 signalled ? " on a signal" : "", static_cast<unsigned long long>(stop.answered),
+                 static_cast<unsigned long long>(stop.idleClosed), static_cast<unsigned long long>(stop.cut),
+                 stop.aborted    ? " by a second signal"
+                 : stop.timedOut ? qPrintable(QStringLiteral(" when the %1 s grace period ran out")
+                                                  .arg(double(grace.count()) / 1000))
+                                 : "");
+    std::fflush(stderr);
+    if (stop.cut > 0 && status == 0)
+        status = StopCutShort;
     pictures.shutdown();
     log.close();   // writes out what is queued, waiting a few seconds at most for its reader
     return status;

@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -30,13 +31,16 @@ QProcessEnvironment serverEnvironment(const QString &now, const QString &timeZon
 }
 
 // A server outlives no test: should the test crash, the kernel stops the server too. With
-// `standardOutput`, the child writes its standard output there instead.
-void stopWithParent(QProcess &process, int standardOutput = -1)
+// `standardOutput`, the child writes its standard output there instead; with `openFiles`,
+// it starts with those open-file limits.
+void stopWithParent(QProcess &process, int standardOutput = -1, rlimit openFiles = {})
 {
-    process.setChildProcessModifier([standardOutput]() {
+    process.setChildProcessModifier([standardOutput, openFiles]() {
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
         if (standardOutput >= 0)
             ::dup2(standardOutput, STDOUT_FILENO);
+        if (openFiles.rlim_cur > 0)
+            ::setrlimit(RLIMIT_NOFILE, &openFiles);
     });
 }
 
@@ -102,7 +106,7 @@ bool ServerProcess::start(const Options &options)
         m_outputFd = outputPipe[0];
         m_process->setStandardOutputFile(QProcess::nullDevice());
     }
-    stopWithParent(*m_process, outputPipe[1]);
+    stopWithParent(*m_process, outputPipe[1], rlimit{options.openFilesSoft, options.openFilesHard});
     QStringList arguments{QStringLiteral("--host"), QStringLiteral("127.0.0.1"), QStringLiteral("--port"),
                           QStringLiteral("0"), QStringLiteral("--database"), m_databaseURL,
                           QStringLiteral("--time-zone"), options.timeZone, QStringLiteral("--access-log"),
@@ -164,6 +168,18 @@ void ServerProcess::requestStop()
 {
     if (m_process && m_process->state() == QProcess::Running)
         m_process->terminate();
+}
+
+int ServerProcess::waitForExit(int timeoutMs)
+{
+    if (!m_process)
+        return -1;
+    if (m_process->state() != QProcess::NotRunning && !m_process->waitForFinished(timeoutMs)) {
+        m_process->kill();
+        m_process->waitForFinished(5000);
+        return -1;
+    }
+    return m_process->exitStatus() == QProcess::NormalExit ? m_process->exitCode() : -1;
 }
 
 TestServer::~TestServer()

@@ -33,6 +33,9 @@ public:
         // The access log on the server's standard output (--access-log -), which is then a
         // pipe that the test reads only through readOutput(); else a file in the directory.
         bool logToPipe = false;
+        // The server's open-file limits (soft, hard), when not 0: as a service manager sets them.
+        unsigned long openFilesSoft = 0;
+        unsigned long openFilesHard = 0;
     };
 
     explicit ServerProcess(const QString &directory);
@@ -60,8 +63,11 @@ public:
     }
     // SIGTERM, then waits for a clean exit. False when it did not exit cleanly.
     bool stop();
-    // SIGTERM without waiting: stop() then collects the exit.
+    // SIGTERM without waiting: stop() or waitForExit() then collects the exit.
     void requestStop();
+    // The exit status once the server has ended by itself within `timeoutMs`; -1 when it
+    // crashed or is still running (it is then killed).
+    int waitForExit(int timeoutMs);
 
     // With logToPipe: what the server wrote to its standard output after the "listening
     // on" line, read until the server's end of the pipe closes or `timeoutMs` passes.

@@ -291,6 +291,7 @@ private Q_SLOTS:
         QTest::newRow("unknown option") << QStringList{"--frobnicate"} << u"frobnicate"_s;
         QTest::newRow("bad public URL") << QStringList{"--public-url", "ftp://files.example"} << u"--public-url"_s;
         QTest::newRow("bad idle timeout") << QStringList{"--idle-timeout", "never"} << u"--idle-timeout"_s;
+        QTest::newRow("bad stop timeout") << QStringList{"--stop-timeout", "-1"} << u"--stop-timeout"_s;
         QTest::newRow("missing dataset") << QStringList{"--dataset", "/nonexistent/quotes.json"} << u"dataset"_s;
         QTest::newRow("export without a directory") << QStringList{"export"} << u"export"_s;
         QTest::newRow("serving option on export") << QStringList{"export", "/tmp/x", "--port", "1"} << u"--port"_s;
