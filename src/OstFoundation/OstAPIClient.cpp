@@ -176,20 +176,23 @@ public:
                              reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute)}});
         meta.setLastModified(reply->header(QNetworkRequest::LastModifiedHeader).toDateTime());
         QDateTime expires;
-        const QList<QByteArray> directives = reply->rawHeader("Cache-Control").toLower().split(',');
-        for (const QByteArray &directive : directives) {
+        bool revalidate = false;
+        for (const QByteArray &directive : reply->rawHeader("Cache-Control").toLower().split(',')) {
             const QByteArray token = directive.trimmed();
             if (token == "no-store")
                 return;
+            revalidate = revalidate || token == "no-cache";
             if (token.startsWith("max-age=")) {
                 bool valid = false;
                 const qint64 seconds = token.mid(8).toLongLong(&valid);
+                // A year at most: the rules decide what is believed, not the server alone.
                 if (valid && seconds >= 0)
-                    expires = QDateTime::currentDateTimeUtc().addSecs(seconds);
+                    expires = QDateTime::currentDateTimeUtc().addSecs(qMin(seconds, qint64(366) * 86400));
             }
         }
-        if (!expires.isValid() && !directives.contains("no-cache"))
-        {
+        if (revalidate) {
+            expires = {};
+        } else if (!expires.isValid()) {
             expires = QLocale::c().toDateTime(QString::fromLatin1(reply->rawHeader("Expires").trimmed()),
                                               QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"));
             expires.setTimeZone(QTimeZone::utc());

@@ -39,8 +39,9 @@ class QNetworkReply;
 // which (the deadline's is also a timeout).
 //
 // Days already seen, offline: the answers of GET requests are kept in a disk cache under
-// "<CacheLocation>/api" (HTTP caching: the server's Cache-Control and ETag decide what is
-// fresh and what is asked again). When the network fails (refused, unreachable, timed out),
+// "<CacheLocation>/api". A kept answer answers without the network while the server's
+// Cache-Control (max-age, at most a year; no-cache; no-store) or Expires calls it fresh;
+// after that the request goes to the server again. When the network fails (refused, unreachable, timed out),
 // a GET is answered from that cache if it holds the server's last answer to the same
 // request. A network-required request never reads or fills the cache.
 //
