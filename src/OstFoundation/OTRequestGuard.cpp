@@ -10,6 +10,9 @@ QNetworkReply *OTRequestGuard::send(QNetworkAccessManager *manager, QNetworkRequ
 {
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
     request.setMaximumRedirectsAllowed(MaximumRedirects);
+    // Qt's own check against compression bombs starts at the cap (the count below sees the
+    // decoded bytes too, but only as fast as Qt hands them over).
+    request.setDecompressedSafetyCheckThreshold(limits.maximumSize);
     QNetworkReply *reply = verb == "GET"    ? manager->get(request)
                            : verb == "HEAD" ? manager->head(request)
                                             : manager->sendCustomRequest(request, verb, body);
@@ -80,6 +83,13 @@ OTRequestGuard::OTRequestGuard(QNetworkReply *reply, const QUrl &url, bool expec
             stop(tooLarge());
     });
     connect(reply, &QNetworkReply::finished, this, &OTRequestGuard::finish);
+    // A failure ends the request as soon as it is known: with a read buffer, Qt may hold the
+    // reply's finished() back for the rest of the deadline (a body that fails to decompress).
+    // The body of an HTTP error status has arrived whole by the time its error is raised.
+    connect(reply, &QNetworkReply::errorOccurred, this, [this](QNetworkReply::NetworkError error) {
+        if (error != QNetworkReply::OperationCanceledError)
+            finish();
+    });
 }
 
 bool OTRequestGuard::consume()
@@ -128,6 +138,13 @@ void OTRequestGuard::finish()
             m_error = OTError(OTError::Network, QStringLiteral("%1: too many redirects (more than %2)")
                                                     .arg(m_url.toString())
                                                     .arg(MaximumRedirects));
+            break;
+        case QNetworkReply::UnknownContentError:
+            if (!m_reply->rawHeader("Content-Encoding").isEmpty()) {
+                m_error = OTError(OTError::Network, QStringLiteral("%1: compressed answer that does not decode within %2 (%3)")
+                                                        .arg(m_url.toString(), describeSize(m_limits.maximumSize),
+                                                             m_reply->errorString()));
+            }
             break;
         case QNetworkReply::InsecureRedirectError:
             m_error = OTError(OTError::Network, QStringLiteral("%1: refused a redirect from https to http (%2)")

@@ -1,8 +1,12 @@
 #include "OstAPIClient.h"
 
+#include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
+#include <QDirIterator>
+#include <QFileInfo>
 #include <QJSEngine>
+#include <QLocale>
 #include <QMutex>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -13,7 +17,10 @@
 #include <QNetworkRequest>
 #include <QStandardPaths>
 #include <QThread>
+#include <QTimeZone>
 #include <QUrlQuery>
+
+#include <memory>
 
 namespace {
 
@@ -66,6 +73,168 @@ OTError undecodable(const QString &what, const QString &api)
     return OTError(OTError::Undecodable, QStringLiteral("%1 from %2").arg(what, api));
 }
 
+// The disk cache of answers. It keeps a 200 JSON answer only when the client's rule for its
+// URL agrees, hands a kept answer back only while the rule still lets it answer, and never
+// lets a failed or refused answer take a kept one with it: Qt removes the entry of a request
+// that failed, which here only cancels that request's own pending insertion.
+class AnswerCache : public QNetworkDiskCache
+{
+public:
+    AnswerCache(OstAPIClient *client, QObject *parent)
+        : QNetworkDiskCache(parent)
+        , m_client(client)
+    {
+    }
+
+    // While the network is asked for `url`, Qt sees no kept answer for it: it would hand one
+    // out in place of a 5xx answer, mixed with that answer's body, and hold the reply open
+    // until the deadline.
+    void beginNetwork(const QUrl &url) { ++m_asking[url]; }
+    void endNetwork(const QUrl &url)
+    {
+        if (--m_asking[url] <= 0)
+            m_asking.remove(url);
+    }
+
+    QNetworkCacheMetaData metaData(const QUrl &url) override
+    {
+        if (m_asking.contains(url))
+            return {};
+        removeOddFiles();
+        QNetworkCacheMetaData meta = QNetworkDiskCache::metaData(url);
+        if (!meta.isValid())
+            return meta;
+        const OstAPIClient::AnswerRule rule = m_client->answerRule(url);
+        std::unique_ptr<QIODevice> device(QNetworkDiskCache::data(url));
+        const QByteArray body = device ? device->read(m_client->maximumAnswerSize() + 1) : QByteArray();
+        QJsonParseError parseError;
+        const QJsonDocument answer = QJsonDocument::fromJson(body, &parseError);
+        const bool fresh = meta.expirationDate().isValid() && meta.expirationDate() > QDateTime::currentDateTimeUtc();
+        if (!device || body.size() > m_client->maximumAnswerSize() || parseError.error != QJsonParseError::NoError
+            || answer.isNull() || (rule.use && !rule.use(url, answer, fresh)))
+            return {};
+        return meta;
+    }
+
+    QIODevice *data(const QUrl &url) override
+    {
+        return metaData(url).isValid() ? QNetworkDiskCache::data(url) : nullptr;
+    }
+
+    QIODevice *prepare(const QNetworkCacheMetaData &meta) override
+    {
+        // Held here until the answer is complete and has been checked.
+        auto *buffer = new QBuffer(this);
+        buffer->open(QIODevice::WriteOnly);
+        m_pending.insert(buffer, meta);
+        return buffer;
+    }
+
+    void insert(QIODevice *device) override
+    {
+        const auto pending = m_pending.find(device);
+        if (pending == m_pending.end())
+            return;
+        const QNetworkCacheMetaData meta = pending.value();
+        m_pending.erase(pending);
+        const QByteArray body = static_cast<QBuffer *>(device)->data();
+        delete device;
+        if (meta.attributes().value(QNetworkRequest::HttpStatusCodeAttribute).toInt() != 200
+            || body.size() > m_client->maximumAnswerSize())
+            return;
+        QJsonParseError parseError;
+        const QJsonDocument answer = QJsonDocument::fromJson(body, &parseError);
+        if (parseError.error != QJsonParseError::NoError || answer.isNull())
+            return;
+        const OstAPIClient::AnswerRule rule = m_client->answerRule(meta.url());
+        if (rule.keep && !rule.keep(meta.url(), answer))
+            return;
+        if (QIODevice *out = QNetworkDiskCache::prepare(meta)) {
+            out->write(body);
+            QNetworkDiskCache::insert(out);
+        }
+    }
+
+    // Keeps the answer that `reply` brought for `url` when the rules allow, with the freshness
+    // its cache headers give it (none: asked again whenever the network is there).
+    void keep(const QUrl &url, QNetworkReply *reply, const QByteArray &body)
+    {
+        QNetworkCacheMetaData meta;
+        meta.setUrl(url);
+        meta.setSaveToDisk(true);
+        QNetworkCacheMetaData::RawHeaderList headers;
+        static const QList<QByteArray> kept{"content-type", "cache-control", "date", "expires", "last-modified",
+                                            "etag"};
+        for (const auto &header : reply->rawHeaderPairs()) {
+            if (kept.contains(header.first.toLower()))
+                headers.append(header);
+        }
+        meta.setRawHeaders(headers);
+        meta.setAttributes({{QNetworkRequest::HttpStatusCodeAttribute,
+                             reply->attribute(QNetworkRequest::HttpStatusCodeAttribute)},
+                            {QNetworkRequest::HttpReasonPhraseAttribute,
+                             reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute)}});
+        meta.setLastModified(reply->header(QNetworkRequest::LastModifiedHeader).toDateTime());
+        QDateTime expires;
+        bool revalidate = false;
+        for (const QByteArray &directive : reply->rawHeader("Cache-Control").toLower().split(',')) {
+            const QByteArray token = directive.trimmed();
+            if (token == "no-store")
+                return;
+            revalidate = revalidate || token == "no-cache";
+            if (token.startsWith("max-age=")) {
+                bool valid = false;
+                const qint64 seconds = token.mid(8).toLongLong(&valid);
+                // A year at most: the rules decide what is believed, not the server alone.
+                if (valid && seconds >= 0)
+                    expires = QDateTime::currentDateTimeUtc().addSecs(qMin(seconds, qint64(366) * 86400));
+            }
+        }
+        if (revalidate) {
+            expires = {};
+        } else if (!expires.isValid()) {
+            expires = QLocale::c().toDateTime(QString::fromLatin1(reply->rawHeader("Expires").trimmed()),
+                                              QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"));
+            expires.setTimeZone(QTimeZone::utc());
+        }
+        meta.setExpirationDate(expires);
+        QIODevice *device = prepare(meta);
+        device->write(body);
+        insert(device);
+    }
+
+    bool remove(const QUrl &url) override
+    {
+        for (auto it = m_pending.begin(); it != m_pending.end(); ++it) {
+            if (it.value().url() == url) {
+                delete it.key();
+                m_pending.erase(it);
+                return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    // Only regular files are ever opened: a FIFO would block the reader for good, a device or a
+    // link could feed it without end.
+    void removeOddFiles()
+    {
+        QDirIterator it(cacheDirectory(), QDir::AllEntries | QDir::System | QDir::Hidden | QDir::NoDotAndDotDot,
+                        QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            it.next();
+            const QFileInfo info = it.fileInfo();
+            if (info.isSymLink() || (!info.isDir() && !info.isFile()))
+                QFile::remove(info.filePath());
+        }
+    }
+
+    OstAPIClient *m_client;
+    QHash<QIODevice *, QNetworkCacheMetaData> m_pending;
+    QHash<QUrl, int> m_asking;
+};
+
 } // namespace
 
 OstAPIClient::OstAPIClient(QObject *parent)
@@ -80,7 +249,7 @@ void OstAPIClient::useCacheDirectory(const QString &directory)
     // Made on first use, so that a client that never caches leaves no folder behind; it
     // follows the caches directory of the moment. A cache the host has set stays as it is.
     if (!m_cache && !m_network->cache()) {
-        m_cache = new QNetworkDiskCache(m_network);
+        m_cache = new AnswerCache(this, m_network);
         m_cache->setCacheDirectory(directory);
         m_cache->setMaximumCacheSize(MaximumCacheSize);
         m_network->setCache(m_cache);
@@ -146,6 +315,27 @@ void OstAPIClient::setMaximumAnswerSize(qint64 bytes)
     m_maximumAnswerSize = bytes > 0 ? bytes : DefaultMaximumAnswerSize;
 }
 
+void OstAPIClient::setAnswerRule(const QString &pathPart, const AnswerRule &rule)
+{
+    QMutexLocker lock(&m_rulesMutex);
+    m_rules.insert(pathPart, rule);
+}
+
+OstAPIClient::AnswerRule OstAPIClient::answerRule(const QUrl &url) const
+{
+    QMutexLocker lock(&m_rulesMutex);
+    const QString path = url.path();
+    AnswerRule found;
+    qsizetype longest = -1;
+    for (auto it = m_rules.cbegin(); it != m_rules.cend(); ++it) {
+        if (it.key().size() > longest && path.contains(it.key())) {
+            found = it.value();
+            longest = it.key().size();
+        }
+    }
+    return found;
+}
+
 QUrl OstAPIClient::URLForAPI(const QString &api, const QVariantMap &parameters) const
 {
     // The API path goes below whatever path the base already has, so that a server mounted
@@ -180,11 +370,29 @@ void OstAPIClient::send(const QString &method, const QString &api, const QVarian
     request.setRawHeader("Accept", "application/json");
     request.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("OstQuote/1.0"));
     const bool cacheable = verb == "GET" && !networkRequired;
+    QPointer<AnswerCache> answers;
+    bool asking = false;
     if (!cacheable) {
         request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
         request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
     } else {
         useCacheDirectory(cacheDirectory());
+        // A kept answer that is still fresh answers without the network. Otherwise the request
+        // goes to the server alone: Qt, left to revalidate a kept answer, hands a failed answer
+        // out mixed with the kept one and holds the reply open until the deadline.
+        const QNetworkCacheMetaData kept = m_network->cache()->metaData(request.url());
+        const bool fresh = kept.isValid() && kept.expirationDate().isValid()
+                           && kept.expirationDate() > QDateTime::currentDateTimeUtc();
+        request.setAttribute(QNetworkRequest::CacheLoadControlAttribute,
+                             fresh ? QNetworkRequest::PreferCache : QNetworkRequest::AlwaysNetwork);
+        // What the network answers is kept below, once checked, never by Qt as it arrives.
+        if (m_cache && m_network->cache() == m_cache) {
+            answers = static_cast<AnswerCache *>(m_cache.data());
+            request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+            asking = !fresh;
+            if (asking)
+                answers->beginNetwork(request.url());
+        }
     }
 
     QByteArray body;
@@ -195,9 +403,15 @@ void OstAPIClient::send(const QString &method, const QString &api, const QVarian
     const OTRequestGuard::Limits limits{m_transferTimeout, m_maximumAnswerSize};
     OTRequestGuard::send(
         m_network, request, verb, body, limits, OTRequestGuard::KeepBody,
-        [this, request, limits, cacheable, handler](QNetworkReply *reply, const QByteArray &data,
+        [this, request, limits, cacheable, answers, asking, handler](QNetworkReply *reply, const QByteArray &data,
                                                     const OTError &limitError) {
             const OTError error = limitError ? limitError : errorForReply(reply, data);
+            if (answers) {
+                if (asking)
+                    answers->endNetwork(request.url());
+                if (!error && !reply->attribute(QNetworkRequest::SourceIsFromCacheAttribute).toBool())
+                    answers->keep(request.url(), reply, data);
+            }
             if (!cacheable || !networkFailed(reply, limitError)) {
                 handler(data, error);
                 return;

@@ -5,7 +5,9 @@
 #include "OTModel.h"
 #include "OTRequestGuard.h"
 
+#include <QHash>
 #include <QList>
+#include <QMutex>
 #include <QObject>
 #include <QPointer>
 #include <QUrl>
@@ -16,6 +18,7 @@
 #include <functional>
 
 class QJSEngine;
+class QJsonDocument;
 class QNetworkAccessManager;
 class QNetworkDiskCache;
 class QQmlEngine;
@@ -36,10 +39,17 @@ class QNetworkReply;
 // which (the deadline's is also a timeout).
 //
 // Days already seen, offline: the answers of GET requests are kept in a disk cache under
-// "<CacheLocation>/api" (HTTP caching: the server's Cache-Control and ETag decide what is
-// fresh and what is asked again). When the network fails (refused, unreachable, timed out),
+// "<CacheLocation>/api". A kept answer answers without the network while the server's
+// Cache-Control (max-age, at most a year; no-cache; no-store) or Expires calls it fresh;
+// after that the request goes to the server again. When the network fails (refused, unreachable, timed out),
 // a GET is answered from that cache if it holds the server's last answer to the same
 // request. A network-required request never reads or fills the cache.
+//
+// Nothing the network says is kept on trust: only a 200 answer whose body is a JSON object or
+// array is kept, and only when the AnswerRule for its path (setAnswerRule()) agrees; an error,
+// a cut answer or a refused one never replaces or removes an answer already kept. The rule
+// also decides, each time, whether a kept answer may still answer. The cache reads regular
+// files only: anything else found in its folder (a FIFO, a device, a link) is removed unread.
 //
 // In QML the singleton OstAPIClient (module OstFoundation) is the shared client, so a host
 // may point every screen at its server: `OstAPIClient.baseURL = "https://…"`.
@@ -81,6 +91,23 @@ public:
     // Where answers are kept: "<QStandardPaths::CacheLocation>/api", read at every request.
     static QString cacheDirectory();
 
+    // What the disk cache may keep and give back for the GET requests whose URL path holds
+    // `pathPart` (the longest matching part wins). Both functions get the request's URL and
+    // the answer's JSON document. `keep` sees a 200 JSON answer before it is kept: false and
+    // it is dropped, and whatever was kept before stays. `use` sees a kept answer each time
+    // it could answer (online before the request is sent, offline after the network failed);
+    // `fresh` says whether the server's cache headers still call it fresh: false and it is
+    // no answer at all. Without a rule every 200 JSON answer is kept and used as HTTP
+    // caching says. May be called from any thread.
+    struct AnswerRule
+    {
+        std::function<bool(const QUrl &url, const QJsonDocument &answer)> keep;
+        std::function<bool(const QUrl &url, const QJsonDocument &answer, bool fresh)> use;
+    };
+    void setAnswerRule(const QString &pathPart, const AnswerRule &rule);
+    // The rule for `url` (an empty rule when none matches).
+    AnswerRule answerRule(const QUrl &url) const;
+
     // The absolute URL of `api` (a path such as "/api/v2/…") on the server, with `parameters`
     // as the query.
     QUrl URLForAPI(const QString &api, const QVariantMap &parameters = {}) const;
@@ -108,6 +135,8 @@ private:
     QNetworkAccessManager *m_network = nullptr;
     QUrl m_baseURL;
     QPointer<QNetworkDiskCache> m_cache;
+    mutable QMutex m_rulesMutex;
+    QHash<QString, AnswerRule> m_rules;
     int m_transferTimeout = DefaultTransferTimeout;
     qint64 m_maximumAnswerSize = DefaultMaximumAnswerSize;
 };

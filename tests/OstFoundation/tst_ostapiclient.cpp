@@ -1,4 +1,5 @@
 #include "HttpFixture.h"
+#include "OddFiles.h"
 #include "ServerHarness.h"
 
 #include <OTImagePrefetcher.h>
@@ -10,10 +11,18 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
 #include <QTest>
 #include <QThread>
 
+#include <atomic>
 #include <optional>
+#include <thread>
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <zlib.h>
 
 class Item : public OTModel
 {
@@ -80,6 +89,68 @@ qint64 residentBytes()
 }
 
 constexpr qint64 MiB = 1024 * 1024;
+
+// `data`, gzip-compressed.
+QByteArray gzipped(const QByteArray &data)
+{
+    z_stream stream{};
+    if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 9, Z_DEFAULT_STRATEGY) != Z_OK)
+        return {};
+    QByteArray out(int(deflateBound(&stream, uLong(data.size()))), Qt::Uninitialized);
+    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(data.constData()));
+    stream.avail_in = uInt(data.size());
+    stream.next_out = reinterpret_cast<Bytef *>(out.data());
+    stream.avail_out = uInt(out.size());
+    deflate(&stream, Z_FINISH);
+    out.resize(int(stream.total_out));
+    deflateEnd(&stream);
+    return out;
+}
+
+// `size` zero bytes, gzip-compressed (about a thousandth of the size).
+QByteArray gzippedZeros(qint64 size)
+{
+    z_stream stream{};
+    if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 9, Z_DEFAULT_STRATEGY) != Z_OK)
+        return {};
+    const QByteArray zeros(MiB, '\0');
+    QByteArray out;
+    char buffer[64 * 1024];
+    for (qint64 left = size; left >= 0; left -= MiB) {
+        stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(zeros.constData()));
+        stream.avail_in = uInt(qMin(left, MiB));
+        const int flush = left <= MiB ? Z_FINISH : Z_NO_FLUSH;
+        do {
+            stream.next_out = reinterpret_cast<Bytef *>(buffer);
+            stream.avail_out = sizeof buffer;
+            deflate(&stream, flush);
+            out.append(buffer, int(sizeof buffer - stream.avail_out));
+        } while (stream.avail_out == 0);
+        if (flush == Z_FINISH)
+            break;
+    }
+    deflateEnd(&stream);
+    return out;
+}
+
+// Cache headers of an answer that may be kept but is stale at once, so that the next request
+// asks the server again.
+QByteArray staleAtOnce()
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    return "Expires: Thu, 01 Jan 1970 00:00:00 GMT\r\nDate: "
+           + QLocale::c().toString(now, "ddd, dd MMM yyyy hh:mm:ss 'GMT'").toLatin1() + "\r\n";
+}
+
+// The answer files of the client's disk cache.
+QStringList cacheFiles()
+{
+    QStringList files;
+    QDirIterator it(OstAPIClient::cacheDirectory(), QDir::Files, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        files.append(it.next());
+    return files;
+}
 
 } // namespace
 
@@ -431,6 +502,158 @@ private Q_SLOTS:
             QVERIFY(!fresh.error);
         }
         QCOMPARE(m_fixture->requestCount(), 3);
+    }
+
+    // Whatever fails after an answer was kept ends the request at once, with its own error,
+    // and leaves the kept answer to answer offline: an error status, a page that is not JSON,
+    // a body cut short or reset, a compressed body that decodes past the cap.
+    void failuresEndAtOnceAndKeepTheKeptAnswer_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<bool>("reset");
+        QTest::addColumn<int>("kind"); // -1: the kept answer stands in
+        QTest::addColumn<QString>("says");
+        const QByteArray year = "Cache-Control: public, max-age=31536000\r\n";
+        const QByteArray html = "<html>Sign in to the Wi-Fi</html>";
+        const QByteArray bomb = gzippedZeros(200 * MiB);
+        QTest::newRow("502") << "HTTP/1.1 502 Bad Gateway\r\nContent-Type: application/json\r\n" + year
+                                    + "Content-Length: 2\r\n\r\n{}"
+                             << false << int(OTError::HTTPStatus) << "HTTP 502";
+        QTest::newRow("404 kept for a year") << "HTTP/1.1 404 Not Found\r\n" + year + "Content-Length: 0\r\n\r\n"
+                                             << false << int(OTError::HTTPStatus) << "HTTP 404";
+        QTest::newRow("captive portal page")
+            << "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\n" + year + "Content-Length: "
+                   + QByteArray::number(html.size()) + "\r\n\r\n" + html
+            << false << int(OTError::Undecodable) << "invalid JSON";
+        QTest::newRow("body cut short") << "HTTP/1.1 200 OK\r\n" + year + "Content-Length: 100\r\n\r\n{\"name\": \"cu"
+                                        << false << -1 << "";
+        QTest::newRow("connection reset") << "HTTP/1.1 200 OK\r\n" + year + "Content-Length: 100\r\n\r\n{\"name\": \"re"
+                                          << true << -1 << "";
+        QTest::newRow("200 MB of zeros, gzipped")
+            << "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\n" + year + "Content-Length: "
+                   + QByteArray::number(bomb.size()) + "\r\n\r\n" + bomb
+            << false << int(OTError::Network) << "does not decode within 4 MiB";
+        // Not a bomb by its ratio, yet past the cap once decoded.
+        QByteArray text;
+        for (quint32 x = 1; text.size() < 6 * MiB; x = x * 1103515245u + 12345u)
+            text += QByteArray::number(x >> 8, 36);
+        const QByteArray dense = gzipped(text);
+        QTest::newRow("6 MB of text, gzipped")
+            << "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\n" + year + "Content-Length: "
+                   + QByteArray::number(dense.size()) + "\r\n\r\n" + dense
+            << false << int(OTError::Network) << "answer larger than 4 MiB";
+    }
+    void failuresEndAtOnceAndKeepTheKeptAnswer()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(bool, reset);
+        QFETCH(int, kind);
+        QFETCH(QString, says);
+        m_client->setTransferTimeout(20000);
+        // Kept, and stale at once, so that the next request asks the server.
+        m_fixture->respond(200, "{\"name\": \"kept\"}", staleAtOnce());
+        Outcome first;
+        m_client->modelWithMethod("GET", "/api/item/", {}, &Item::staticMetaObject, recordInto(first));
+        QVERIFY(settle(first));
+        QVERIFY2(!first.error, qPrintable(first.error.description()));
+
+        m_fixture->respondRaw(answer, reset ? HttpFixture::Ending::Reset : HttpFixture::Ending::Close);
+        QElapsedTimer clock;
+        clock.start();
+        Outcome failed;
+        m_client->modelWithMethod("GET", "/api/item/", {}, &Item::staticMetaObject, recordInto(failed));
+        QVERIFY(settle(failed, 30000));
+        const qint64 took = clock.elapsed();
+        QCOMPARE(failed.calls, 1);
+        if (kind < 0) {
+            // The network failed: the kept answer stands in.
+            QVERIFY2(!failed.error, qPrintable(failed.error.description()));
+            QCOMPARE(failed.model.objectCast<Item>()->name, QStringLiteral("kept"));
+        } else {
+            QVERIFY(!failed.model);
+            QCOMPARE(int(failed.error.kind()), kind);
+            QVERIFY2(!failed.error.isTimeout(), qPrintable(failed.error.description()));
+            QVERIFY2(failed.error.description().contains(says), qPrintable(failed.error.description()));
+        }
+        // At once, not at the deadline (a generous margin for a loaded machine).
+        QVERIFY2(took < 8000, qPrintable(QString::number(took)));
+        QCOMPARE(m_fixture->requestCount(), 2);
+
+        // The server gone: the kept answer, unchanged, answers.
+        m_fixture.reset();
+        Outcome offline;
+        m_client->modelWithMethod("GET", "/api/item/", {}, &Item::staticMetaObject, recordInto(offline));
+        QVERIFY(settle(offline, 30000));
+        QVERIFY2(!offline.error, qPrintable(offline.error.description()));
+        QCOMPARE(offline.model.objectCast<Item>()->name, QStringLiteral("kept"));
+    }
+
+    // Only JSON answers with status 200 are kept: nothing else answers offline.
+    void onlyGoodAnswersAreKept_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::newRow("500") << 500 << QByteArray("{\"name\": \"error page\"}");
+        QTest::newRow("203") << 203 << QByteArray("{\"name\": \"transformed\"}");
+        QTest::newRow("HTML") << 200 << QByteArray("<html></html>");
+        QTest::newRow("empty") << 200 << QByteArray();
+    }
+    void onlyGoodAnswersAreKept()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        m_fixture->respond(status, body, "Cache-Control: public, max-age=31536000\r\n");
+        Outcome online;
+        m_client->modelWithMethod("GET", "/api/item/", {}, &Item::staticMetaObject, recordInto(online));
+        QVERIFY(settle(online));
+        QVERIFY(cacheFiles().isEmpty());
+        m_fixture.reset();
+        Outcome offline;
+        m_client->modelWithMethod("GET", "/api/item/", {}, &Item::staticMetaObject, recordInto(offline));
+        QVERIFY(settle(offline));
+        QCOMPARE(offline.error.kind(), OTError::Network);
+        QVERIFY(!offline.model);
+    }
+
+    // What stands in the cache folder in place of a kept answer is never opened: a FIFO would
+    // block the client for good.
+    void oddFilesInTheCacheAreNotRead_data() { addOddFileRows(64 * MiB); }
+    void oddFilesInTheCacheAreNotRead()
+    {
+        QFETCH(QString, kind);
+        m_fixture->respond(200, "{\"name\": \"kept\"}", staleAtOnce());
+        Outcome first;
+        m_client->modelWithMethod("GET", "/api/item/", {}, &Item::staticMetaObject, recordInto(first));
+        QVERIFY(settle(first));
+        const QStringList kept = cacheFiles();
+        QCOMPARE(kept.size(), 1);
+        QVERIFY(QFile::remove(kept.first()));
+        QVERIFY(makeOddFile(kept.first(), kind, 64 * MiB));
+
+        // Should the FIFO be opened anyway, this lets the test end (and fail) instead of hanging.
+        std::atomic<bool> done = false;
+        std::thread rescue([&done, path = QFile::encodeName(kept.first())]() {
+            for (int i = 0; i < 200 && !done; ++i) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                const int fd = ::open(path.constData(), O_WRONLY | O_NONBLOCK);
+                if (fd >= 0)
+                    ::close(fd);
+            }
+        });
+        m_fixture.reset();
+        QElapsedTimer clock;
+        clock.start();
+        Outcome offline;
+        m_client->modelWithMethod("GET", "/api/item/", {}, &Item::staticMetaObject, recordInto(offline));
+        const bool answered = settle(offline);
+        done = true;
+        rescue.join();
+        QVERIFY(answered);
+        QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
+        QCOMPARE(offline.calls, 1);
+        QCOMPARE(offline.error.kind(), OTError::Network);
+        if (kind != QLatin1String("large") && kind != QLatin1String("directory"))
+            QVERIFY(!QFileInfo(kept.first()).isSymLink() && !QFileInfo::exists(kept.first()));
     }
 
 private:

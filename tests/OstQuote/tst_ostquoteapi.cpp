@@ -7,8 +7,11 @@
 #include <OTClock.h>
 #include <OTDate.h>
 
-#include <QTemporaryDir>
 #include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QScopeGuard>
+#include <QTemporaryDir>
 #include <QTest>
 
 // The module's calls against the real quote server, its clock pinned to 3 October 2016,
@@ -165,6 +168,115 @@ private Q_SLOTS:
         QTest::qWait(100);
         QCOMPARE(silent.calls, 1);
         QCOMPARE(garbled.calls, 1);
+    }
+
+    // The disk cache keeps a day's answer only when it is that day's quote, and gives back a
+    // kept "today" only while it is fresh and its day is still today by the module's clock.
+    void cacheKeepsOnlyRightDays_data()
+    {
+        QTest::addColumn<QString>("asked");       // "today" or a day key
+        QTest::addColumn<QString>("answered");    // the assign_date of the server's answer
+        QTest::addColumn<QByteArray>("headers");  // its cache headers
+        QTest::addColumn<int>("later");           // seconds the clock moves on before asking again
+        QTest::addColumn<bool>("fromCache");      // asked again online: answered without the server
+        QTest::addColumn<bool>("offline");        // asked again offline: answered
+        const QByteArray stale = "Expires: Thu, 01 Jan 1970 00:00:00 GMT\r\n";
+        const QByteArray year = "Cache-Control: public, max-age=31536000, immutable\r\n";
+        const int nextDay = 16 * 3600; // 3 October 09:00 in Shanghai to 4 October 01:00
+        QTest::newRow("a day's own quote, long stale") << "2016-10-01" << "2016-10-01" << stale << 400 * 86400 << false << true;
+        QTest::newRow("a day's own quote, for a year") << "2016-10-01" << "2016-10-01" << year << 0 << true << true;
+        QTest::newRow("another day under a day") << "2016-10-01" << "2016-10-02" << year << 0 << false << false;
+        QTest::newRow("no day at all") << "2016-10-01" << "" << year << 0 << false << false;
+        QTest::newRow("a day with a slash") << "2016-10-01" << "2016/10/01" << year << 0 << false << false;
+        QTest::newRow("today, fresh, still today") << "today" << "2016-10-03" << year << 3600 << true << true;
+        QTest::newRow("today, fresh, past midnight") << "today" << "2016-10-03" << year << nextDay << false << false;
+        QTest::newRow("today, stale, still today") << "today" << "2016-10-03" << stale << 0 << false << false;
+        QTest::newRow("today pinned to another day") << "today" << "2016-10-02" << year << 0 << false << false;
+        QTest::newRow("today without a day") << "today" << "soon" << year << 0 << false << false;
+    }
+    void cacheKeepsOnlyRightDays()
+    {
+        QFETCH(QString, asked);
+        QFETCH(QString, answered);
+        QFETCH(QByteArray, headers);
+        QFETCH(int, later);
+        QFETCH(bool, fromCache);
+        QFETCH(bool, offline);
+        OTClock::setNow(QDateTime::fromString("2016-10-03T09:00:00+08:00", Qt::ISODate));
+        const auto restore = qScopeGuard([] { OTClock::setNow(QDateTime()); });
+        auto fixture = std::make_unique<HttpFixture>();
+        QVERIFY(fixture->listen());
+        m_client->setBaseURL(QUrl(fixture->baseURL()));
+        const QByteArray body = QJsonDocument(QJsonObject{{"assign_date", answered}, {"content", "served"}}).toJson();
+        fixture->respond(200, body, headers);
+        Answer first;
+        getQuoteWithDate(m_client.get(), asked, into(first));
+        QTRY_COMPARE(first.calls, 1);
+
+        OTClock::advance(later);
+        Answer again;
+        getQuoteWithDate(m_client.get(), asked, into(again));
+        QTRY_COMPARE(again.calls, 1);
+        QCOMPARE(fixture->requestCount(), fromCache ? 1 : 2);
+
+        fixture.reset();
+        Answer gone;
+        getQuoteWithDate(m_client.get(), asked, into(gone));
+        QTRY_COMPARE(gone.calls, 1);
+        if (offline) {
+            QVERIFY2(!gone.error, qPrintable(gone.error.description()));
+            QCOMPARE(gone.quote->assign_date(), answered);
+        } else {
+            QVERIFY(!gone.quote);
+            QCOMPARE(gone.error.kind(), OTError::Network);
+        }
+    }
+
+    // Offline past midnight, the kept "today" is no answer: the update fails and stores nothing.
+    void updateOfflineAfterMidnightStoresNothing()
+    {
+        OTClock::setNow(QDateTime::fromString("2016-10-03T23:00:00+08:00", Qt::ISODate));
+        const auto restore = qScopeGuard([] { OTClock::setNow(QDateTime()); });
+        auto fixture = std::make_unique<HttpFixture>();
+        QVERIFY(fixture->listen());
+        m_client->setBaseURL(QUrl(fixture->baseURL()));
+        fixture->respond(200, R"({"assign_date": "2016-10-03", "content": "Monday."})",
+                         "Cache-Control: public, max-age=31536000\r\n");
+        Answer today;
+        getQuoteWithDate(m_client.get(), "today", into(today));
+        QTRY_COMPARE(today.calls, 1);
+        QVERIFY2(!today.error, qPrintable(today.error.description()));
+
+        OTClock::advance(2 * 3600);
+        fixture.reset();
+        Answer update;
+        updateQuoteWithBlock(m_client.get(), [&](OTModelPtr r, const OTError &e) { ++update.calls; update.result = r; update.error = e; });
+        QTRY_COMPARE(update.calls, 1);
+        QCOMPARE(update.error.kind(), OTError::Network);
+        QVERIFY(!update.result);
+        QVERIFY(!latestQuote());
+    }
+
+    // A settings file that cannot be read is moved aside, whole, and today's quote is stored.
+    void updateStoresOverADamagedSettingsFile()
+    {
+        const QByteArray damage = "\xff\x00 not a settings file";
+        QFile file(OTUserInfoStore::storePath());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(damage), damage.size());
+        file.close();
+        Answer a;
+        updateQuoteWithBlock(m_client.get(), [&](OTModelPtr r, const OTError &e) { ++a.calls; a.result = r; a.error = e; });
+        QTRY_COMPARE(a.calls, 1);
+        QVERIFY2(!a.error, qPrintable(a.error.description()));
+        const OstQuotePtr stored = latestQuote().objectCast<OstQuote>();
+        QVERIFY(stored);
+        QCOMPARE(stored->assign_date(), QStringLiteral("2016-10-03"));
+        const QStringList aside = QDir(m_dir->path()).entryList({"defaults.cbor.damaged-*"}, QDir::Files);
+        QCOMPARE(aside.size(), 1);
+        QFile moved(m_dir->filePath(aside.first()));
+        QVERIFY(moved.open(QIODevice::ReadOnly));
+        QCOMPARE(moved.readAll(), damage);
     }
 
 private:

@@ -402,6 +402,12 @@ private Q_SLOTS:
             << QStringList{"2017-03-04"} << QStringList{"Four."}
             << QVariantList{QStringList{"http://127.0.0.1:9/n.jpg"}};
         QTest::newRow("an empty batch") << QList<OstQuotePtr>{} << QStringList{} << QStringList{} << QVariantList{};
+        // A day that names another place: nothing is written, inside the folder or out of it.
+        QTest::newRow("days that leave the folder")
+            << QList<OstQuotePtr>{makeQuote("../escaped", "Up.", {}), makeQuote("../../escaped", "Further up.", {}),
+                                  makeQuote("launch_quotes/../escaped", "Round.", {}), makeQuote("..", "Parent.", {}),
+                                  makeQuote("/tmp", "Absolute.", {}), makeQuote("2017-03-05", "Five.", {})}
+            << QStringList{"2017-03-05"} << QStringList{"Five."} << QVariantList{QStringList{}};
     }
 
     void batchFilingRules()
@@ -415,8 +421,12 @@ private Q_SLOTS:
         std::unique_ptr<OstQuoteLaunchViewController> screen(makeLaunch());
         QVERIFY(screen);
         QSignalSpy asked(OTImagePrefetcher::sharedImagePrefetcher(), &OTImagePrefetcher::prefetchURLsRequested);
+        const QDir folder(launchQuotesPath());
+        const QStringList outside{folder.filePath("../escaped"), folder.filePath("../../escaped")};
         screen->cacheQuotes(batch);
 
+        for (const QString &path : outside)
+            QVERIFY2(!QFileInfo::exists(path), qPrintable(path));
         QCOMPARE(cachedDays(), files);
         for (qsizetype i = 0; i < files.size(); ++i) {
             const OstQuotePtr quote = cachedQuote(files.at(i));

@@ -279,18 +279,19 @@ private Q_SLOTS:
     }
 
     // Days the device has shown come back with the server gone: today from the last answer
-    // the server gave, the day before from its own.
+    // the server gave while that is fresh and still today, the day before from its own. Past
+    // midnight the kept "today" is no answer: the viewer stays empty rather than show
+    // yesterday as today.
     void daysAlreadySeenAreShownOffline()
     {
-        // Two seconds before midnight: today's answer is fresh for two seconds only.
-        QVERIFY(startServer(QDateTime(QDate(2017, 3, 1), QTime(23, 59, 58), Qt::UTC)));
+        // Noon: today's answer is fresh until midnight.
+        QVERIFY(startServer(QDateTime(QDate(2017, 3, 1), QTime(12, 0), Qt::UTC)));
         openViewerOnToday();
         const OstQuotePtr today = todaysQuote();
         const OstQuotePtr yesterday = m_viewer->quotes().value(QStringLiteral("2017-02-28"));
         m_navigation->popViewControllerAnimated(false);
         QTRY_VERIFY(!m_viewer);
         m_server.stop();
-        QTest::qWait(3000);
 
         // Some networks drop a connection to a closed port instead of refusing it: then only
         // the deadline ends the request, and the cache answers after it.
@@ -308,6 +309,15 @@ private Q_SLOTS:
         QCOMPARE(gallery()->currentIndex(), 1);
         QTRY_VERIFY(gallery()->currentQuoteView()->quote());
         QVERIFY(gallery()->currentQuoteView()->quote()->isEqualToModel(yesterday.data()));
+
+        m_navigation->popViewControllerAnimated(false);
+        QTRY_VERIFY(!m_viewer);
+        OTClock::setNow(QDateTime(QDate(2017, 3, 2), QTime(0, 0, 1), Qt::UTC));
+        openViewer();
+        // Longer than the deadline and the cache's answer after it.
+        QTest::qWait(4000);
+        QCOMPARE(gallery()->numberOfQuotes(), 0);
+        QVERIFY(m_viewer->quotes().isEmpty());
     }
 
     void calendarCountsFromTheStartDay()

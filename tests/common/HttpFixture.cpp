@@ -2,6 +2,8 @@
 
 #include <QTimer>
 
+#include <sys/socket.h>
+
 namespace {
 
 constexpr qint64 kChunk = 64 * 1024;
@@ -63,6 +65,13 @@ void HttpFixture::redirectChain(int hops)
     m_hops = hops;
 }
 
+void HttpFixture::respondRaw(const QByteArray &bytes, Ending ending)
+{
+    m_mode = Mode::Raw;
+    m_body = bytes;
+    m_ending = ending;
+}
+
 void HttpFixture::readRequest(QTcpSocket *socket)
 {
     QByteArray buffer = socket->property("buffer").toByteArray() + socket->readAll();
@@ -121,6 +130,18 @@ void HttpFixture::answer(QTcpSocket *socket, const QByteArray &target)
         m_mode = chain;
         return;
     }
+    case Mode::Raw:
+        socket->write(m_body);
+        socket->flush();
+        if (m_ending == Ending::Reset) {
+            // No lingering: closing sends a reset instead of the end of the stream.
+            const ::linger noLinger{1, 0};
+            ::setsockopt(int(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &noLinger, sizeof noLinger);
+            socket->abort();
+        } else {
+            socket->disconnectFromHost();
+        }
+        return;
     case Mode::Endless:
     case Mode::Trickle:
         startStream(socket);

@@ -39,6 +39,11 @@ public:
     // canned response of respond().
     void redirectChain(int hops);
 
+    // These bytes, as they are, in answer to every request; then the connection is closed, or
+    // reset (a TCP RST, the way a dropped connection or a crashed server ends).
+    enum class Ending { Close, Reset };
+    void respondRaw(const QByteArray &bytes, Ending ending = Ending::Close);
+
     int requestCount() const { return m_requests.size(); }
     QList<QByteArray> requests() const { return m_requests; }
     // Bytes of endless and trickled bodies handed to the sockets so far.
@@ -49,7 +54,7 @@ Q_SIGNALS:
     void streamClosed(qint64 bodyBytes);
 
 private:
-    enum class Mode { Canned, Endless, Trickle, Redirect, Chain };
+    enum class Mode { Canned, Endless, Trickle, Redirect, Chain, Raw };
 
     void readRequest(QTcpSocket *socket);
     void answer(QTcpSocket *socket, const QByteArray &target);
@@ -66,4 +71,5 @@ private:
     QByteArray m_location;
     int m_hops = 0;
     qint64 m_bodyBytesSent = 0;
+    Ending m_ending = Ending::Close;
 };

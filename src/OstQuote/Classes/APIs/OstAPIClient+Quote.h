@@ -10,6 +10,11 @@
 // The quote calls of the API client. Each takes the client to use (usually
 // OstAPIClient::sharedClient()) and calls its block once, on the client's thread. With a
 // `context`, an answer that arrives after the context is destroyed is dropped.
+//
+// Offline, a day already fetched is answered from the client's disk cache, which keeps a
+// day's answer only when it is that day's quote. A kept "today" answers only while the
+// server's cache headers call it fresh and its day is still today by OTClock; after that
+// "today" needs the network, and fails without it.
 
 using OstQuoteBlock = std::function<void(OstQuotePtr quote, const OTError &error)>;
 using OstQuotesBlock = std::function<void(const QList<OstQuotePtr> &quotes, const OTError &error)>;
