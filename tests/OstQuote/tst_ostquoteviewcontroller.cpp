@@ -211,10 +211,10 @@ private Q_SLOTS:
             if (at >= 0)
                 ++requests[line.mid(at + 4).split(' ').value(0)];
         }
+        qInfo("%d pictures, %d requests for them", int(requests.size()), int(std::accumulate(requests.cbegin(), requests.cend(), 0)));
         QVERIFY2(requests.size() >= 15, qPrintable(QString::number(requests.size())));
         for (auto it = requests.cbegin(); it != requests.cend(); ++it)
             QVERIFY2(it.value() == 1, qPrintable(QStringLiteral("%1 asked %2 times").arg(QString::fromLatin1(it.key())).arg(it.value())));
-        qInfo("%d pictures, %d requests for them", int(requests.size()), int(std::accumulate(requests.cbegin(), requests.cend(), 0)));
     }
 
     void swipingAsksOneDayAhead()
