@@ -1,87 +1,14 @@
 #include "OTImagePrefetcher.h"
 
-#include "OTRequestGuard.h"
 #include "OTWebImage.h"
 
 #include <QCoreApplication>
 #include <QMutex>
-#include <QNetworkAccessManager>
-#include <QNetworkDiskCache>
-#include <QNetworkReply>
-#include <QNetworkRequest>
 #include <QThread>
-
-#include <functional>
-
-namespace {
-
-// Lives on the prefetcher's network thread: sends the GETs through the pictures' disk cache
-// and tells the prefetcher when each has finished.
-class OTImagePrefetcherNetwork : public QObject
-{
-public:
-    void get(const QUrl &url, OTImagePrefetcher *prefetcher, const std::function<void(const QUrl &, bool)> &finished)
-    {
-        if (!m_manager)
-            m_manager = new QNetworkAccessManager(this);
-        // The cache follows the cache location of the moment (a test may move it).
-        const QString cacheDirectory = OTWebImage::diskCacheDirectory();
-        if (cacheDirectory != m_cacheDirectory) {
-            m_manager->setCache(OTWebImage::createDiskCache(m_manager));
-            m_cacheDirectory = cacheDirectory;
-        }
-        QNetworkRequest request(url);
-        // What the cache holds is good enough: a prefetch only fills it.
-        request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::PreferCache);
-        const QPointer<OTImagePrefetcher> target(prefetcher);
-        // The body only needs to reach the cache.
-        OTRequestGuard::send(
-            m_manager, request, "GET", {},
-            {OTImagePrefetcher::PrefetchTimeout, OTImagePrefetcher::MaximumPictureSize}, OTRequestGuard::DiscardBody,
-            [url, target, finished](QNetworkReply *reply, const QByteArray &, const OTError &limitError) {
-                const bool succeeded = !limitError && reply->error() == QNetworkReply::NoError;
-                if (target)
-                    QMetaObject::invokeMethod(target, [url, succeeded, finished]() { finished(url, succeeded); },
-                                              Qt::QueuedConnection);
-            });
-    }
-
-    // Ends what is under way before the thread goes: the replies are aborted and the
-    // manager, its connections and its own HTTP thread are torn down while this thread's
-    // event loop still runs, so that nothing Qt defers to it is left behind.
-    void shutDown()
-    {
-        if (!m_manager)
-            return;
-        for (QNetworkReply *reply : m_manager->findChildren<QNetworkReply *>())
-            reply->abort();
-        m_manager->clearConnectionCache();
-        delete m_manager;
-        m_manager = nullptr;
-    }
-
-private:
-    QNetworkAccessManager *m_manager = nullptr;
-    QString m_cacheDirectory;
-};
-
-} // namespace
 
 OTImagePrefetcher::OTImagePrefetcher(QObject *parent)
     : QObject(parent)
 {
-}
-
-OTImagePrefetcher::~OTImagePrefetcher()
-{
-    if (m_networkThread) {
-        // Requests still under way go with the network access manager, on its own thread.
-        auto *network = static_cast<OTImagePrefetcherNetwork *>(m_network);
-        QMetaObject::invokeMethod(network, [network]() { network->shutDown(); }, Qt::BlockingQueuedConnection);
-        m_networkThread->quit();
-        m_networkThread->wait();
-        delete m_networkThread;
-    }
 }
 
 OTImagePrefetcher *OTImagePrefetcher::sharedImagePrefetcher()
@@ -132,24 +59,10 @@ void OTImagePrefetcher::startWaiting()
 {
     if (m_waiting.isEmpty() || m_running >= MaximumConcurrentPrefetches)
         return;
-    if (!m_networkThread) {
-        m_networkThread = new QThread;
-        m_networkThread->setObjectName(QStringLiteral("OTImagePrefetcher"));
-        auto *network = new OTImagePrefetcherNetwork;
-        network->moveToThread(m_networkThread);
-        // Deleted on its own thread, as the thread ends.
-        connect(m_networkThread, &QThread::finished, network, [network]() { delete network; }, Qt::DirectConnection);
-        m_network = network;
-        // Prefetching is for later: it gets a core only when nothing else wants one, so that
-        // a screen being drawn meanwhile never waits for it.
-        m_networkThread->start(QThread::IdlePriority);
-    }
-    auto *network = static_cast<OTImagePrefetcherNetwork *>(m_network);
-    const auto finished = [this](const QUrl &url, bool succeeded) { finish(url, succeeded); };
     while (m_running < MaximumConcurrentPrefetches && !m_waiting.isEmpty()) {
         const QUrl url = m_waiting.takeFirst();
-        QMetaObject::invokeMethod(
-            network, [network, url, this, finished]() { network->get(url, this, finished); }, Qt::QueuedConnection);
+        // The body has reached the cache (when the server lets it be kept) by now.
+        OTWebImage::load(url, this, [this, url](const QByteArray &, const QString &error) { finish(url, error.isEmpty()); });
         ++m_running;
     }
 }

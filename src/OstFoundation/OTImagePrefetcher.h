@@ -9,21 +9,18 @@
 #include <QStringList>
 #include <QUrl>
 
-class QThread;
-
-// Fetches pictures ahead of their showing into the disk cache that Qt Quick's Image reads
-// through (OTWebImage), so that a later Image of the same address needs no network request
-// while the server's Cache-Control says the copy is fresh. A picture already in the cache is
-// not asked for again.
+// Fetches pictures ahead of their showing into the disk cache that the pictures' image
+// provider reads through (OTWebImage), so that a later Image of the same address needs no
+// network request when the server let the copy be kept. A picture already in the cache is not
+// asked for again, and one whose download is under way (an Image showing it, say) is not
+// downloaded twice: the prefetch waits for that download.
 //
 // The prefetcher lives on the GUI thread; prefetchURLs() may be called from any thread and
-// hops there. The requests and the cache files they write are made on the prefetcher's own
-// network thread, at idle priority (a core only when nothing else wants one), so that a long
-// list does not hold up the GUI thread; at most
+// hops there. The downloads are OTWebImage::load()'s, on its own network thread; at most
 // MaximumConcurrentPrefetches are under way at a time (as many connections as the network
 // access manager opens to one host) and the other addresses wait their turn.
-// Each GET keeps the limits of every request of the foundation (OTRequestGuard): it ends
-// within PrefetchTimeout, follows at most a few redirects and is cut off past
+// Each GET keeps the picture limits of OTWebImage: it ends within the picture deadline,
+// follows at most a few redirects between web addresses and is cut off past
 // MaximumPictureSize, so a hostile server costs neither a slot for ever nor the disk cache.
 // Failures are quiet: a picture that does not load is simply not cached.
 class OSTFOUNDATION_EXPORT OTImagePrefetcher : public QObject
@@ -32,7 +29,8 @@ class OSTFOUNDATION_EXPORT OTImagePrefetcher : public QObject
     Q_PROPERTY(int pendingCount READ pendingCount NOTIFY pendingCountChanged)
 public:
     static constexpr int MaximumConcurrentPrefetches = 6;
-    // One picture's deadline from send to its last byte, and its largest size.
+    // One picture's deadline from send to its last byte (OTWebImage::pictureTimeout() rules),
+    // and its largest size.
     static constexpr int PrefetchTimeout = OTWebImage::PictureTimeout;
     static constexpr qint64 MaximumPictureSize = OTWebImage::MaximumPictureSize;
 
@@ -60,13 +58,9 @@ Q_SIGNALS:
 
 private:
     explicit OTImagePrefetcher(QObject *parent = nullptr);
-    ~OTImagePrefetcher() override;
     void startWaiting();
     void finish(const QUrl &url, bool succeeded);
 
-    // The network thread and the object on it that owns the network access manager.
-    QThread *m_networkThread = nullptr;
-    QObject *m_network = nullptr;
     QList<QUrl> m_waiting;
     int m_running = 0;
     int m_finished = 0;

@@ -1,14 +1,26 @@
 #pragma once
 
-// Remote pictures on disk: the one HTTP disk cache that Qt Quick's Image and the prefetcher
-// share, so that a picture fetched once (shown or prefetched) is shown later from the disk
-// without asking the network again: a picture's address names one picture for good, so a
-// cached copy is used whatever its age (until the cache's size limit evicts it).
+// Remote pictures: one download per picture for everybody who shows or prefetches it, one
+// HTTP disk cache behind it, and a decode no larger than the screen shows.
+//
+// A picture's address names one picture for good: a copy the server let the disk cache keep
+// is used whatever its age (until the cache's size limit evicts it), and requests for an
+// address already under way wait for that download instead of starting their own. Only web
+// addresses are fetched: every hop is http or https, never from https down to http; any
+// other scheme ends the picture as failed without opening anything.
 
 #include "OstFoundationGlobal.h"
 
+#include <QByteArray>
+#include <QImage>
+#include <QObject>
 #include <QQmlNetworkAccessManagerFactory>
+#include <QSize>
 #include <QString>
+#include <QUrl>
+#include <QtQml/qqmlregistration.h>
+
+#include <functional>
 
 class QNetworkAccessManager;
 class QNetworkDiskCache;
@@ -27,10 +39,51 @@ public:
 namespace OTWebImage {
 
 // The limits of a picture request, shown or prefetched: one deadline from send to the last
-// byte, and the largest picture taken (beyond it the request is cut off). At most
-// OTRequestGuard::MaximumRedirects redirects are followed.
+// byte (PictureTimeout unless setPictureTimeout() says otherwise), and the largest picture
+// taken (beyond it the request is cut off). At most OTRequestGuard::MaximumRedirects
+// redirects are followed.
 inline constexpr int PictureTimeout = 30000;                       // ms
 inline constexpr qint64 MaximumPictureSize = 16 * 1024 * 1024;     // bytes
+// The largest decode, whatever the picture's shape and the area it fills: a side longer than
+// this is scaled down while decoding (JPEG) or the picture is refused.
+inline constexpr int MaximumDecodeSide = 4096;                     // pixels
+
+// The deadline of every picture request from now on; 0 or less restores PictureTimeout.
+// Safe from any thread.
+OSTFOUNDATION_EXPORT void setPictureTimeout(int milliseconds);
+OSTFOUNDATION_EXPORT int pictureTimeout();
+
+// True for an absolute http or https address with a host: the only addresses a picture is
+// fetched from.
+OSTFOUNDATION_EXPORT bool isWebAddress(const QUrl &url);
+
+// Where an Image shows the picture `address` from: a web address (or any other remote one)
+// goes through the pictures' image provider ("image://ostpicture/..."), which downloads it
+// once, refuses what is not http or https and decodes it at the Image's sourceSize;
+// resources ("qrc:") and the empty address stay as they are.
+OSTFOUNDATION_EXPORT QUrl pictureSource(const QUrl &address);
+
+// The size to decode a picture of `original` pixels at, to cover `area` (device pixels; an
+// empty side is not constrained) as a crop fill does: the smallest that covers both sides,
+// never larger than the picture itself and never a side over MaximumDecodeSide. Empty when the
+// picture is to be refused: no size, or over the cap in a format that cannot be scaled down
+// while decoding (`scalableDecode` false; JPEG can, down to an eighth).
+OSTFOUNDATION_EXPORT QSize decodeSize(const QSize &original, const QSize &area, bool scalableDecode);
+
+// Decodes `bytes` at decodeSize() of the size its header announces, before any pixel is
+// read. A null image and `error` set when the picture is refused or damaged.
+OSTFOUNDATION_EXPORT QImage decodePicture(const QByteArray &bytes, const QSize &area, QString *error = nullptr);
+
+// Fetches `url` through the pictures' disk cache, once for everybody asking while it is under
+// way, within the picture limits. `done` gets the body, or an error description (and an empty
+// body), on `receiver`'s thread; nothing is called once `receiver` is gone. An address that
+// failed in the last few seconds fails again at once, without a request. Any thread.
+using Loaded = std::function<void(const QByteArray &body, const QString &error)>;
+OSTFOUNDATION_EXPORT void load(const QUrl &url, QObject *receiver, Loaded done);
+
+// Loads started since the process began, from the disk cache or the network (those that
+// joined one under way or repeated a recent failure excluded).
+OSTFOUNDATION_EXPORT int downloadCount();
 
 // The disk cache's directory: "<QStandardPaths::CacheLocation>/images". Read at every call,
 // so it follows the environment (XDG_CACHE_HOME) of the moment.
@@ -46,9 +99,28 @@ OSTFOUNDATION_EXPORT QNetworkAccessManager *createNetworkAccessManager(QObject *
 // The factory shared by every engine (lives as long as the process).
 OSTFOUNDATION_EXPORT QQmlNetworkAccessManagerFactory *networkAccessManagerFactory();
 
-// Gives `engine` the shared factory unless it has a factory already (a host's own stays).
+// Gives `engine` the shared factory unless it has a factory already (a host's own stays),
+// and the pictures' image provider ("ostpicture") that pictureSource() addresses lead to.
 // True when the engine uses the shared factory afterwards. Call it before the engine loads
 // its first remote picture; OTSkin::create() does so for every skin it makes.
 OSTFOUNDATION_EXPORT bool installDiskCache(QQmlEngine *engine);
 
 } // namespace OTWebImage
+
+// OTPictures.source(address, Qt.size(width, height)) in QML: OTWebImage::pictureSource() for
+// an Image's source. A remote picture waits for its Image to have an area (an empty source
+// until then), so that it is never decoded before the size it fills is known; give that Image
+// its size as sourceSize (Qt Quick turns it into device pixels).
+class OSTFOUNDATION_EXPORT OTPictures : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+public:
+    using QObject::QObject;
+    Q_INVOKABLE QUrl source(const QUrl &address, const QSizeF &area) const
+    {
+        const QUrl source = OTWebImage::pictureSource(address);
+        return source != address && area.isEmpty() ? QUrl() : source;
+    }
+};

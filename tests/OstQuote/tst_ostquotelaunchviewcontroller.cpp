@@ -34,6 +34,12 @@
 #include <QTest>
 
 #include <cmath>
+#include <QBuffer>
+#include <QDataStream>
+#include <QScopeGuard>
+#include <fcntl.h>
+#include <unistd.h>
+#include <zlib.h>
 #include <QThread>
 
 
@@ -54,6 +60,86 @@ OstQuotePtr makeQuote(const QString &day, const QString &content, const QStringL
         quote->setContent(content);
     quote->setOrigin_img_urls(pictures);
     return quote;
+}
+
+// A PNG of `size` whose pixels are all transparent (RGBA, 8 bits a channel), made without
+// holding its pixels: the rows are compressed as they are produced, so even a picture of
+// 20000 x 20000 costs a few kilobytes here and the header tells the truth.
+QByteArray transparentPng(const QSize &size)
+{
+    auto chunk = [](const char *type, const QByteArray &data) {
+        QByteArray out;
+        QDataStream stream(&out, QIODevice::WriteOnly);
+        stream << quint32(data.size());
+        const QByteArray body = QByteArray(type, 4) + data;
+        stream.writeRawData(body.constData(), int(body.size()));
+        stream << quint32(crc32(0, reinterpret_cast<const Bytef *>(body.constData()), uInt(body.size())));
+        return out;
+    };
+    QByteArray header;
+    QDataStream stream(&header, QIODevice::WriteOnly);
+    stream << quint32(size.width()) << quint32(size.height()) << quint8(8) << quint8(6) << quint8(0) << quint8(0)
+           << quint8(0);
+
+    z_stream zip{};
+    deflateInit(&zip, Z_BEST_COMPRESSION);
+    const QByteArray row(1 + 4 * qsizetype(size.width()), '\0');
+    QByteArray compressed;
+    char out[64 * 1024];
+    for (int y = 0; y <= size.height(); ++y) {
+        const bool last = y == size.height();
+        zip.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(row.constData()));
+        zip.avail_in = last ? 0 : uInt(row.size());
+        do {
+            zip.next_out = reinterpret_cast<Bytef *>(out);
+            zip.avail_out = sizeof out;
+            deflate(&zip, last ? Z_FINISH : Z_NO_FLUSH);
+            compressed.append(out, qsizetype(sizeof out - zip.avail_out));
+        } while (zip.avail_out == 0);
+    }
+    deflateEnd(&zip);
+    return QByteArray("\x89PNG\r\n\x1a\n", 8) + chunk("IHDR", header) + chunk("IDAT", compressed) + chunk("IEND", {});
+}
+
+// A picture in PNG whose detail shows at a glance: squares of 8 pixels, black and white.
+QImage checkerboard(const QSize &size)
+{
+    QImage image(size, QImage::Format_RGB32);
+    for (int y = 0; y < size.height(); ++y) {
+        auto *line = reinterpret_cast<QRgb *>(image.scanLine(y));
+        for (int x = 0; x < size.width(); ++x)
+            line[x] = ((x / 8 + y / 8) % 2) ? qRgb(255, 255, 255) : qRgb(0, 0, 0);
+    }
+    return image;
+}
+
+QByteArray pngOf(const QImage &image)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+// The peak resident size of this process since the last resetPeakMemory(), in bytes.
+qint64 peakMemory()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').value(0).toLongLong() * 1024;
+    }
+    return -1;
+}
+
+// The peak goes back to what is resident now.
+bool resetPeakMemory()
+{
+    QFile clear(QStringLiteral("/proc/self/clear_refs"));
+    return clear.open(QIODevice::WriteOnly) && clear.write("5") == 1;
 }
 
 } // namespace
@@ -521,6 +607,8 @@ private Q_SLOTS:
         QFileInfo blocker(launchQuotesPath());
         QVERIFY(blocker.isFile());
         QCOMPARE(blocker.size(), qint64(10));
+        // The pictures' disk cache is made by the batch's prefetch.
+        QTRY_COMPARE(OTImagePrefetcher::sharedImagePrefetcher()->pendingCount(), 0);
         QCOMPARE(QDir(cacheLocation).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
                  (QStringList{"images", "launch_quotes"}));
     }
@@ -790,7 +878,7 @@ private Q_SLOTS:
         m_launch->renderQuote(makeQuote("2017-03-01", QString(), {picture, picture + QStringLiteral("?second")}));
         QCOMPARE(m_launch->quoteLabel()->property("text").toString(),
                  QString::fromLatin1(OstQuoteLaunchViewController::DefaultQuote));
-        QCOMPARE(m_launch->imageView()->property("source").toUrl(), QUrl(picture));
+        QCOMPARE(m_launch->imageView()->property("source").toUrl(), OTWebImage::pictureSource(QUrl(picture)));
         QTRY_COMPARE(m_launch->imageView()->property("status").toInt(), 1); // Image.Ready
     }
 
@@ -832,6 +920,232 @@ private Q_SLOTS:
         // Followed hop by hop under the picture's one deadline: the first request and five
         // redirects; the sixth is not sent.
         QCOMPARE(circle.requestCount(), 1 + OTRequestGuard::MaximumRedirects);
+    }
+
+    // Pictures come from the web only: a picture whose server redirects it to a local file, a
+    // FIFO, /dev/zero or data fails, and nothing is opened (the FIFO never gets a reader, so
+    // no thread waits on it and the process still exits). Qt Quick's Image and a host's own
+    // Image through the pictures' network access manager alike.
+    void aPictureRedirectedOffTheWebFails_data()
+    {
+        QTest::addColumn<QString>("target");
+        QTest::newRow("a local PNG") << QStringLiteral("png");
+        QTest::newRow("a FIFO") << QStringLiteral("fifo");
+        QTest::newRow("/dev/zero") << QStringLiteral("zero");
+        QTest::newRow("data") << QStringLiteral("data");
+        QTest::newRow("a FIFO named by the quote itself") << QStringLiteral("fifo-named");
+    }
+
+    void aPictureRedirectedOffTheWebFails()
+    {
+        QFETCH(QString, target);
+        QTemporaryDir files;
+        const QByteArray png = pngOf(checkerboard(QSize(16, 16)));
+        QString fifo;
+        QUrl location;
+        if (target == QLatin1String("png")) {
+            QFile file(files.filePath(QStringLiteral("local.png")));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(png) == png.size());
+            location = QUrl::fromLocalFile(file.fileName());
+        } else if (target.startsWith(QLatin1String("fifo"))) {
+            fifo = files.filePath(QStringLiteral("fifo"));
+            QVERIFY(makeOddFile(fifo, QStringLiteral("fifo"), 0));
+            location = QUrl::fromLocalFile(fifo);
+        } else if (target == QLatin1String("zero")) {
+            location = QUrl::fromLocalFile(QStringLiteral("/dev/zero"));
+        } else {
+            location = QUrl(QStringLiteral("data:image/png;base64,") + QString::fromLatin1(png.toBase64()));
+        }
+        HttpFixture pictures;
+        QVERIFY(pictures.listen());
+        pictures.respond(302, {}, "Location: " + location.toEncoded() + "\r\n");
+        const QUrl picture(pictures.baseURL() + QStringLiteral("/p.png"));
+        const bool named = target == QLatin1String("fifo-named");
+
+        launch();
+        m_launch->renderQuote(makeQuote("2017-03-01", "Elsewhere.", {(named ? location : picture).toString()}));
+        QTRY_COMPARE_WITH_TIMEOUT(m_launch->imageView()->property("status").toInt(), 3, 10000); // Image.Error
+        QCOMPARE(pictures.requestCount(), named ? 0 : 1);
+
+        // A host's Image follows the redirect itself, through the manager the engine was given.
+        std::unique_ptr<QNetworkAccessManager> manager(OTWebImage::createNetworkAccessManager());
+        std::unique_ptr<QNetworkReply> first(manager->get(QNetworkRequest(picture)));
+        QTRY_VERIFY(first->isFinished());
+        const QUrl next = first->url().resolved(first->attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl());
+        QCOMPARE(next, location);
+        std::unique_ptr<QNetworkReply> second(manager->get(QNetworkRequest(next)));
+        QTRY_VERIFY_WITH_TIMEOUT(second->isFinished(), 10000);
+        QVERIFY(second->error() != QNetworkReply::NoError);
+        QVERIFY(second->readAll().isEmpty());
+
+        if (!fifo.isEmpty()) {
+            // Nobody has it open for reading: a writer that does not wait is turned away.
+            const int writer = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+            const int error = errno;
+            if (writer >= 0)
+                ::close(writer);
+            QCOMPARE(writer, -1);
+            QCOMPARE(error, ENXIO);
+        }
+    }
+
+    // A picture server that takes the request and never answers ends as a failed picture
+    // within the picture deadline, shown or loaded by a host's Image.
+    void aSilentPictureServerFailsWithinThePictureDeadline()
+    {
+        OTWebImage::setPictureTimeout(400);
+        const auto restore = qScopeGuard([]() { OTWebImage::setPictureTimeout(0); });
+        HttpFixture silent;
+        QVERIFY(silent.listen());
+        silent.stayQuiet();
+        const QUrl picture(silent.baseURL() + QStringLiteral("/p.jpg"));
+
+        launch();
+        m_launch->renderQuote(makeQuote("2017-03-01", "Silence.", {picture.toString()}));
+        QTRY_COMPARE_WITH_TIMEOUT(m_launch->imageView()->property("status").toInt(), 3, 10000); // Image.Error
+
+        std::unique_ptr<QNetworkAccessManager> manager(OTWebImage::createNetworkAccessManager());
+        std::unique_ptr<QNetworkReply> reply(manager->get(QNetworkRequest(picture)));
+        QTRY_VERIFY_WITH_TIMEOUT(reply->isFinished(), 10000);
+        QCOMPARE(reply->error(), QNetworkReply::OperationCanceledError);
+    }
+
+    // A picture never costs more memory than the screen shows: its size is read from its
+    // header and it is decoded at most at the size of the area it covers, never over the cap
+    // (or refused). The peak resident size while it loads stays within 100 MB of a normal
+    // picture's.
+    void aPictureCostsNoMoreMemoryThanTheScreen_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<bool>("shown");
+        QTest::newRow("1 x 4000") << QSize(1, 4000) << true;
+        QTest::newRow("30000 x 1") << QSize(30000, 1) << false;
+        QTest::newRow("20000 x 20000") << QSize(20000, 20000) << false;
+        QTest::newRow("7900 x 7900") << QSize(7900, 7900) << false;
+    }
+
+    void aPictureCostsNoMoreMemoryThanTheScreen()
+    {
+        QFETCH(QSize, size);
+        QFETCH(bool, shown);
+        HttpFixture pictures;
+        QVERIFY(pictures.listen());
+        launch();
+        QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+
+        // The peak of loading and drawing one picture, over what was resident before it.
+        auto costOf = [&](const QByteArray &png, const QString &name) -> qint64 {
+            pictures.respond(200, png, "Content-Type: image/png\r\n");
+            if (!resetPeakMemory())
+                return -1;
+            const qint64 before = peakMemory();
+            m_launch->renderQuote(makeQuote("2017-03-01", name, {pictures.baseURL() + u'/' + name}));
+            const auto ended = [&]() {
+                const int status = m_launch->imageView()->property("status").toInt();
+                return status == 1 || status == 3; // Image.Ready, Image.Error
+            };
+            if (!QTest::qWaitFor(ended, 20000))
+                return -1;
+            m_view->grabWindow();
+            return qMax<qint64>(0, peakMemory() - before);
+        };
+        const qint64 normal = costOf(pngOf(checkerboard(QSize(750, 1334))), QStringLiteral("normal.png"));
+        QCOMPARE(m_launch->imageView()->property("status").toInt(), 1); // Image.Ready
+        const qint64 cost = costOf(transparentPng(size), QStringLiteral("odd.png"));
+        qInfo("peak resident growth: normal picture %lld KiB, %d x %d picture %lld KiB", normal / 1024,
+              size.width(), size.height(), cost / 1024);
+#if !defined(__SANITIZE_ADDRESS__)
+        // (The sanitizer's quarantine keeps freed memory resident: its peaks say nothing.)
+        QVERIFY2(normal >= 0 && cost >= 0, "no peak resident size to read (/proc/self/clear_refs)");
+        QVERIFY2(cost < normal + 100 * 1024 * 1024,
+                 qPrintable(QStringLiteral("%1 KiB over %2 KiB").arg(cost / 1024).arg(normal / 1024)));
+#endif
+        QCOMPARE(m_launch->imageView()->property("status").toInt(), shown ? 1 : 3);
+        if (shown) {
+            // Decoded no larger than it is, and no side over the cap.
+            const QSizeF decoded(m_launch->imageView()->property("implicitWidth").toReal(),
+                                 m_launch->imageView()->property("implicitHeight").toReal());
+            QVERIFY2(decoded.width() <= size.width() && decoded.height() <= size.height(),
+                     qPrintable(QStringLiteral("%1 x %2").arg(decoded.width()).arg(decoded.height())));
+        }
+    }
+
+    // A picture wider than the screen's shape is decoded to cover the picture's area both ways,
+    // so it is as sharp as the full picture scaled down to cover it: not decoded at the width
+    // alone and enlarged to the height.
+    void aLandscapePictureIsAsSharpAsAFullDecode()
+    {
+        const QImage full = checkerboard(QSize(1600, 900));
+        HttpFixture pictures;
+        QVERIFY(pictures.listen());
+        pictures.respond(200, pngOf(full), "Content-Type: image/png\r\n");
+        launch();
+        m_launch->renderQuote(makeQuote("2017-03-01", "Wide.", {pictures.baseURL() + QStringLiteral("/wide.png")}));
+        QTRY_COMPARE_WITH_TIMEOUT(m_launch->imageView()->property("status").toInt(), 1, 10000); // Image.Ready
+
+        const QRect area = frameOf(m_launch->imageView(), m_view->rootObject()).toAlignedRect();
+        const qreal ratio = m_view->effectiveDevicePixelRatio();
+        const QImage shown = m_view->grabWindow()
+                                 .copy(QRectF(QPointF(area.topLeft()) * ratio, QSizeF(area.size()) * ratio).toRect())
+                                 .convertToFormat(QImage::Format_RGB32);
+        // The reference: the whole picture scaled to cover the area, its middle cropped out.
+        const QImage covering = full.scaled(shown.size(), Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
+        const QImage reference = covering
+                                     .copy((covering.width() - shown.width()) / 2, (covering.height() - shown.height()) / 2,
+                                           shown.width(), shown.height())
+                                     .convertToFormat(QImage::Format_RGB32);
+        // Sharpness as the mean step between neighbouring pixels: a picture decoded too small
+        // and enlarged has soft edges and grey where the squares were.
+        const auto sharpness = [](const QImage &image) {
+            qint64 steps = 0;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 1; x < image.width(); ++x)
+                    steps += qAbs(qGray(image.pixel(x, y)) - qGray(image.pixel(x - 1, y)));
+            }
+            return double(steps) / (qint64(image.width() - 1) * image.height());
+        };
+        const double shownSharpness = sharpness(shown);
+        const double referenceSharpness = sharpness(reference);
+        QVERIFY2(shownSharpness > 0.8 * referenceSharpness,
+                 qPrintable(QStringLiteral("%1 against %2").arg(shownSharpness).arg(referenceSharpness)));
+    }
+
+    // One download per picture: while it is under way, the screen (asking again at each new
+    // size), a second screen and the prefetcher wait for the same download, and afterwards a
+    // picture the server lets be kept comes from the disk cache.
+    void aPictureIsDownloadedOnce()
+    {
+        HttpFixture pictures;
+        QVERIFY(pictures.listen());
+        pictures.setResponseDelay(400);
+        pictures.respond(200, pngOf(checkerboard(QSize(750, 1334))),
+                         "Content-Type: image/png\r\nCache-Control: public, max-age=31536000\r\n");
+        const QString picture = pictures.baseURL() + QStringLiteral("/once.png");
+        const int downloads = OTWebImage::downloadCount();
+
+        launch();
+        m_launch->renderQuote(makeQuote("2017-03-01", "Once.", {picture}));
+        OTImagePrefetcher::sharedImagePrefetcher()->prefetchURLs({picture, picture});
+        for (int height = 660; height > 600; height -= 10) {
+            m_navigation->setSize(QSizeF(375, height));
+            QTest::qWait(20);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(m_launch->imageView()->property("status").toInt(), 1, 10000); // Image.Ready
+        QTRY_COMPARE(OTImagePrefetcher::sharedImagePrefetcher()->pendingCount(), 0);
+        QCOMPARE(pictures.requestCount(), 1);
+
+        // Later, from the disk: another size, another screen, another prefetch.
+        m_navigation->setSize(QSizeF(375, 667));
+        OTImagePrefetcher::sharedImagePrefetcher()->prefetchURLs({picture});
+        auto *second = makeLaunch();
+        QVERIFY(second);
+        m_navigation->pushViewController(second, false);
+        second->renderQuote(makeQuote("2017-03-01", "Again.", {picture}));
+        QTRY_COMPARE_WITH_TIMEOUT(second->imageView()->property("status").toInt(), 1, 10000);
+        QTRY_COMPARE(OTImagePrefetcher::sharedImagePrefetcher()->pendingCount(), 0);
+        QCOMPARE(pictures.requestCount(), 1);
+        qInfo("picture requests seen by the server: %d (downloads started: %d)", pictures.requestCount(),
+              OTWebImage::downloadCount() - downloads);
     }
 
     void aLongSentenceGrowsUpwardsAndKeepsItsGapAboveTheLogo()

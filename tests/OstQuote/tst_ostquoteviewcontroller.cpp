@@ -1,4 +1,6 @@
 #include "ViewerFixture.h"
+
+#include <numeric>
 #include "OstAPIClient+Quote.h"
 
 #include <Global.h>
@@ -186,6 +188,33 @@ private Q_SLOTS:
         QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 1.0);
         saveScreenshot(m_view.get(), QStringLiteral("viewer.png"));
         QCOMPARE(reloads.count(), 1);
+    }
+
+    // One download per picture: thirty swipes over fifteen days and back, each page showing
+    // its picture, ask the server for each picture once (the server lets them be kept); the
+    // pages, their prefetch and the pages made again on the way back share it.
+    void eachPictureIsDownloadedOnceInThirtySwipes()
+    {
+        openViewerOnToday();
+        for (int i = 0; i < 30; ++i) {
+            swipe(i < 15 ? 200 : -200);
+            QTRY_COMPARE_WITH_TIMEOUT(gallery()->currentQuoteView()->backgroundImageView()->property("status").toInt(), 1,
+                                      10000); // Image.Ready
+        }
+        QCOMPARE(gallery()->currentIndex(), 0);
+        QTest::qWait(400); // the access log is flushed every ~200 ms
+        QFile log(m_server.accessLogPath());
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        QHash<QByteArray, int> requests;
+        for (const QByteArray &line : log.readAll().split('\n')) {
+            const qsizetype at = line.indexOf("GET /media/quotes/");
+            if (at >= 0)
+                ++requests[line.mid(at + 4).split(' ').value(0)];
+        }
+        qInfo("%d pictures, %d requests for them", int(requests.size()), int(std::accumulate(requests.cbegin(), requests.cend(), 0)));
+        QVERIFY2(requests.size() >= 15, qPrintable(QString::number(requests.size())));
+        for (auto it = requests.cbegin(); it != requests.cend(); ++it)
+            QVERIFY2(it.value() == 1, qPrintable(QStringLiteral("%1 asked %2 times").arg(QString::fromLatin1(it.key())).arg(it.value())));
     }
 
     void swipingAsksOneDayAhead()

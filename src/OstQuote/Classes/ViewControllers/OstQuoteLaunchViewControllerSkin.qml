@@ -31,10 +31,11 @@ OstQuoteLaunchViewControllerTemplate {
         clip: true
         // Resources come at once; remote pictures always load in the background.
         asynchronous: false
-        source: screen.imageSource
-        // Decoded at the width it is shown in device pixels (the picture is cropped to the
-        // area's height), not at its own.
-        sourceSize.width: Math.ceil(picture.width * Screen.devicePixelRatio)
+        // Remote pictures come through the pictures' provider: one download, web only.
+        source: OTPictures.source(screen.imageSource, Qt.size(width, height))
+        // Decoded to cover the area it is shown in, both ways (the crop takes the rest), not at
+        // its own size; Qt Quick asks for it in the window's device pixels.
+        sourceSize: width > 0 && height > 0 ? Qt.size(Math.ceil(width), Math.ceil(height)) : undefined
     }
 
     Image {

@@ -37,16 +37,16 @@ OstQuoteView {
             id: background
             objectName: "backgroundImageView"
             anchors.fill: parent
-            source: page.imageSource
+            // Remote pictures come through the pictures' provider: one download, web only.
+            source: OTPictures.source(page.imageSource, Qt.size(width, height))
             fillMode: Image.PreserveAspectCrop
             clip: true
             Accessible.ignored: true
             asynchronous: true
             cache: true
-            // Decoded at the size it is shown in device pixels, not at the picture's own.
-            sourceSize: width > 0 && height > 0
-                        ? Qt.size(Math.ceil(width * Screen.devicePixelRatio), Math.ceil(height * Screen.devicePixelRatio))
-                        : undefined
+            // Decoded to cover the size it is shown at, not at the picture's own; Qt Quick asks
+            // for it in the window's device pixels.
+            sourceSize: width > 0 && height > 0 ? Qt.size(Math.ceil(width), Math.ceil(height)) : undefined
         }
 
         RVGradientOverView {
