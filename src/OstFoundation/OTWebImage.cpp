@@ -285,7 +285,9 @@ bool isWebAddress(const QUrl &url)
 
 QUrl pictureSource(const QUrl &address)
 {
-    if (address.isEmpty() || address.scheme() == QLatin1String("qrc"))
+    // The app's own pictures (its resources, and its engine's own image providers) are shown
+    // as they are; anything else goes through the pictures' provider, which takes the web only.
+    if (address.isEmpty() || address.scheme() == QLatin1String("qrc") || address.scheme() == QLatin1String("image"))
         return address;
     return QUrl(QStringLiteral("image://%1/").arg(QLatin1String(kProviderName))
                 + QString::fromLatin1(address.toEncoded().toBase64(QByteArray::Base64UrlEncoding

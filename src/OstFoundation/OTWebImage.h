@@ -60,7 +60,8 @@ OSTFOUNDATION_EXPORT bool isWebAddress(const QUrl &url);
 // Where an Image shows the picture `address` from: a web address (or any other remote one)
 // goes through the pictures' image provider ("image://ostpicture/..."), which downloads it
 // once, refuses what is not http or https and decodes it at the Image's sourceSize;
-// resources ("qrc:") and the empty address stay as they are.
+// the app's own pictures (resources, "qrc:", and its engine's image providers, "image:") and
+// the empty address stay as they are.
 OSTFOUNDATION_EXPORT QUrl pictureSource(const QUrl &address);
 
 // The size to decode a picture of `original` pixels at, to cover `area` (device pixels; an

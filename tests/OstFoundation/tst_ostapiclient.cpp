@@ -1,4 +1,5 @@
 #include "HttpFixture.h"
+#include "Processes.h"
 #include "OddFiles.h"
 #include "ServerHarness.h"
 
@@ -78,14 +79,7 @@ bool settle(const Outcome &outcome, int timeout = 10000)
 // The process's resident memory in bytes (the fixture streams from this process too).
 qint64 residentBytes()
 {
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').value(0).toLongLong() * 1024;
-    }
-    return -1;
+    return processMemory("VmRSS");
 }
 
 constexpr qint64 MiB = 1024 * 1024;

@@ -1,10 +1,26 @@
 #pragma once
 
+#include <QFile>
 #include <QImage>
 #include <QProcess>
 #include <QSet>
 
 // The programs as a user runs them, and what they leave behind.
+
+// A size this process's /proc/self/status gives in kB ("VmRSS", "VmHWM"), in bytes; -1 when
+// it cannot be read.
+inline qint64 processMemory(const char *field)
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    const QByteArray key = QByteArray(field) + ':';
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith(key))
+            return line.mid(key.size()).trimmed().split(' ').value(0).toLongLong() * 1024;
+    }
+    return -1;
+}
 
 struct ProcessRun
 {
