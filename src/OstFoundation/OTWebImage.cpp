@@ -20,6 +20,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -229,11 +230,23 @@ public:
     PictureResponse(const QUrl &url, const QSize &area)
     {
         OTWebImage::load(url, this, [this, area](const QByteArray &body, const QString &error) {
+            if (m_finished)
+                return;
             m_error = error;
             if (m_error.isEmpty())
                 m_image = OTWebImage::decodePicture(body, area, &m_error);
-            Q_EMIT finished();
+            finish();
         });
+    }
+
+    // Qt Quick no longer wants the picture (the Image changed its source, or its engine is
+    // going): the response ends at once, as a cancelled response must, so that the engine can
+    // delete it rather than wait for the download; the download itself goes on for whoever
+    // else waits for it.
+    void cancel() override
+    {
+        m_error = QStringLiteral("cancelled");
+        finish();
     }
 
     QQuickTextureFactory *textureFactory() const override
@@ -243,8 +256,16 @@ public:
     QString errorString() const override { return m_error; }
 
 private:
+    void finish()
+    {
+        if (std::exchange(m_finished, true))
+            return;
+        Q_EMIT finished();
+    }
+
     QImage m_image;
     QString m_error;
+    bool m_finished = false;
 };
 
 class PictureProvider : public QQuickAsyncImageProvider
