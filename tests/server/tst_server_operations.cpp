@@ -228,7 +228,9 @@ private Q_SLOTS:
         halfway.send("GET /api/v2/quote/quotes/today/ HTTP/1.1\r\nHo");
         QTest::qWait(100);
         server.requestStop();
-        QTest::qWait(500);
+        // The stop has begun once the port takes no new connection: only then is a second
+        // signal a second one (two signals sent before the first is taken are one).
+        QTRY_VERIFY_WITH_TIMEOUT(!RawClient().connectTo(server.port()), 10000);
         QVERIFY(server.isRunning());
         if (secondSignal)
             server.requestStop();
