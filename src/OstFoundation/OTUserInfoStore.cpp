@@ -5,6 +5,8 @@
 
 #include <QCborMap>
 #include <QCborValue>
+#include <QDateTime>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -112,12 +114,29 @@ void OTUserInfoStore::setStorePath(const QString &path)
 namespace {
 
 // The lock that orders the store's writers across processes: a QLockFile beside the file. A
-// lock left by a process that died is taken over once it is StaleLockTime old.
+// lock whose process has died is taken over at once, one whose owner cannot be told (a
+// process killed between creating the file and writing its name in it) once it is a second
+// old, and any other once it is StaleLockTime old.
 bool lockStore(QLockFile &lock, const QString &path, OTError *error)
 {
     lock.setStaleLockTime(OTUserInfoStore::StaleLockTime);
-    if (lock.tryLock(OTUserInfoStore::LockTimeout))
-        return true;
+    const QDeadlineTimer deadline(OTUserInfoStore::LockTimeout);
+    for (;;) {
+        if (lock.tryLock(int(std::min<qint64>(deadline.remainingTime(), 100))))
+            return true;
+        if (lock.error() != QLockFile::LockFailedError || deadline.hasExpired())
+            break;
+        qint64 pid = 0;
+        QString host;
+        QString application;
+        const QFileInfo file(lock.fileName());
+        if (!lock.getLockInfo(&pid, &host, &application) && file.exists()
+            && file.lastModified().msecsTo(QDateTime::currentDateTime()) > 1000) {
+            // QLockFile keeps a native lock on the file while its owner lives, so this cannot
+            // take the file from a writer that is still there.
+            lock.removeStaleLockFile();
+        }
+    }
     return fail(error, OTError(OTError::FileSystem,
                                QStringLiteral("cannot write %1: another process holds its lock %2 (%3 ms waited)")
                                    .arg(path, lock.fileName())

@@ -42,7 +42,8 @@ public:
     static bool updateOstrelDefaults(const std::function<void(QVariantMap &)> &change, OTError *error = nullptr);
 
     // Writers take a lock file beside the settings file ("<file>.lock"): they wait for it at
-    // most LockTimeout, and a lock left by a process that died is taken over once it is
+    // most LockTimeout. A lock left by a process that died is taken over at once (after a
+    // second when the process died before writing its name in it), any other once it is
     // StaleLockTime old. Readers never wait: a file is only ever replaced whole.
     static constexpr int LockTimeout = 5000;     // ms
     static constexpr int StaleLockTime = 10000;  // ms

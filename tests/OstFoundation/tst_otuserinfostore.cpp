@@ -17,6 +17,8 @@
 #include <cstdio>
 #include <vector>
 
+#include <sys/file.h>
+
 namespace {
 
 // Two dictionaries large enough that writing one takes a while, told apart by "generation".
@@ -238,6 +240,38 @@ private Q_SLOTS:
             sawNewer += n > 0;
         }
         QVERIFY(sawNewer > 0);
+    }
+
+    // A writer killed between creating the lock file and writing its name in it leaves a lock
+    // nobody can be told to own: it is taken over once it is a second old, while a nameless
+    // lock whose creator is still at work (its native lock held) is waited for, not taken.
+    void aLockWithoutItsOwnersNameIsTakenOnlyFromTheDead_data()
+    {
+        QTest::addColumn<bool>("creatorAlive");
+        QTest::newRow("its creator killed") << false;
+        QTest::newRow("its creator still at work") << true;
+    }
+
+    void aLockWithoutItsOwnersNameIsTakenOnlyFromTheDead()
+    {
+        QFETCH(bool, creatorAlive);
+        const QString path = OTUserInfoStore::storePath();
+        QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
+        QFile lockFile(path + QStringLiteral(".lock"));
+        QVERIFY(lockFile.open(QIODevice::WriteOnly));
+        QVERIFY(lockFile.setFileTime(QDateTime::currentDateTime().addSecs(-2), QFileDevice::FileModificationTime));
+        if (creatorAlive)
+            QCOMPARE(::flock(lockFile.handle(), LOCK_EX | LOCK_NB), 0);
+        else
+            lockFile.close();
+
+        OTError error;
+        QCOMPARE(OTUserInfoStore::synchronizeOstrelDefaults({{QStringLiteral("a"), 1}}, &error), !creatorAlive);
+        QCOMPARE(OTUserInfoStore::ostrelDefaults().value(QStringLiteral("a")).toInt(), creatorAlive ? 0 : 1);
+        if (creatorAlive) {
+            QVERIFY2(error.description().contains(QStringLiteral("holds its lock")), qPrintable(error.description()));
+            QVERIFY(QFileInfo::exists(lockFile.fileName()));
+        }
     }
 
     // Three processes change the store at once, each its own key, kKeyWrites times: no
