@@ -1,19 +1,25 @@
 // ostquote-cli: the module's data layer from a shell.
 //
-//   ostquote-cli [--api URL] [--timeout SECONDS] today | day YYYY-MM-DD | batch | update | latest
+//   ostquote-cli [--api URL] [--timeout SECONDS] today | day DAY | batch | update | latest
+//
+// DAY is a day key (YYYY-MM-DD), -N for N days before today, or a day link: the app link
+// ostquote://day/YYYY-MM-DD or a share page link of the server.
 //
 // Records are printed as JSON on stdout; errors go to stderr with a non-zero exit status
 // (1: the request or the store failed, 2: the command line is wrong).
 
 #include "OstAPIClient+Quote.h"
 #include "OTUserInfoStore+OstQuote.h"
+#include "OstQuoteLink.h"
 
+#include <OTClock.h>
 #include <OTDate.h>
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QRegularExpression>
 #include <QTextStream>
 
 #include <algorithm>
@@ -52,7 +58,9 @@ int main(int argc, char *argv[])
         "Fetches quotes of the day and keeps the latest one.\n\n"
         "Commands:\n"
         "  today             today's quote\n"
-        "  day YYYY-MM-DD    the quote of one day\n"
+        "  day DAY           the quote of one day: YYYY-MM-DD, -N for N days before today,\n"
+        "                    or a link to the day (ostquote://day/YYYY-MM-DD, or the\n"
+        "                    server's share page of the day)\n"
         "  batch             the quotes of today and the coming days\n"
         "  update            fetch today's quote and keep it as the latest quote\n"
         "  latest            the kept latest quote (nothing when none is kept)"));
@@ -70,7 +78,15 @@ int main(int argc, char *argv[])
     parser.addOption(apiOption);
     parser.addOption(timeoutOption);
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("today, day, batch, update or latest"));
-    if (!parser.parse(app.arguments()))
+    // "day -3" is a day, not an option: it goes after "--", where nothing is an option.
+    static const QRegularExpression daysBack(QStringLiteral("^-(\\d{1,6})$"));
+    QStringList arguments = app.arguments();
+    const qsizetype dayAt = arguments.indexOf(QStringLiteral("day"));
+    static const QRegularExpression negative(QStringLiteral("^-\\d+$"));
+    if (dayAt > 0 && dayAt + 1 < arguments.size() && negative.match(arguments.at(dayAt + 1)).hasMatch()
+        && !arguments.contains(QStringLiteral("--")))
+        arguments << QStringLiteral("--") << arguments.takeAt(dayAt + 1);
+    if (!parser.parse(arguments))
         return fail(parser.errorText(), Usage);
     // The help lists every option there is; Qt adds none of its own to a command-line tool.
     if (parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("help-all")))
@@ -84,7 +100,7 @@ int main(int argc, char *argv[])
     const QString command = args.first();
     const qsizetype expected = command == QLatin1String("day") ? 2 : 1;
     if (args.size() != expected) {
-        return fail(command == QLatin1String("day") ? QStringLiteral("usage: ostquote-cli day YYYY-MM-DD")
+        return fail(command == QLatin1String("day") ? QStringLiteral("usage: ostquote-cli day YYYY-MM-DD|-N|LINK")
                                                     : QStringLiteral("'%1' takes no arguments").arg(command),
                     Usage);
     }
@@ -120,9 +136,20 @@ int main(int argc, char *argv[])
     if (command == QLatin1String("today")) {
         getQuoteWithDate(client, QStringLiteral("today"), printQuote);
     } else if (command == QLatin1String("day")) {
-        const QString day = args.at(1);
-        if (ot_dateFromStringFormatDate(day).isNull())
-            return fail(QStringLiteral("not a day: %1 (expected YYYY-MM-DD)").arg(day), Usage);
+        const QString given = args.at(1);
+        QString day;
+        if (const QRegularExpressionMatch back = daysBack.match(given); back.hasMatch())
+            day = descriptionWithFormat(OTClock::now().addDays(-back.captured(1).toLongLong()), QStringLiteral("yyyy-MM-dd"));
+        else if (OstQuoteLink::isDayKey(given))
+            day = given;
+        else
+            day = OstQuoteLink::dayOfLink(given);
+        if (day.isEmpty()) {
+            return fail(QStringLiteral("not a day: %1 (expected YYYY-MM-DD, -N for N days back, or a link to a day "
+                                       "of %2)")
+                            .arg(given, client->baseURL().toString()),
+                        Usage);
+        }
         getQuoteWithDate(client, day, printQuote);
     } else if (command == QLatin1String("batch")) {
         getQuotesWithBlock(client, [&](const QList<OstQuotePtr> &quotes, const OTError &error) {

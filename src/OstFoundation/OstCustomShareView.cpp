@@ -231,6 +231,15 @@ void OstCustomShareView::copyLinkClicked(QObject *sender)
         hideWithAnimated(true);
 }
 
+void OstCustomShareView::copyTextClicked(QObject *sender)
+{
+    QPointer<OstCustomShareView> self(this);
+    if (OstCustomShareViewDelegate *delegate = d->delegate())
+        delegate->shareViewCopyTextClicked(this, sender);
+    if (self)
+        hideWithAnimated(true);
+}
+
 void OstCustomShareView::moreClicked(QObject *sender)
 {
     if (OstCustomShareViewDelegate *delegate = d->delegate())

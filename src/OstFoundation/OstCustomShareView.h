@@ -27,6 +27,12 @@ public:
         Q_UNUSED(shareView);
         Q_UNUSED(sender);
     }
+    // "Copy text": the quote in view as plain text.
+    virtual void shareViewCopyTextClicked(OstCustomShareView *shareView, QObject *sender)
+    {
+        Q_UNUSED(shareView);
+        Q_UNUSED(sender);
+    }
     // "More": the system's share route.
     virtual void shareViewMoreButtonClicked(OstCustomShareView *shareView, QObject *sender)
     {
@@ -40,8 +46,8 @@ Q_DECLARE_INTERFACE(OstCustomShareViewDelegate, OstCustomShareViewDelegate_iid)
 
 // The share panel: a sheet that rises from the bottom of a screen over a dimmed backdrop,
 // with one button per share target (icon and name, from OTSocialService::platforms()), then
-// "copy link" and "more", and a cancel button. A tap on the backdrop or on cancel takes it
-// away (animated); so does "copy link" after telling the delegate. A share target's button
+// "copy link", "copy text" and "more", and a cancel button. A tap on the backdrop or on cancel
+// takes it away (animated); so do the two copy buttons after telling the delegate. A share target's button
 // tells the delegate and leaves the panel where it is (the delegate decides).
 //
 // showSystemShareModuleWithActivityItems opens the system's share route over a screen: a
@@ -99,6 +105,7 @@ public:
     // What the skin's buttons call.
     Q_INVOKABLE void platformClicked(int platformType);
     Q_INVOKABLE void copyLinkClicked(QObject *sender = nullptr);
+    Q_INVOKABLE void copyTextClicked(QObject *sender = nullptr);
     Q_INVOKABLE void moreClicked(QObject *sender = nullptr);
     Q_INVOKABLE void cancelClicked();
     // An entry of the system share sheet: "copy", "mail" or "browser".

@@ -1,5 +1,8 @@
 #include "OTUserInfoStore+OstQuote.h"
 #include "OstQuote.h"
+#include "OstQuoteLink.h"
+
+#include <OstAPIClient.h>
 #include "OstQuoteResourceHelper.h"
 
 #include <QFile>
@@ -231,14 +234,69 @@ private Q_SLOTS:
         QLocale::setDefault(QLocale::c());
     }
 
+    // The module's own links give their day; everything else, however close, gives none.
+    void linksGiveTheirDay_data()
+    {
+        QTest::addColumn<QString>("link");
+        QTest::addColumn<QString>("day");
+        const QString share = QStringLiteral("http://quotes.example:8080/daily/share/quotes/");
+        QTest::newRow("share page") << share + "2019-02-14/" << "2019-02-14";
+        QTest::newRow("share page, shared to a target") << share + "2019-02-14/?via=weibo" << "2019-02-14";
+        QTest::newRow("share page, no last slash") << share + "2019-02-14" << "2019-02-14";
+        QTest::newRow("share page, host in capitals, spaces around") << "  HTTP://Quotes.Example:8080/daily/share/quotes/2019-02-14/ " << "2019-02-14";
+        QTest::newRow("app link") << "ostquote://day/2019-02-14" << "2019-02-14";
+        QTest::newRow("app link, last slash") << "ostquote://day/2019-02-14/" << "2019-02-14";
+        QTest::newRow("the first day") << "ostquote://day/2016-10-01" << "2016-10-01";
+        // Whether the quotes reach a day is the viewer's to say.
+        QTest::newRow("a day before the quotes") << "ostquote://day/1999-12-31" << "1999-12-31";
+
+        QTest::newRow("foreign host") << "http://elsewhere.example:8080/daily/share/quotes/2019-02-14/" << "";
+        QTest::newRow("a host that ends like it") << "http://evilquotes.example:8080/daily/share/quotes/2019-02-14/" << "";
+        QTest::newRow("another port") << "http://quotes.example:8081/daily/share/quotes/2019-02-14/" << "";
+        QTest::newRow("default port") << "http://quotes.example/daily/share/quotes/2019-02-14/" << "";
+        QTest::newRow("with a user") << "http://me@quotes.example:8080/daily/share/quotes/2019-02-14/" << "";
+        QTest::newRow("not the server's path") << "http://quotes.example:8080/share/quotes/2019-02-14/" << "";
+        QTest::newRow("a path below the day") << share + "2019-02-14/edit" << "";
+        QTest::newRow("a path back up") << share + "../quotes/2019-02-14/" << "";
+        QTest::newRow("two slashes") << share + "2019-02-14//" << "";
+        QTest::newRow("another query") << share + "2019-02-14/?next=/admin" << "";
+        QTest::newRow("via and more") << share + "2019-02-14/?via=qq&x=1" << "";
+        QTest::newRow("a fragment") << share + "2019-02-14/#top" << "";
+        QTest::newRow("ftp") << "ftp://quotes.example:8080/daily/share/quotes/2019-02-14/" << "";
+        QTest::newRow("a picture, not a page") << "http://quotes.example:8080/daily/media/quotes/2019-02-14.jpg" << "";
+        QTest::newRow("30 February") << share + "2019-02-30/" << "";
+        QTest::newRow("one-digit month") << "ostquote://day/2019-2-14" << "";
+        QTest::newRow("a day with a time") << "ostquote://day/2019-02-14T10:00" << "";
+        QTest::newRow("app link, other host") << "ostquote://quote/2019-02-14" << "";
+        QTest::newRow("app link with a port") << "ostquote://day:80/2019-02-14" << "";
+        QTest::newRow("app link with a query") << "ostquote://day/2019-02-14?via=x" << "";
+        QTest::newRow("a bare day") << "2019-02-14" << "";
+        QTest::newRow("empty") << "" << "";
+        QTest::newRow("not a URL") << "http://[::1" << "";
+    }
+
+    void linksGiveTheirDay()
+    {
+        QFETCH(QString, link);
+        QFETCH(QString, day);
+        OstAPIClient::sharedClient()->setBaseURL(QUrl(QStringLiteral("http://quotes.example:8080/daily/")));
+        QCOMPARE(OstQuoteLink::dayOfLink(link), day);
+        if (!day.isEmpty())
+            QCOMPARE(OstQuoteLink::dayOfLink(OstQuoteLink::appLink(day)), day);
+        OstAPIClient::sharedClient()->setBaseURL(OstAPIClient::defaultBaseURL());
+    }
+
     void bothLibrariesAreQmlModules()
     {
         QQmlEngine engine;
         engine.addImportPath(QStringLiteral(OST_QML_DIR));
         QQmlComponent component(&engine);
-        component.setData("import QtQml\nimport OstFoundation\nimport OstQuote\nQtObject {}", QUrl());
+        component.setData("import QtQml\nimport OstFoundation\nimport OstQuote\n"
+                          "QtObject { property string day: OstQuoteLink.dayOf('ostquote://day/2019-02-14') }",
+                          QUrl());
         std::unique_ptr<QObject> object(component.create());
         QVERIFY2(object, qPrintable(component.errorString()));
+        QCOMPARE(object->property("day").toString(), QStringLiteral("2019-02-14"));
     }
 
 private:

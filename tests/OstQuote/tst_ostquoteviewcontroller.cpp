@@ -307,6 +307,66 @@ private Q_SLOTS:
         QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-28")));
     }
 
+    // Opened at a day, the viewer rests on it once today's answer has come, and asks for the
+    // days as at any rest (the older neighbour first); a day the calendar does not hold is
+    // refused aloud and the viewer opens at today.
+    void theViewerOpensAtTheDayItIsGiven_data()
+    {
+        QTest::addColumn<QString>("day");
+        QTest::addColumn<qint64>("index");
+        QTest::addColumn<QStringList>("requested");
+        QTest::addColumn<QString>("warning");
+        const QStringList atToday{"today", "2017-02-28"};
+        QTest::newRow("a day in the calendar") << "2017-02-14" << qint64(15) << QStringList{"today", "2017-02-13", "2017-02-14"} << "";
+        QTest::newRow("the first day") << "2016-10-01" << qint64(151) << QStringList{"today", "2016-09-30", "2016-10-01"} << "";
+        QTest::newRow("today") << "2017-03-01" << qint64(0) << atToday << "";
+        QTest::newRow("the day before the first") << "2016-09-30" << qint64(0) << atToday << "outside the days";
+        QTest::newRow("tomorrow") << "2017-03-02" << qint64(0) << atToday << "outside the days";
+        QTest::newRow("no such day") << "2017-02-30" << qint64(0) << atToday << "not a day";
+    }
+
+    void theViewerOpensAtTheDayItIsGiven()
+    {
+        QFETCH(QString, day);
+        QFETCH(qint64, index);
+        QFETCH(QStringList, requested);
+        QFETCH(QString, warning);
+        if (!warning.isEmpty())
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QRegularExpression::escape(warning)));
+        m_viewer = OstQuoteViewController::create(m_view->engine());
+        QVERIFY(m_viewer);
+        m_viewer->setInitialDay(day);
+        m_navigation->pushViewController(m_viewer, false);
+        QTRY_VERIFY(gallery()->numberOfQuotes() > 0);
+        waitForRest();
+        QCOMPARE(gallery()->currentIndex(), index);
+        QTRY_COMPARE(requestedDays(), requested);
+        const QString shown = m_viewer->convertToDateStringWithIndex(index);
+        QTRY_VERIFY(gallery()->currentQuoteView() && gallery()->currentQuoteView()->quote());
+        QCOMPARE(gallery()->currentQuoteView()->quote()->assign_date(), shown);
+        QCOMPARE(m_viewer->dayInView(), OstQuoteView::spokenDate(shown));
+        QTest::qWait(300); // the access log is flushed every ~200 ms: nothing more was asked
+        QCOMPARE(requestedDays(), requested);
+    }
+
+    // Later on, showDay() turns to a day as a swipe would; a day outside the calendar leaves
+    // the viewer where it is.
+    void showDayTurnsToTheDay()
+    {
+        openViewerOnToday();
+        QVERIFY(m_viewer->showDay(QStringLiteral("2017-01-01")));
+        waitForRest();
+        QCOMPARE(gallery()->currentIndex(), 59);
+        QTRY_VERIFY(gallery()->currentQuoteView()->quote());
+        QCOMPARE(gallery()->currentQuoteView()->quote()->assign_date(), QStringLiteral("2017-01-01"));
+        QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2016-12-31")));
+
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("2016-01-01 is outside .*stays where it is")));
+        QVERIFY(!m_viewer->showDay(QStringLiteral("2016-01-01")));
+        QVERIFY(m_viewer->showDay(QStringLiteral("2017-01-01")));
+        QCOMPARE(gallery()->currentIndex(), 59);
+    }
+
     // Days the device has shown come back with the server gone: today from the last answer
     // the server gave while that is fresh and still today, the day before from its own. Past
     // midnight the kept "today" is no answer: the viewer stays empty rather than show
@@ -578,6 +638,32 @@ private Q_SLOTS:
         QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
         QGuiApplication::clipboard()->setText(QStringLiteral("before"));
         m_viewer->shareViewCopyLinkClicked(m_viewer->shareView(), nullptr);
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
+        QCOMPARE(messages.count(), 0);
+    }
+
+    // "Copy text" from the panel: the quote in view as text, said with its own message;
+    // without a quote in view nothing is copied or said.
+    void copyTextPutsTheQuoteOnTheClipboard()
+    {
+        openViewerOnToday();
+        const OstQuotePtr today = todaysQuote();
+        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+        m_viewer->shareAction();
+        QTRY_COMPARE(m_viewer->shareView()->presentation(), 1.0);
+        QQuickItem *button = findItem(m_viewer->shareView(), QStringLiteral("shareCopyTextButton"));
+        QVERIFY(button);
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(button));
+        const QString expected = today->content() + u'\n' + today->translation() + QStringLiteral("\n— ")
+                                 + today->author() + u'\n' + today->share_urls().value("default").toString();
+        QCOMPARE(QGuiApplication::clipboard()->text(), expected);
+        QCOMPARE(Global::sharedGlobal()->lastHUBText(), QStringLiteral("Text copied"));
+        QTRY_VERIFY(!m_viewer->shareView()->isShowing());
+
+        m_viewer->setQuotes({});
+        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
+        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+        m_viewer->shareViewCopyTextClicked(m_viewer->shareView(), nullptr);
         QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
         QCOMPARE(messages.count(), 0);
     }

@@ -27,7 +27,7 @@ class TestCli : public QObject
         QByteArray err;
     };
 
-    Run cli(const QStringList &arguments, const QString &api = {})
+    Run cli(const QStringList &arguments, const QString &api = {}, const QString &now = {})
     {
         QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -36,6 +36,8 @@ class TestCli : public QObject
         env.insert("XDG_CACHE_HOME", m_home->filePath("cache"));
         env.insert("OSTQUOTE_TIME_ZONE", "Asia/Shanghai");
         env.insert("OSTQUOTE_API_BASE", api.isEmpty() ? m_server.baseURL().toString() : api);
+        if (!now.isEmpty())
+            env.insert("OSTQUOTE_NOW", now);
         process.setProcessEnvironment(env);
         process.start(QStringLiteral(OSTQUOTE_CLI_BINARY), arguments);
         Run run;
@@ -154,6 +156,41 @@ private Q_SLOTS:
         QCOMPARE(object(latest.out).value("assign_date").toString(), QStringLiteral("2016-10-03"));
         // Kept where the desktop keeps application data.
         QVERIFY(QFile::exists(m_home->filePath("data/ostrel/ostquote-cli/ostrel-defaults.cbor")));
+    }
+
+    // A day is named by its key, by how many days back it lies, or by a link to it.
+    void dayTakesAKeyACountBackOrALink_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("day");
+        const QString share = m_server.baseURL().toString() + QStringLiteral("/share/quotes/2016-10-02/");
+        QTest::newRow("a key") << QStringList{"day", "2016-10-02"} << "2016-10-02";
+        QTest::newRow("two days back") << QStringList{"day", "-2"} << "2016-10-01";
+        QTest::newRow("no day back") << QStringList{"day", "-0"} << "2016-10-03";
+        QTest::newRow("a count back, options after it") << QStringList{"day", "-1", "--timeout", "10"} << "2016-10-02";
+        QTest::newRow("the app link") << QStringList{"day", "ostquote://day/2016-10-02"} << "2016-10-02";
+        QTest::newRow("the server's share page") << QStringList{"day", share} << "2016-10-02";
+        QTest::newRow("the share page shared to a target") << QStringList{"day", share + "?via=weibo"} << "2016-10-02";
+        QTest::newRow("a share page elsewhere") << QStringList{"day", "http://elsewhere.example/share/quotes/2016-10-02/"} << "";
+        QTest::newRow("a link to no day") << QStringList{"day", "ostquote://day/2016-10-32"} << "";
+        QTest::newRow("a count with a sign") << QStringList{"day", "+2"} << "";
+        QTest::newRow("too far back to count") << QStringList{"day", "-99999999999"} << "";
+    }
+
+    void dayTakesAKeyACountBackOrALink()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, day);
+        // 3 October, 01:00 in Shanghai: still 2 October in UTC, so "days back" count in the
+        // zone the clock is set to.
+        const Run run = cli(arguments, {}, QStringLiteral("2016-10-02T17:00:00Z"));
+        if (day.isEmpty()) {
+            QCOMPARE(run.exitCode, 2);
+            QVERIFY2(run.err.contains("not a day"), run.err.constData());
+            return;
+        }
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(object(run.out).value("assign_date").toString(), day);
     }
 
     void errorsGoToStderrWithAnExitStatus_data()

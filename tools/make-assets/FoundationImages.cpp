@@ -183,6 +183,29 @@ QPainterPath chainGlyph()
     return link(QPointF(24.7, 35.3)).united(link(QPointF(35.3, 24.7)));
 }
 
+// Lines of text under an opening quotation mark: the quote as text.
+QPainterPath textGlyph()
+{
+    QPainterPath marks;
+    for (double x : {20.0, 27.0}) {
+        marks.addEllipse(QPointF(x, 20.5), 2.6, 2.6);
+        QPainterPath tail;
+        tail.moveTo(x - 2.2, 20.5);
+        tail.quadTo(x - 2.4, 16.0, x + 1.4, 14.0);
+        marks = marks.united(strokedPath(tail, 1.8));
+    }
+    QPainterPath lines;
+    lines.moveTo(33, 19);
+    lines.lineTo(41, 19);
+    for (double y : {27.0, 34.0}) {
+        lines.moveTo(19, y);
+        lines.lineTo(41, y);
+    }
+    lines.moveTo(19, 41);
+    lines.lineTo(32, 41);
+    return marks.united(strokedPath(lines, 2.6));
+}
+
 QPainterPath dotsGlyph()
 {
     QPainterPath dots;
@@ -257,6 +280,7 @@ bool writeFoundationImages(const QDir &out, const Fonts &fonts, QTextStream &log
         {"share_save_image", downloadGlyph(), QColor(0xFF, 0x8A, 0x1F), false},
         {"share_copy_image", copyGlyph(), QColor(0x58, 0x56, 0xD6), false},
         {"share_copy_link", chainGlyph(), neutralDisc, true},
+        {"share_copy_text", textGlyph(), neutralDisc, true},
         {"share_more", dotsGlyph(), neutralDisc, true},
         {"share_browser", globeGlyph(), neutralDisc, true},
         {"share_email", envelopeGlyph(), neutralDisc, true},

@@ -19,7 +19,8 @@
 //   ostrel_share_bar[_highlight].png            22x22 pt white "share" box and arrow
 //   share_<target>[_highlight].png              60x60 pt round share panel icons: weibo,
 //                                               qq, qzone, mail, douban, twitter,
-//                                               save_image, copy_image, copy_link, more,
+//                                               save_image, copy_image, copy_link, copy_text,
+//                                               more,
 //                                               browser, email (pressed: a darker disc)
 //
 // Every scale is drawn from the same vector description with the painter scaled, so the

@@ -4,7 +4,7 @@ import OstFoundation
 
 // The look of the share panel: a dimmed backdrop over the whole screen and a white sheet
 // that rises from the bottom edge: a title, the share targets four to a row (icon over its
-// name), a row with "copy link" and "more", and a cancel bar. The system share route is a
+// name), a row with "copy link", "copy text" and "more", and a cancel bar. The system share route is a
 // second sheet of the same make that takes the first one's place. Every button takes the
 // keyboard by Tab, shows a ring while it has it and is pressed by Enter or Space; screen
 // readers find the panel as a dialog and each button by its name.
@@ -232,6 +232,15 @@ OstCustomShareView {
                     iconSource: "qrc:/OstFoundation/images/share_copy_link.png"
                     iconHighlightedSource: "qrc:/OstFoundation/images/share_copy_link_highlight.png"
                     onClicked: shareView.copyLinkClicked(copyLinkButton)
+                }
+                ShareButton {
+                    view: shareView
+                    id: copyTextButton
+                    objectName: "shareCopyTextButton"
+                    text: OTLocalizable.string("share_view_copy_text")
+                    iconSource: "qrc:/OstFoundation/images/share_copy_text.png"
+                    iconHighlightedSource: "qrc:/OstFoundation/images/share_copy_text_highlight.png"
+                    onClicked: shareView.copyTextClicked(copyTextButton)
                 }
                 ShareButton {
                     view: shareView

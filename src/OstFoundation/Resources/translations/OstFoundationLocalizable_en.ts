@@ -11,6 +11,10 @@
         <source>Copy link</source>
         <translation>Copy link</translation>
     </message>
+    <message id="share_view_copy_text">
+        <source>Copy text</source>
+        <translation>Copy text</translation>
+    </message>
     <message id="share_view_more">
         <source>More</source>
         <translation>More</translation>

@@ -11,6 +11,10 @@
         <source>Copy link</source>
         <translation>复制链接</translation>
     </message>
+    <message id="share_view_copy_text">
+        <source>Copy text</source>
+        <translation>复制文字</translation>
+    </message>
     <message id="share_view_more">
         <source>More</source>
         <translation>更多</translation>

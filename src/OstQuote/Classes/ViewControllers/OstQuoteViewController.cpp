@@ -1,6 +1,7 @@
 #include "OstQuoteViewController.h"
 
 #include "OstAPIClient+Quote.h"
+#include "OstQuoteLink.h"
 #include "OstQuoteResourceHelper.h"
 
 #include <Global.h>
@@ -18,6 +19,8 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
+
+#include <utility>
 
 namespace {
 
@@ -56,6 +59,69 @@ QString OstQuoteViewController::convertToDateStringWithIndex(qint64 index)
 {
     const qint64 seconds = index * -kSecondsPerDay;
     return descriptionWithFormat(dateToday().addSecs(seconds), QStringLiteral("yyyy-MM-dd"));
+}
+
+qint64 OstQuoteViewController::indexOfDay(const QString &dayKey)
+{
+    if (!OstQuoteLink::isDayKey(dayKey) || dayKey < QLatin1String(StartDayKey))
+        return -1;
+    // Whole days back from the reference instant, which keeps its time of day; with the
+    // fixed step a day next to a change of clocks may sit one page off, so the neighbours
+    // are tried too.
+    const qint64 seconds = ot_dateFromStringFormatDate(dayKey).secsTo(dateToday());
+    const qint64 guess = seconds >= 0 ? seconds / kSecondsPerDay : -((-seconds + kSecondsPerDay - 1) / kSecondsPerDay);
+    const qint64 count = numberOfQuotesInGalleryView(m_galleryView);
+    for (const qint64 index : {guess, guess + 1, guess - 1}) {
+        if (index >= 0 && index < count && convertToDateStringWithIndex(index) == dayKey)
+            return index;
+    }
+    return -1;
+}
+
+void OstQuoteViewController::setInitialDay(const QString &dayKey)
+{
+    if (m_initialDay == dayKey)
+        return;
+    m_initialDay = dayKey;
+    Q_EMIT initialDayChanged();
+    if (!dayKey.isEmpty())
+        showDay(dayKey);
+}
+
+bool OstQuoteViewController::showDay(const QString &dayKey)
+{
+    if (!OstQuoteLink::isDayKey(dayKey)) {
+        qWarning().noquote() << QStringLiteral("quote viewer: \"%1\" is not a day (yyyy-MM-dd)").arg(dayKey);
+        return false;
+    }
+    // Until today's answer the calendar is not known: the day waits for it.
+    if (!m_galleryView || m_galleryView->numberOfQuotes() <= 0) {
+        m_pendingDay = dayKey;
+        return true;
+    }
+    m_pendingDay.clear();
+    const qint64 index = indexOfDay(dayKey);
+    if (index < 0) {
+        qWarning().noquote() << QStringLiteral("quote viewer: %1 is outside the days with quotes (%2 to %3); the viewer stays where it is")
+                                    .arg(dayKey, QLatin1String(StartDayKey), convertToDateStringWithIndex(0));
+        return false;
+    }
+    if (m_galleryView->landingIndex() == index)
+        return true;
+    m_awaitedDay = m_quotes.contains(dayKey) ? QString() : dayKey;
+    return m_galleryView->scrollToIndexAnimated(index);
+}
+
+void OstQuoteViewController::fillPageInView(const OstQuotePtr &quote)
+{
+    // A day turned to from afar: its page came before its answer, and no swipe will render
+    // it again, so the answer goes to the page as soon as it comes.
+    m_awaitedDay.clear();
+    if (!m_galleryView)
+        return;
+    OstQuoteView *page = m_galleryView->currentQuoteView();
+    if (page && !page->quote() && convertToDateStringWithIndex(m_galleryView->currentIndex()) == quote->assign_date())
+        page->setQuote(quote);
 }
 
 qint64 OstQuoteViewController::numberOfQuotesInGalleryView(OstQuoteGalleryView *galleryView)
@@ -114,8 +180,22 @@ void OstQuoteViewController::requestQuoteWithDate(const QString &date, bool shou
                 Q_EMIT dayInViewChanged();
             }
             m_quotes.insert(quote->assign_date(), quote);
-            if (shouldReload && m_galleryView)
-                m_galleryView->reloadData();
+            if (quote->assign_date() == m_awaitedDay)
+                fillPageInView(quote);
+            if (shouldReload && m_galleryView) {
+                // The day to open at, now that the calendar is known: the load rests there.
+                const QString day = std::exchange(m_pendingDay, QString());
+                const qint64 index = day.isEmpty() ? -1 : indexOfDay(day);
+                if (!day.isEmpty() && index < 0)
+                    qWarning().noquote() << QStringLiteral("quote viewer: %1 is outside the days with quotes (%2 to %3); the viewer opens at today")
+                                                .arg(day, QLatin1String(StartDayKey), convertToDateStringWithIndex(0));
+                if (index > 0) {
+                    m_awaitedDay = day;
+                    m_galleryView->reloadDataAtIndex(index);
+                }
+                else
+                    m_galleryView->reloadData();
+            }
         },
         this);
 }
@@ -365,6 +445,35 @@ void OstQuoteViewController::shareViewCopyLinkClicked(OstCustomShareView *shareV
     QGuiApplication::clipboard()->setText(link);
     Global::sharedGlobal()->showHUB(
         OstQuoteResourceHelper::LocalizedString(QStringLiteral("share_view_copy_link_copied"), QStringLiteral("")), 0);
+}
+
+QString OstQuoteViewController::plainText(const OstQuote &quote)
+{
+    QStringList lines;
+    for (const QString &line : {quote.content(), quote.translation()}) {
+        if (!line.trimmed().isEmpty())
+            lines.append(line.trimmed());
+    }
+    if (!quote.author().trimmed().isEmpty())
+        lines.append(QStringLiteral("— ") + quote.author().trimmed());
+    const QString link = OTSocialService::getDefaultShareUrl(quote.share_urls());
+    if (!link.isEmpty())
+        lines.append(link);
+    return lines.join(u'\n');
+}
+
+void OstQuoteViewController::shareViewCopyTextClicked(OstCustomShareView *shareView, QObject *sender)
+{
+    Q_UNUSED(shareView);
+    Q_UNUSED(sender);
+    // Without a quote in view there is nothing to copy, as with a link.
+    const OstQuotePtr quote = currentQuote();
+    const QString text = quote ? plainText(*quote) : QString();
+    if (text.isEmpty())
+        return;
+    QGuiApplication::clipboard()->setText(text);
+    Global::sharedGlobal()->showHUB(
+        OstQuoteResourceHelper::LocalizedString(QStringLiteral("share_view_copy_text_copied"), QStringLiteral("")), 0);
 }
 
 void OstQuoteViewController::shareViewMoreButtonClicked(OstCustomShareView *shareView, QObject *sender)

@@ -26,6 +26,13 @@ class QQmlEngine;
 // page is filled from the answers kept so far whenever the gallery asks for it. Nothing is
 // retried or reported: a day that failed is simply asked for again at the next rest.
 //
+// It opens at today, or at the day `initialDay` names when the host has set it (a day key,
+// "yyyy-MM-dd"; OstQuoteLink gives the day of a link). The day is shown once the calendar is
+// known, that is once today's answer has come: the gallery then rests at that day's page and
+// asks for its days as at any rest, the older neighbour first. showDay() turns to a day later
+// on. A day outside the calendar (before 1 October 2016 or after today) is refused with a
+// warning, and the viewer opens at today (or, later on, stays where it is).
+//
 // Without touch: Left and PageUp turn to the day before, Right and PageDown to the day after,
 // Home to today and End to the first day, each as a swipe would (the wheel pages through the
 // gallery's scroll view the same way). Esc, Backspace, Alt+Left and the platform's back key
@@ -63,6 +70,9 @@ class OSTQUOTE_EXPORT OstQuoteViewController : public OTCommonsViewController,
     // gallery has pages. It changes when the gallery comes to rest on another day.
     Q_PROPERTY(QString dayInView READ dayInView NOTIFY dayInViewChanged)
     Q_PROPERTY(bool sharePanelShowing READ isSharePanelShowing NOTIFY sharePanelShowingChanged)
+    // The day to open at ("yyyy-MM-dd"); empty, the default, for today. Set it before the
+    // screen appears; set later, it turns to the day as showDay() does.
+    Q_PROPERTY(QString initialDay READ initialDay WRITE setInitialDay NOTIFY initialDayChanged)
 
 public:
     // What lies over the gallery. Normal: the back and share buttons, no logo. Screenshot (the
@@ -83,6 +93,15 @@ public:
     QDateTime dateToday();
     void setDateToday(const QDateTime &date);
     QString convertToDateStringWithIndex(qint64 index);
+    // The page index of the day key `dayKey`, or -1 when the calendar does not hold that day.
+    qint64 indexOfDay(const QString &dayKey);
+
+    QString initialDay() const { return m_initialDay; }
+    void setInitialDay(const QString &dayKey);
+    // Turns to the page of `dayKey` as a swipe that lands there would, or, before today's
+    // answer, makes it the day to open at. False, with a warning, for what is not a day key or
+    // a day outside the calendar; false too while a finger holds the gallery.
+    Q_INVOKABLE bool showDay(const QString &dayKey);
 
     // The quotes received so far, by their own assign_date.
     QHash<QString, OstQuotePtr> quotes() const { return m_quotes; }
@@ -101,7 +120,11 @@ public:
     Q_INVOKABLE void shareAction();
     void shareViewShareToPlatform(OstCustomShareView *shareView, int platformType) override;
     void shareViewCopyLinkClicked(OstCustomShareView *shareView, QObject *sender) override;
+    void shareViewCopyTextClicked(OstCustomShareView *shareView, QObject *sender) override;
     void shareViewMoreButtonClicked(OstCustomShareView *shareView, QObject *sender) override;
+    // The quote as plain text for the clipboard: the sentence, its translation, "— author"
+    // and the day's link, a line each (a piece the quote lacks is left out).
+    static QString plainText(const OstQuote &quote);
     void shareQuoteViewWithPlatform(int platformType);
     // The whole screen with the text cover of the page in view, as share pictures show it:
     // the Screenshot chrome, share panel away. Restores nothing (see initNavigationBar).
@@ -136,6 +159,7 @@ Q_SIGNALS:
     void chromeChanged();
     void dayInViewChanged();
     void sharePanelShowingChanged();
+    void initialDayChanged();
 
 protected:
     void viewDidLoad() override;
@@ -147,10 +171,16 @@ private:
     // The quote of the page in view, or null.
     OstQuotePtr currentQuote();
     void setChrome(Chrome chrome);
+    void fillPageInView(const OstQuotePtr &quote);
 
     Chrome m_chrome = Normal;
     OstQuoteGalleryView *m_galleryView = nullptr;
     QPointer<OstCustomShareView> m_shareView;
     QHash<QString, OstQuotePtr> m_quotes;
     QDateTime m_dateToday;
+    QString m_initialDay;
+    // The day to show once today's answer has come.
+    QString m_pendingDay;
+    // The day opened or turned to from afar while its answer is awaited.
+    QString m_awaitedDay;
 };

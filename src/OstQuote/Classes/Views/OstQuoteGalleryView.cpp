@@ -130,6 +130,14 @@ void OstQuoteGalleryView::reloadData()
     scrollViewDidEndDecelerating(m_scrollView);
 }
 
+void OstQuoteGalleryView::reloadDataAtIndex(qint64 index)
+{
+    // reloadData() settles on the index a swipe would land on: that is this one.
+    m_readyCurrentIndex = qMax<qint64>(0, index);
+    setCurrentIndex(m_readyCurrentIndex);
+    reloadData();
+}
+
 QPointF OstQuoteGalleryView::offsetOfIndex(qint64 index) const
 {
     return QPointF(double(m_numberOfQuotes - 1 - index) * width(), 0);

@@ -77,6 +77,10 @@ public:
     // Asks the data source for the count again, sizes the content, scrolls (animated) to the
     // current page, makes one more page for it and settles as after a swipe.
     Q_INVOKABLE void reloadData();
+    // Loads as reloadData() does, resting at `index` (one of the pages the data source
+    // counts): the delegate learns that index and the gallery settles there, as after a swipe
+    // that landed on it. For a screen that opens at a day other than today.
+    void reloadDataAtIndex(qint64 index);
     // Turns to the page of `index` (held to the pages there are) as a swipe that lands there
     // does: the delegate learns the index when the turn begins, the page being left shrinks
     // and fades, and the gallery settles on it as after a swipe. A page further than one away

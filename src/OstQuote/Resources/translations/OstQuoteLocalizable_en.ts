@@ -16,6 +16,10 @@
         <source>Link copied</source>
         <translation>Link copied</translation>
     </message>
+    <message id="share_view_copy_text_copied">
+        <source>Text copied</source>
+        <translation>Text copied</translation>
+    </message>
     <message id="share_success">
         <extracomment>分享成功</extracomment>
         <source>Shared</source>

@@ -16,6 +16,10 @@
         <source>Link copied</source>
         <translation>链接已复制</translation>
     </message>
+    <message id="share_view_copy_text_copied">
+        <source>Text copied</source>
+        <translation>文字已复制</translation>
+    </message>
     <message id="share_success">
         <extracomment>分享成功</extracomment>
         <source>Shared</source>
