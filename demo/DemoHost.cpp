@@ -11,6 +11,8 @@
 #include <QImage>
 #include <QQuickWindow>
 
+#include <utility>
+
 namespace {
 
 const QUrl kCoverSkinURL(QStringLiteral("qrc:/DemoLaunchCover.qml"));
@@ -35,6 +37,8 @@ void DemoHost::setStage(Stage stage)
         return;
     m_stage = stage;
     Q_EMIT stageChanged();
+    if (m_stage == Home && !m_pendingDay.isEmpty())
+        openViewer(true, std::exchange(m_pendingDay, QString()));
 }
 
 DemoHomeViewController *DemoHost::makeHome()
@@ -61,7 +65,7 @@ void DemoHost::startWithLaunchScreen()
     m_navigation->pushViewController(m_launch, false);
 }
 
-void DemoHost::startWithViewer()
+void DemoHost::startWithViewer(const QString &day)
 {
     if (!m_navigation || m_stage != Starting)
         return;
@@ -70,15 +74,32 @@ void DemoHost::startWithViewer()
         return;
     m_navigation->pushViewController(m_home, false);
     setStage(Home);
-    openViewer(false);
+    openViewer(false, day);
 }
 
-void DemoHost::openViewer(bool animated)
+void DemoHost::openViewer(bool animated, const QString &day)
 {
     if (!m_navigation)
         return;
-    if (OstQuoteViewController *viewer = OstQuoteViewController::create(qmlEngine(m_navigation)))
+    if (OstQuoteViewController *viewer = OstQuoteViewController::create(qmlEngine(m_navigation))) {
+        if (!day.isEmpty())
+            viewer->setInitialDay(day);
         m_navigation->pushViewController(viewer, animated);
+    }
+}
+
+void DemoHost::openDay(const QString &day)
+{
+    if (!m_navigation || day.isEmpty())
+        return;
+    if (m_stage != Home) {
+        m_pendingDay = day;
+        return;
+    }
+    if (auto *viewer = qobject_cast<OstQuoteViewController *>(m_navigation->topViewController()))
+        viewer->showDay(day);
+    else
+        openViewer(true, day);
 }
 
 void DemoHost::willDismissLaunchViewController(OstQuoteLaunchViewController *controller)

@@ -21,6 +21,9 @@ class QQuickWindow;
 // fade; the host asks for it and waits for it to end). The launch screen may say so more than once (on
 // the way back from the viewer it says so at once and again 2.5 s later): only the first
 // time counts.
+//
+// A day to open (from a link) opens in a quote viewer over home: at once when home is up
+// (the viewer in view turns to it instead), or once home has come after the launch screen.
 class DemoHost : public QObject, public OstQuoteLaunchViewControllerDelegate
 {
     Q_OBJECT
@@ -43,11 +46,13 @@ public:
 
     // The launch screen first, home after it.
     void startWithLaunchScreen();
-    // Home at once, with a quote viewer pushed over it.
-    void startWithViewer();
+    // Home at once, with a quote viewer pushed over it (at `day`, a day key, when given).
+    void startWithViewer(const QString &day = QString());
 
-    // Pushes a new quote viewer.
-    Q_INVOKABLE void openViewer(bool animated = true);
+    // Pushes a new quote viewer, at `day` when given.
+    Q_INVOKABLE void openViewer(bool animated = true, const QString &day = QString());
+    // Shows the day `day` (a day key) in a quote viewer, as soon as home is up.
+    void openDay(const QString &day);
 
     void willDismissLaunchViewController(OstQuoteLaunchViewController *controller) override;
 
@@ -77,5 +82,6 @@ private:
     QPointer<DemoSnapshot> m_cover;
     Stage m_stage = Starting;
     bool m_dismissing = false;
+    QString m_pendingDay;
     int m_repeatedDismissals = 0;
 };

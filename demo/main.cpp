@@ -2,14 +2,22 @@
 // navigation stack: the module's launch screen, then the app's home screen, and the quote
 // viewer from there.
 //
-//   ostquote-demo [--viewer] [--api URL] [--size WxH] [--tablet] [--tour DIR]
+//   ostquote-demo [--viewer] [--api URL] [--size WxH] [--tablet] [--tour DIR] [LINK]
+//   ostquote-demo --register-links
+//
+// LINK, a link to a day (ostquote://day/YYYY-MM-DD or a share page of the server), opens the
+// viewer at that day once home is up. One window runs per user: a second start hands its
+// link to the window already open and ends.
 
 #include "DemoHost.h"
+#include "DemoInstance.h"
+#include "DemoLinkHandler.h"
 #include "DemoTour.h"
 
 #include <OTDevice.h>
 #include <OTNavigationController.h>
 #include <OstAPIClient.h>
+#include <OstQuoteLink.h>
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -50,7 +58,12 @@ int main(int argc, char *argv[])
     const QCommandLineOption tourOption(QStringLiteral("tour"),
                                         QStringLiteral("Walk through the app without a display, one PNG per step into DIR."),
                                         QStringLiteral("DIR"));
-    parser.addOptions({viewerOption, apiOption, sizeOption, tabletOption, tourOption});
+    const QCommandLineOption registerOption(QStringLiteral("register-links"),
+                                            QStringLiteral("Make this program the handler of ostquote:// links for this user, and end."));
+    parser.addOptions({viewerOption, apiOption, sizeOption, tabletOption, tourOption, registerOption});
+    parser.addPositionalArgument(QStringLiteral("LINK"),
+                                 QStringLiteral("A link to a day to open: ostquote://day/YYYY-MM-DD or a share page of the server."),
+                                 QStringLiteral("[LINK]"));
     if (!parser.parse(arguments))
         return fail(parser.errorText());
     if (parser.isSet(QStringLiteral("help"))) {
@@ -60,8 +73,18 @@ int main(int argc, char *argv[])
         std::fputs(qPrintable(parser.helpText()), stdout);
         return 0;
     }
-    if (!parser.positionalArguments().isEmpty())
-        return fail(QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().first()));
+    if (parser.positionalArguments().size() > 1)
+        return fail(QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().at(1)));
+    const QString link = parser.positionalArguments().value(0);
+    if (parser.isSet(registerOption)) {
+        QCoreApplication app(argc, argv);
+        QString error;
+        const QString written = DemoLinkHandler::registerFor(QCoreApplication::applicationFilePath(), &error);
+        if (written.isEmpty())
+            return fail(error);
+        std::fputs(qPrintable(written), stdout);
+        return 0;
+    }
 
     QUrl api;
     if (parser.isSet(apiOption)) {
@@ -70,6 +93,13 @@ int main(int argc, char *argv[])
             || api.host().isEmpty())
             return fail(QStringLiteral("--api wants an http(s) URL, not \"%1\"").arg(parser.value(apiOption)));
     }
+
+    // Share page links are the server's own: known once the API is.
+    const QUrl server = api.isValid() ? api : OstAPIClient::defaultBaseURL();
+    const QString day = link.isEmpty() ? QString() : OstQuoteLink::dayOfLink(QUrl(link.trimmed(), QUrl::StrictMode), server);
+    if (!link.isEmpty() && day.isEmpty())
+        return fail(QStringLiteral("not a link to a day: \"%1\" (expected ostquote://day/YYYY-MM-DD or a share page of %2)")
+                        .arg(link, server.toString()));
 
     const bool tablet = parser.isSet(tabletOption);
     const QString sizeText = parser.isSet(sizeOption) ? parser.value(sizeOption)
@@ -82,8 +112,8 @@ int main(int argc, char *argv[])
     const bool touring = parser.isSet(tourOption);
     QString tourDirectory;
     if (touring) {
-        if (parser.isSet(viewerOption))
-            return fail(QStringLiteral("--tour starts on the launch screen; leave out --viewer"));
+        if (parser.isSet(viewerOption) || !link.isEmpty())
+            return fail(QStringLiteral("--tour starts on the launch screen; leave out --viewer and the link"));
         if (parser.value(tourOption).isEmpty())
             return fail(QStringLiteral("--tour wants a folder"));
         tourDirectory = QDir(parser.value(tourOption)).absolutePath();
@@ -105,6 +135,21 @@ int main(int argc, char *argv[])
     if (tablet)
         OTDevice::currentDevice()->setUserInterfaceIdiom(OTDevice::Pad);
 
+    // The window already open takes the link; this start ends there.
+    DemoInstance instance;
+    if (!touring) {
+        QString error;
+        if (DemoInstance::handOver(link, &error)) {
+            std::printf("ostquote-demo: handed %s to the demo already running\n",
+                        link.isEmpty() ? "nothing" : qPrintable(link));
+            return 0;
+        }
+        if (!error.isEmpty())
+            return fail(error);
+        if (!instance.listen(&error))
+            std::fprintf(stderr, "ostquote-demo: %s; a second start will open its own window\n", qPrintable(error));
+    }
+
     QQuickView view;
     view.setTitle(QStringLiteral("OstQuote demo"));
     view.setResizeMode(QQuickView::SizeRootObjectToView);
@@ -125,11 +170,22 @@ int main(int argc, char *argv[])
         app.exit(failure);
     });
 
+    QObject::connect(&instance, &DemoInstance::linkReceived, &host, [&](const QString &handed) {
+        const QString handedDay = OstQuoteLink::dayOfLink(handed);
+        if (!handed.isEmpty() && handedDay.isEmpty())
+            std::fprintf(stderr, "ostquote-demo: not a link to a day: \"%s\"\n", qPrintable(handed));
+        host.openDay(handedDay);
+        view.raise();
+        view.requestActivate();
+    });
+
     view.show();
-    if (parser.isSet(viewerOption))
-        host.startWithViewer();
-    else
+    if (parser.isSet(viewerOption)) {
+        host.startWithViewer(day);
+    } else {
         host.startWithLaunchScreen();
+        host.openDay(day);
+    }
     if (failure)
         return failure;
 

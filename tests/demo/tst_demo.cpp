@@ -3,6 +3,7 @@
 
 #include "DemoHomeViewController.h"
 #include "DemoHost.h"
+#include "DemoInstance.h"
 #include "DemoSnapshot.h"
 #include "ClientCache.h"
 #include "HttpFixture.h"
@@ -20,15 +21,24 @@
 #include <OstQuoteLaunchViewController.h>
 #include <OstQuoteViewController.h>
 
+#include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QLocalSocket>
 #include <QQmlEngine>
 #include <QQuickView>
+#include <QProcess>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <cstring>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 namespace {
 
@@ -187,9 +197,9 @@ private Q_SLOTS:
     {
         const ProcessRun run = runDemo({QStringLiteral("--help")}, freshHeadless(*m_home), 30000);
         QCOMPARE(run.exitCode, 0);
-        QCOMPARE(run.out.section(u'\n', 0, 0), QStringLiteral("Usage: %1 [options]").arg(QStringLiteral(OSTQUOTE_DEMO_BINARY)));
+        QCOMPARE(run.out.section(u'\n', 0, 0), QStringLiteral("Usage: %1 [options] [LINK]").arg(QStringLiteral(OSTQUOTE_DEMO_BINARY)));
         QVERIFY(!run.out.contains(QLatin1String("<executable_name>")));
-        for (const char *option : {"--viewer", "--api", "--size", "--tablet", "--tour"})
+        for (const char *option : {"--viewer", "--api", "--size", "--tablet", "--tour", "--register-links", "[LINK]"})
             QVERIFY2(run.out.contains(QLatin1String(option)), option);
         QVERIFY(run.err.isEmpty());
     }
@@ -199,7 +209,12 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<QString>("message");
         QTest::newRow("unknown option") << QStringList{"--bogus"} << "bogus";
-        QTest::newRow("stray argument") << QStringList{"extra"} << "unexpected argument \"extra\"";
+        QTest::newRow("not a link") << QStringList{"extra"} << "not a link to a day: \"extra\"";
+        QTest::newRow("a link to no day") << QStringList{"ostquote://day/2017-02-30"} << "not a link to a day";
+        QTest::newRow("a share page elsewhere") << QStringList{"http://elsewhere.example/share/quotes/2017-02-14/"} << "not a link to a day";
+        QTest::newRow("two links") << QStringList{"ostquote://day/2017-02-14", "ostquote://day/2017-02-15"}
+                                   << "unexpected argument \"ostquote://day/2017-02-15\"";
+        QTest::newRow("tour with a link") << QStringList{"--tour", "x", "ostquote://day/2017-02-14"} << "leave out --viewer and the link";
         QTest::newRow("size without height") << QStringList{"--size", "375"} << "--size wants";
         QTest::newRow("size in words") << QStringList{"--size", "bigxsmall"} << "--size wants";
         QTest::newRow("api not http") << QStringList{"--api", "ftp://127.0.0.1/"} << "--api wants";
@@ -218,6 +233,136 @@ private Q_SLOTS:
         QVERIFY2(run.err.startsWith(QLatin1String("ostquote-demo: ")), qPrintable(run.err));
         QVERIFY2(run.err.contains(message), qPrintable(run.err));
         QVERIFY(run.out.isEmpty());
+    }
+
+    // A link on the command line opens its day once home is up, after the launch screen or
+    // straight away; a second start hands its link to the window already open and ends, and
+    // the window turns to that day. Each day is asked for as at any rest: the older first.
+    void aLinkOpensItsDayAndASecondStartHandsItsLinkOver_data()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QString>("link");
+        QTest::addColumn<QString>("day");
+        QTest::addColumn<QString>("secondLink");
+        QTest::addColumn<QString>("secondDay");
+        const QString share = m_server.baseURL().toString() + QStringLiteral("/share/quotes/");
+        QTest::newRow("after the launch screen") << QStringList{} << "ostquote://day/2017-02-14" << "2017-02-14"
+                                                 << share + "2017-01-10/?via=weibo" << "2017-01-10";
+        QTest::newRow("straight into the viewer") << QStringList{"--viewer"} << share + "2017-02-10/" << "2017-02-10"
+                                                  << "ostquote://day/2017-01-05" << "2017-01-05";
+    }
+
+    void aLinkOpensItsDayAndASecondStartHandsItsLinkOver()
+    {
+        QFETCH(QStringList, options);
+        QFETCH(QString, link);
+        QFETCH(QString, day);
+        QFETCH(QString, secondLink);
+        QFETCH(QString, secondDay);
+        QProcessEnvironment environment = freshHeadless(*m_home);
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("OSTQUOTE_API_BASE"), m_server.baseURL().toString());
+        QVERIFY(QDir().mkpath(m_home->filePath(QStringLiteral("run"))));
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_home->filePath(QStringLiteral("run")));
+        // The days asked for since `from` in the server's log.
+        auto asked = [this](qsizetype from) { return m_server.requestedQuotes().mid(from); };
+        auto olderFirst = [](const QStringList &days, const QString &dayKey) {
+            const QString older = QDate::fromString(dayKey, Qt::ISODate).addDays(-1).toString(Qt::ISODate);
+            return days.contains(dayKey) && days.indexOf(older) >= 0 && days.indexOf(older) < days.indexOf(dayKey);
+        };
+
+        const qsizetype before = m_server.requestedQuotes().size();
+        QProcess window;
+        window.setProcessEnvironment(environment);
+        window.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        window.start(QStringLiteral(OSTQUOTE_DEMO_BINARY), options + QStringList{link});
+        auto stop = qScopeGuard([&window]() {
+            window.kill();
+            window.waitForFinished(10000);
+        });
+        QVERIFY(window.waitForStarted(10000));
+        QTRY_VERIFY2_WITH_TIMEOUT(olderFirst(asked(before), day), qPrintable(asked(before).join(u' ')), 30000);
+
+        const qsizetype handed = m_server.requestedQuotes().size();
+        const ProcessRun second = runDemo({secondLink}, environment, 30000);
+        QCOMPARE(second.exitCode, 0);
+        QVERIFY2(second.out.contains(QLatin1String("handed ") + secondLink), qPrintable(second.out));
+        QTRY_VERIFY2_WITH_TIMEOUT(olderFirst(asked(handed), secondDay), qPrintable(asked(handed).join(u' ')), 30000);
+        QCOMPARE(window.state(), QProcess::Running);
+    }
+
+    // The open window listens where a socket left by a demo that died still lies, drops a
+    // peer that floods it or says nothing, and meanwhile takes a link from a proper one.
+    void theWindowsSocketSurvivesStaleFilesAndRudePeers()
+    {
+        const QString run = m_home->filePath(QStringLiteral("run"));
+        QVERIFY(QDir().mkpath(run));
+        qputenv("XDG_RUNTIME_DIR", run.toLocal8Bit());
+        auto restore = qScopeGuard([]() { qunsetenv("XDG_RUNTIME_DIR"); });
+        // A socket file nobody listens on, as a killed demo leaves it.
+        {
+            const QByteArray path = QFile::encodeName(DemoInstance::socketName());
+            sockaddr_un address{};
+            address.sun_family = AF_UNIX;
+            QVERIFY(size_t(path.size()) < sizeof address.sun_path);
+            std::memcpy(address.sun_path, path.constData(), size_t(path.size()));
+            const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+            QCOMPARE(::bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+            ::close(fd);
+            QVERIFY(QFileInfo::exists(QString::fromLocal8Bit(path)));
+        }
+        DemoInstance instance;
+        QString error;
+        QVERIFY2(instance.listen(&error), qPrintable(error));
+        QSignalSpy links(&instance, &DemoInstance::linkReceived);
+
+        QLocalSocket silent;
+        silent.connectToServer(DemoInstance::socketName());
+        QVERIFY(silent.waitForConnected(1000));
+        QLocalSocket flood;
+        flood.connectToServer(DemoInstance::socketName());
+        QVERIFY(flood.waitForConnected(1000));
+        flood.write(QByteArray(DemoInstance::MaximumLineLength * 4, 'x'));
+        QLocalSocket proper;
+        proper.connectToServer(DemoInstance::socketName());
+        QVERIFY(proper.waitForConnected(1000));
+        QByteArray answer;
+        connect(&proper, &QLocalSocket::readyRead, this, [&]() { answer += proper.readAll(); });
+        proper.write("ostquote://day/2017-01-01\n");
+
+        QTRY_COMPARE(links.count(), 1);
+        QCOMPARE(links.first().first().toString(), QStringLiteral("ostquote://day/2017-01-01"));
+        QTRY_COMPARE(answer, QByteArray("ok\n"));
+        QTRY_COMPARE(flood.state(), QLocalSocket::UnconnectedState);
+        QTRY_COMPARE_WITH_TIMEOUT(silent.state(), QLocalSocket::UnconnectedState, DemoInstance::PeerTimeout + 5000);
+        QCOMPARE(links.count(), 1);
+    }
+
+    // --register-links makes the demo the user's handler of the app's links, keeping what
+    // else the user's mimeapps.list says.
+    void registerLinksWritesTheEntryAndTheDefault()
+    {
+        QProcessEnvironment environment = freshHeadless(*m_home);
+        const QString list = m_home->filePath(QStringLiteral("config/mimeapps.list"));
+        QVERIFY(QDir().mkpath(m_home->filePath(QStringLiteral("config"))));
+        {
+            QFile file(list);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write("[Default Applications]\ntext/html=browser.desktop\nx-scheme-handler/ostquote=old.desktop\n\n"
+                       "[Added Associations]\nimage/png=viewer.desktop;\n");
+        }
+        const ProcessRun run = runDemo({QStringLiteral("--register-links")}, environment, 30000);
+        QCOMPARE(run.exitCode, 0);
+        QFile entry(m_home->filePath(QStringLiteral("data/applications/ostquote-demo.desktop")));
+        QVERIFY(entry.open(QIODevice::ReadOnly));
+        const QString text = QString::fromUtf8(entry.readAll());
+        QVERIFY2(text.contains(QStringLiteral("\nExec=\"%1\" %u\n").arg(QStringLiteral(OSTQUOTE_DEMO_BINARY))), qPrintable(text));
+        QVERIFY(text.contains(QLatin1String("\nMimeType=x-scheme-handler/ostquote;\n")));
+        QFile file(list);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(QString::fromUtf8(file.readAll()),
+                 QStringLiteral("[Default Applications]\ntext/html=browser.desktop\nx-scheme-handler/ostquote=ostquote-demo.desktop\n\n"
+                                "[Added Associations]\nimage/png=viewer.desktop;\n"));
     }
 
     // --- The host in process --------------------------------------------------------------

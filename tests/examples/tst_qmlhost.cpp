@@ -215,6 +215,33 @@ private Q_SLOTS:
     }
 
     // The QML singleton is the process's client: a base URL set from QML is the one C++ uses.
+    // A QML host opens the viewer at the day of a link, as the README shows it.
+    void aQmlHostOpensTheViewerAtTheDayOfALink()
+    {
+        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
+        QQmlApplicationEngine engine;
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        engine.loadData(R"(
+            import QtQuick
+            import QtQuick.Controls
+            import OstQuote
+            Window {
+                width: 375; height: 667; visible: true
+                StackView { id: stack; anchors.fill: parent; initialItem: Item {} }
+                Component { id: viewer; OstQuoteViewController {} }
+                function open(link) { stack.push(viewer, {initialDay: OstQuoteLink.dayOf(link)}, StackView.Immediate) }
+            })");
+        QObject *root = engine.rootObjects().value(0);
+        QVERIFY(root);
+        const QString link = m_server.baseURL().toString() + QStringLiteral("/share/quotes/2017-02-14/?via=qq");
+        QVERIFY(QMetaObject::invokeMethod(root, "open", Q_ARG(QVariant, link)));
+        auto *shown = qobject_cast<OstQuoteViewController *>(currentOf(stackOf(engine)));
+        QVERIFY(shown);
+        QCOMPARE(shown->initialDay(), QStringLiteral("2017-02-14"));
+        QTRY_VERIFY(shown->galleryView()->currentQuoteView() && shown->galleryView()->currentQuoteView()->quote());
+        QCOMPARE(shown->galleryView()->currentQuoteView()->quote()->assign_date(), QStringLiteral("2017-02-14"));
+    }
+
     void theBaseURLCanBeSetFromQml()
     {
         QQmlEngine engine;
