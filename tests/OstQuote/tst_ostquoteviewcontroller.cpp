@@ -659,6 +659,10 @@ private Q_SLOTS:
         QCOMPARE(QGuiApplication::clipboard()->text(), expected);
         QCOMPARE(Global::sharedGlobal()->lastHUBText(), QStringLiteral("Text copied"));
         QTRY_VERIFY(!m_viewer->shareView()->isShowing());
+        QTRY_COMPARE(m_viewer->shareView()->presentation(), 0.0);
+        QCOMPARE(messagesIn(m_view.get()).size(), 1);
+        QTest::qWait(300); // the message fades in
+        saveScreenshot(m_view.get(), QStringLiteral("viewer-text-copied.png"));
 
         m_viewer->setQuotes({});
         QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
