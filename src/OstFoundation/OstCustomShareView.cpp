@@ -223,19 +223,21 @@ void OstCustomShareView::platformClicked(int platformType)
 
 void OstCustomShareView::copyLinkClicked(QObject *sender)
 {
-    // The delegate may take the panel down with it.
-    QPointer<OstCustomShareView> self(this);
-    if (OstCustomShareViewDelegate *delegate = d->delegate())
-        delegate->shareViewCopyLinkClicked(this, sender);
-    if (self)
-        hideWithAnimated(true);
+    tellDelegateThenHide(&OstCustomShareViewDelegate::shareViewCopyLinkClicked, sender);
 }
 
 void OstCustomShareView::copyTextClicked(QObject *sender)
 {
+    tellDelegateThenHide(&OstCustomShareViewDelegate::shareViewCopyTextClicked, sender);
+}
+
+void OstCustomShareView::tellDelegateThenHide(void (OstCustomShareViewDelegate::*call)(OstCustomShareView *, QObject *),
+                                              QObject *sender)
+{
+    // The delegate may take the panel down with it.
     QPointer<OstCustomShareView> self(this);
     if (OstCustomShareViewDelegate *delegate = d->delegate())
-        delegate->shareViewCopyTextClicked(this, sender);
+        (delegate->*call)(this, sender);
     if (self)
         hideWithAnimated(true);
 }

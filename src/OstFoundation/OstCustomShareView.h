@@ -121,6 +121,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    void tellDelegateThenHide(void (OstCustomShareViewDelegate::*call)(OstCustomShareView *, QObject *), QObject *sender);
     void setPresentation(qreal presentation);
 
     QPointer<QObject> m_delegate;
