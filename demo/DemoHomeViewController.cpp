@@ -7,14 +7,38 @@
 #include <OTUserInfoStore+OstQuote.h>
 #include <OstQuoteViewController.h>
 
+#include <OTClock.h>
+#include <OTDate.h>
+
+#include <QLocale>
+
+#include <algorithm>
+
 namespace {
 
 const QUrl kSkinURL(QStringLiteral("qrc:/DemoHome.qml"));
+
+// The first day with a quote.
+const QDate kFirstDay(2016, 10, 1);
+
+// The demo speaks English, and Chinese where the locale's language is Chinese.
+bool speaksChinese()
+{
+    return QLocale().language() == QLocale::Chinese;
+}
+
+// Today, the device's day in the foundation's clock and zone.
+QDate today()
+{
+    return OTClock::now().toTimeZone(OTClock::timeZone()).date();
+}
 
 } // namespace
 
 DemoHomeViewController::DemoHomeViewController(QQuickItem *parent)
     : OTCommonsViewController(parent)
+    , m_lastDay(std::max(today(), kFirstDay))
+    , m_focusedDay(m_lastDay)
 {
 }
 
@@ -44,6 +68,158 @@ QString DemoHomeViewController::viewerButtonTitle() const
 QString DemoHomeViewController::retryButtonTitle() const
 {
     return QStringLiteral("Try again");
+}
+
+QString DemoHomeViewController::firstDay()
+{
+    return kFirstDay.toString(QLatin1String(OTDayKeyFormat));
+}
+
+QString DemoHomeViewController::lastDay() const
+{
+    return m_lastDay.toString(QLatin1String(OTDayKeyFormat));
+}
+
+QString DemoHomeViewController::focusedDay() const
+{
+    return m_focusedDay.toString(QLatin1String(OTDayKeyFormat));
+}
+
+QString DemoHomeViewController::shownMonthTitle() const
+{
+    const QLocale locale;
+    return locale.toString(m_focusedDay, speaksChinese() ? QStringLiteral("yyyy年M月") : QStringLiteral("MMMM yyyy"));
+}
+
+bool DemoHomeViewController::canShowPreviousMonth() const
+{
+    return QDate(m_focusedDay.year(), m_focusedDay.month(), 1) > kFirstDay;
+}
+
+bool DemoHomeViewController::canShowNextMonth() const
+{
+    return QDate(m_focusedDay.year(), m_focusedDay.month(), 1) < QDate(m_lastDay.year(), m_lastDay.month(), 1);
+}
+
+QString DemoHomeViewController::openDayButtonTitle() const
+{
+    return speaksChinese() ? QStringLiteral("打开某一天…") : QStringLiteral("Open a day…");
+}
+
+QString DemoHomeViewController::dayPickerTitle() const
+{
+    return speaksChinese() ? QStringLiteral("打开某一天") : QStringLiteral("Open a day");
+}
+
+QString DemoHomeViewController::previousMonthTitle() const
+{
+    return speaksChinese() ? QStringLiteral("上个月") : QStringLiteral("Previous month");
+}
+
+QString DemoHomeViewController::nextMonthTitle() const
+{
+    return speaksChinese() ? QStringLiteral("下个月") : QStringLiteral("Next month");
+}
+
+QString DemoHomeViewController::unavailableDayText() const
+{
+    return speaksChinese() ? QStringLiteral("没有这一天的名言") : QStringLiteral("No quote for this day");
+}
+
+bool DemoHomeViewController::canPickDay(const QString &dayKey) const
+{
+    const QDate day = ot_dayFromKey(dayKey);
+    return day.isValid() && day >= kFirstDay && day <= m_lastDay;
+}
+
+QString DemoHomeViewController::spokenDay(const QString &dayKey) const
+{
+    const QDate day = ot_dayFromKey(dayKey);
+    return day.isValid() ? QLocale().toString(day, QLocale::LongFormat) : QString();
+}
+
+QDate DemoHomeViewController::clampToRange(const QDate &day) const
+{
+    return std::clamp(day, kFirstDay, m_lastDay);
+}
+
+void DemoHomeViewController::setFocusedDay(const QDate &day)
+{
+    if (day == m_focusedDay)
+        return;
+    const bool monthChanged = day.year() != m_focusedDay.year() || day.month() != m_focusedDay.month();
+    m_focusedDay = day;
+    Q_EMIT focusedDayChanged();
+    if (monthChanged)
+        Q_EMIT shownMonthChanged();
+}
+
+bool DemoHomeViewController::openDayPicker()
+{
+    const QDate now = today();
+    if (now < kFirstDay)
+        return false;
+    const bool wasOpen = m_dayPickerOpen;
+    const QDate lastDay = m_lastDay;
+    m_lastDay = now;
+    m_dayPickerOpen = true;
+    if (!wasOpen || lastDay != m_lastDay)
+        Q_EMIT dayPickerChanged();
+    // Opened anew, it starts at today; already open, it keeps its day (within the new range).
+    const QDate shown = m_focusedDay;
+    setFocusedDay(wasOpen ? clampToRange(m_focusedDay) : m_lastDay);
+    // The flip buttons follow the new range even where the month shown stays.
+    if (lastDay != m_lastDay && shown.month() == m_focusedDay.month() && shown.year() == m_focusedDay.year())
+        Q_EMIT shownMonthChanged();
+    return true;
+}
+
+void DemoHomeViewController::closeDayPicker()
+{
+    if (!m_dayPickerOpen)
+        return;
+    m_dayPickerOpen = false;
+    Q_EMIT dayPickerChanged();
+}
+
+bool DemoHomeViewController::flipMonth(int months)
+{
+    const QDate target = m_focusedDay.addMonths(months);
+    const QDate targetMonth(target.year(), target.month(), 1);
+    if (!target.isValid() || targetMonth > m_lastDay || targetMonth.addMonths(1) <= kFirstDay)
+        return false;
+    setFocusedDay(clampToRange(target));
+    return true;
+}
+
+void DemoHomeViewController::moveFocusedDay(int days)
+{
+    setFocusedDay(clampToRange(m_focusedDay.addDays(days)));
+}
+
+void DemoHomeViewController::focusFirstDay()
+{
+    setFocusedDay(kFirstDay);
+}
+
+void DemoHomeViewController::focusLastDay()
+{
+    setFocusedDay(m_lastDay);
+}
+
+bool DemoHomeViewController::pickDay(const QString &dayKey)
+{
+    if (!m_dayPickerOpen || !canPickDay(dayKey))
+        return false;
+    setFocusedDay(ot_dayFromKey(dayKey));
+    closeDayPicker();
+    openViewerAtDay(dayKey);
+    return true;
+}
+
+bool DemoHomeViewController::pickFocusedDay()
+{
+    return pickDay(focusedDay());
 }
 
 void DemoHomeViewController::viewDidLoad()
@@ -108,4 +284,17 @@ void DemoHomeViewController::openViewer()
         return;
     if (OstQuoteViewController *viewer = OstQuoteViewController::create(qmlEngineForScene()))
         navigation->pushViewController(viewer, true);
+}
+
+void DemoHomeViewController::openViewerAtDay(const QString &dayKey)
+{
+    OTNavigationController *navigation = navigationController();
+    if (!navigation)
+        return;
+    if (OstQuoteViewController *viewer = OstQuoteViewController::create(qmlEngineForScene())) {
+        // Before the push: the viewer shows that day once it knows today's answer. Set by name,
+        // so that a viewer without the property yet keeps it as a dynamic one.
+        viewer->setProperty("initialDay", dayKey);
+        navigation->pushViewController(viewer, true);
+    }
 }
