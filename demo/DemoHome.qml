@@ -223,7 +223,11 @@ DemoHomeViewController {
         focus: true
         visible: home.dayPickerOpen
         closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
-        onOpened: dayPicker.showsKeyboardDay = dayPicker.openedFromKeyboard
+        // The keys go to the month's grid, wherever they were when the picker last closed.
+        onOpened: {
+            dayPicker.showsKeyboardDay = dayPicker.openedFromKeyboard
+            monthGrid.forceActiveFocus(Qt.PopupFocusReason)
+        }
         onClosed: {
             home.closeDayPicker()
             openDayButton.forceActiveFocus(dayPicker.openedFromKeyboard ? Qt.TabFocusReason : Qt.OtherFocusReason)

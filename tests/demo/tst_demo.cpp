@@ -595,7 +595,16 @@ private Q_SLOTS:
         QVERIFY(homeScreen->isDayPickerOpen());
         QVERIFY(!button->hasActiveFocus());
         QVERIFY(mark(QStringLiteral("2017-03-01"))->isVisible());
-        QTest::keyClick(m_view.get(), Qt::Key_Left);
+        // Tab goes round the picker's buttons and its grid; Return presses a button.
+        QQuickItem *previous = sceneItem(QStringLiteral("previousMonthButton"));
+        QQuickItem *next = sceneItem(QStringLiteral("nextMonthButton"));
+        QTest::keyClick(m_view.get(), Qt::Key_Tab);
+        QVERIFY(previous->hasActiveFocus());
+        QVERIFY(findItem(previous, QStringLiteral("previousMonthButtonFocusRing"))->isVisible());
+        QTest::keyClick(m_view.get(), Qt::Key_Return);
+        QCOMPARE(homeScreen->focusedDay(), QStringLiteral("2017-02-01"));
+        QTest::keyClick(m_view.get(), Qt::Key_Tab);
+        QVERIFY(next->hasActiveFocus());
         QTest::keyClick(m_view.get(), Qt::Key_Escape);
         QTRY_VERIFY(!picker->isVisible());
         QVERIFY(!homeScreen->isDayPickerOpen());
