@@ -240,9 +240,11 @@ DemoHomeViewController {
             border.color: OTPalette.ostrelFrameColor
         }
 
-        contentItem: FocusScope {
+        FocusScope {
             id: pickerContent
             objectName: "dayPickerContent"
+            width: parent.width
+            implicitWidth: pickerColumn.implicitWidth
             implicitHeight: pickerColumn.implicitHeight
             focus: true
             Accessible.role: Accessible.Dialog
@@ -344,67 +346,90 @@ DemoHomeViewController {
                         event.accepted = handled
                     }
 
-                    delegate: Item {
-                        id: cell
-                        required property var model
-                        readonly property bool inMonth: cell.model.month === monthGrid.month
-                        readonly property string dayKey: cell.model.year + "-" + ("0" + (cell.model.month + 1)).slice(-2)
-                                                         + "-" + ("0" + cell.model.day).slice(-2)
-                        readonly property bool pickable: home.lastDay.length > 0 && home.canPickDay(cell.dayKey)
-                        readonly property bool isToday: cell.dayKey === home.lastDay
-                        readonly property bool keyboardDay: cell.dayKey === home.focusedDay
+                    // The grid of the style, its cells this skin's.
+                    contentItem: Grid {
+                        rows: 6
+                        columns: 7
+                        rowSpacing: monthGrid.spacing
+                        columnSpacing: monthGrid.spacing
 
-                        objectName: "day-" + cell.dayKey
-                        implicitWidth: 40
-                        implicitHeight: 40
-                        // Days of the months around are not shown.
-                        opacity: cell.inMonth ? 1 : 0
-                        enabled: cell.inMonth && cell.pickable
-                        Accessible.role: Accessible.Button
-                        Accessible.name: home.spokenDay(cell.dayKey)
-                        Accessible.description: cell.pickable ? "" : home.unavailableDayText
-                        Accessible.ignored: !cell.inMonth
-                        Accessible.focusable: true
-                        Accessible.focused: cell.keyboardDay && monthGrid.activeFocus
-                        Accessible.onPressAction: home.pickDay(cell.dayKey)
-
-                        Rectangle {
-                            objectName: "todayRing"
-                            anchors.centerIn: parent
-                            width: Math.min(parent.width, parent.height) - 2
-                            height: width
-                            radius: width / 2
-                            color: press.pressed ? OTPalette.ostrelPressedColor : "transparent"
-                            border.width: cell.isToday ? 2 : 0
-                            border.color: OTPalette.ostrelGreen
-                            visible: cell.isToday || press.pressed
-                        }
-                        Rectangle {
-                            objectName: "keyboardDayMark"
-                            anchors.fill: parent
-                            radius: 6
-                            color: "transparent"
-                            border.width: 2
-                            border.color: OTPalette.ostrelFocusColor
-                            visible: cell.keyboardDay && cell.inMonth && dayPicker.showsKeyboardDay && monthGrid.activeFocus
-                        }
-                        Text {
-                            anchors.centerIn: parent
-                            text: cell.model.day
-                            textFormat: Text.PlainText
-                            font.pixelSize: 15
-                            font.weight: cell.isToday ? Font.Bold : Font.Normal
-                            color: cell.isToday ? OTPalette.ostrelGreen : OTPalette.ostrelFontColorTitle
-                            opacity: cell.enabled ? 1 : 0.35
-                        }
-                        MouseArea {
-                            id: press
-                            anchors.fill: parent
-                            onClicked: home.pickDay(cell.dayKey)
+                        Repeater {
+                            model: monthGrid.source
+                            delegate: DayCell {}
+                            // A delegate sees nothing outside itself: it is handed the screen,
+                            // the month shown and whether the keyboard's day is framed.
+                            onItemAdded: (index, item) => {
+                                item.home = home
+                                item.shownMonth = Qt.binding(() => monthGrid.month)
+                                item.framesKeyboardDay = Qt.binding(() => dayPicker.showsKeyboardDay && monthGrid.activeFocus)
+                            }
                         }
                     }
                 }
             }
+        }
+    }
+
+    // A day of the picker's month grid; days of the months around are not shown.
+    component DayCell: Item {
+        id: cell
+        required property var model
+        property DemoHomeViewController home: null
+        property int shownMonth: -1
+        property bool framesKeyboardDay: false
+        readonly property bool inMonth: cell.model.month === cell.shownMonth
+        readonly property string dayKey: cell.model.year + "-" + ("0" + (cell.model.month + 1)).slice(-2)
+                                         + "-" + ("0" + cell.model.day).slice(-2)
+        readonly property bool pickable: cell.home !== null && cell.home.lastDay.length > 0 && cell.home.canPickDay(cell.dayKey)
+        readonly property bool isToday: cell.home !== null && cell.dayKey === cell.home.lastDay
+        readonly property bool keyboardDay: cell.home !== null && cell.dayKey === cell.home.focusedDay
+
+        objectName: "day-" + cell.dayKey
+        implicitWidth: 40
+        implicitHeight: 40
+        opacity: cell.inMonth ? 1 : 0
+        enabled: cell.inMonth && cell.pickable
+        Accessible.role: Accessible.Button
+        Accessible.name: cell.home ? cell.home.spokenDay(cell.dayKey) : ""
+        Accessible.description: cell.pickable || !cell.home ? "" : cell.home.unavailableDayText
+        Accessible.ignored: !cell.inMonth
+        Accessible.focusable: true
+        Accessible.focused: cell.keyboardDay && cell.framesKeyboardDay
+        Accessible.onPressAction: if (cell.home) cell.home.pickDay(cell.dayKey)
+
+        Rectangle {
+            objectName: "todayRing"
+            anchors.centerIn: parent
+            width: Math.min(parent.width, parent.height) - 2
+            height: width
+            radius: width / 2
+            color: press.pressed ? OTPalette.ostrelPressedColor : "transparent"
+            border.width: cell.isToday ? 2 : 0
+            border.color: OTPalette.ostrelGreen
+            visible: cell.isToday || press.pressed
+        }
+        Rectangle {
+            objectName: "keyboardDayMark"
+            anchors.fill: parent
+            radius: 6
+            color: "transparent"
+            border.width: 2
+            border.color: OTPalette.ostrelFocusColor
+            visible: cell.keyboardDay && cell.inMonth && cell.framesKeyboardDay
+        }
+        Text {
+            anchors.centerIn: parent
+            text: cell.model.day
+            textFormat: Text.PlainText
+            font.pixelSize: 15
+            font.weight: cell.isToday ? Font.Bold : Font.Normal
+            color: cell.isToday ? OTPalette.ostrelGreen : OTPalette.ostrelFontColorTitle
+            opacity: cell.enabled ? 1 : 0.35
+        }
+        MouseArea {
+            id: press
+            anchors.fill: parent
+            onClicked: if (cell.home) cell.home.pickDay(cell.dayKey)
         }
     }
 
