@@ -7,7 +7,6 @@
 #include <OTUserInfoStore+OstQuote.h>
 #include <OstQuoteViewController.h>
 
-#include <OTClock.h>
 #include <OTDate.h>
 
 #include <QLocale>
@@ -27,10 +26,15 @@ bool speaksChinese()
     return QLocale().language() == QLocale::Chinese;
 }
 
-// Today, the device's day in the foundation's clock and zone.
+// Today, the device's day in the foundation's clock and zone, as the viewer reckons it.
 QDate today()
 {
-    return OTClock::now().toTimeZone(OTClock::timeZone()).date();
+    return ot_dayFromKey(ot_todayKey());
+}
+
+bool sameMonth(const QDate &a, const QDate &b)
+{
+    return a.year() == b.year() && a.month() == b.month();
 }
 
 } // namespace
@@ -147,7 +151,7 @@ void DemoHomeViewController::setFocusedDay(const QDate &day)
 {
     if (day == m_focusedDay)
         return;
-    const bool monthChanged = day.year() != m_focusedDay.year() || day.month() != m_focusedDay.month();
+    const bool monthChanged = !sameMonth(day, m_focusedDay);
     m_focusedDay = day;
     Q_EMIT focusedDayChanged();
     if (monthChanged)
@@ -159,17 +163,16 @@ bool DemoHomeViewController::openDayPicker()
     const QDate now = today();
     if (now < kFirstDay)
         return false;
-    const bool wasOpen = m_dayPickerOpen;
-    const QDate lastDay = m_lastDay;
+    if (m_dayPickerOpen)
+        return true;
+    const bool rangeChanged = now != m_lastDay;
+    const bool monthStays = sameMonth(m_focusedDay, now);
     m_lastDay = now;
     m_dayPickerOpen = true;
-    if (!wasOpen || lastDay != m_lastDay)
-        Q_EMIT dayPickerChanged();
-    // Opened anew, it starts at today; already open, it keeps its day (within the new range).
-    const QDate shown = m_focusedDay;
-    setFocusedDay(wasOpen ? clampToRange(m_focusedDay) : m_lastDay);
+    Q_EMIT dayPickerChanged();
+    setFocusedDay(m_lastDay);
     // The flip buttons follow the new range even where the month shown stays.
-    if (lastDay != m_lastDay && shown.month() == m_focusedDay.month() && shown.year() == m_focusedDay.year())
+    if (rangeChanged && monthStays)
         Q_EMIT shownMonthChanged();
     return true;
 }

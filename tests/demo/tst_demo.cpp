@@ -107,13 +107,11 @@ class TestDemo : public QObject
         QVERIFY(m_navigation);
     }
 
-    // Home on the host, 1 March 2017 in UTC, showing today's quote from the server; null when
-    // it does not come up. The viewers the test pushes then ask a port that refuses at once:
-    // nothing of theirs is still on the way, nor written, when the test's home folder goes.
+    // Home on the host, showing today's quote from the server; null when it does not come up.
+    // The viewers the test pushes then ask a port that refuses at once: nothing of theirs is
+    // still on the way, nor written, when the test's home folder goes.
     DemoHomeViewController *openHome()
     {
-        OTClock::setTimeZone(QTimeZone("UTC"));
-        OTClock::setNow(kNow);
         OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
         m_view = std::make_unique<QQuickView>();
         m_navigation = openHostWindow(*m_view);
@@ -145,7 +143,9 @@ class TestDemo : public QObject
 private Q_SLOTS:
     void init()
     {
-        // Day names as in the UK unless a test says otherwise.
+        // The server's day in UTC, and day names as in the UK, unless a test says otherwise.
+        OTClock::setTimeZone(QTimeZone("UTC"));
+        OTClock::setNow(kNow);
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
         m_home = std::make_unique<QTemporaryDir>();
         QVERIFY(m_home->isValid());
@@ -551,6 +551,47 @@ private Q_SLOTS:
         QTRY_VERIFY(!picker->isVisible());
         QCOMPARE(m_navigation->depth(), 2);
         QCOMPARE(viewerDay(), picked);
+    }
+
+    // The range ends on the device's day in the foundation's clock and zone, read again at
+    // each opening; a clock before the first day with a quote opens nothing.
+    void theDayPickersRangeEndsToday_data()
+    {
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<QString>("zone");
+        QTest::addColumn<QString>("today"); // empty: the picker does not open
+        QTest::newRow("UTC") << kNow << "UTC" << "2017-03-01";
+        QTest::newRow("Shanghai, past its midnight")
+            << QDateTime(QDate(2017, 3, 1), QTime(17, 0), Qt::UTC) << "Asia/Shanghai" << "2017-03-02";
+        QTest::newRow("Los Angeles, before its midnight")
+            << QDateTime(QDate(2017, 3, 2), QTime(7, 0), Qt::UTC) << "America/Los_Angeles" << "2017-03-01";
+        QTest::newRow("the first day") << QDateTime(QDate(2016, 10, 1), QTime(0, 0), Qt::UTC) << "UTC" << "2016-10-01";
+        QTest::newRow("before the first day") << QDateTime(QDate(2016, 9, 30), QTime(23, 59), Qt::UTC) << "UTC" << "";
+    }
+    void theDayPickersRangeEndsToday()
+    {
+        QFETCH(QDateTime, now);
+        QFETCH(QString, zone);
+        QFETCH(QString, today);
+        DemoHomeViewController *homeScreen = openHome();
+        QVERIFY(homeScreen);
+        OTClock::setTimeZone(QTimeZone(zone.toLatin1()));
+        OTClock::setNow(now);
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(sceneItem(QStringLiteral("openDayButton"))));
+        QQuickItem *picker = sceneItem(QStringLiteral("dayPickerContent"));
+        if (today.isEmpty()) {
+            QVERIFY(!homeScreen->isDayPickerOpen());
+            QVERIFY(!picker || !picker->isVisible());
+            return;
+        }
+        QTRY_VERIFY(picker && picker->isVisible());
+        QCOMPARE(homeScreen->lastDay(), today);
+        QCOMPARE(homeScreen->focusedDay(), today);
+        const QDate day = QDate::fromString(today, Qt::ISODate);
+        QVERIFY(dayCell(today)->isEnabled());
+        QVERIFY(!dayCell(day.addDays(1).toString(Qt::ISODate))->isEnabled());
+        QCOMPARE(sceneItem(QStringLiteral("previousMonthButton"))->isEnabled(), day.month() != 10 || day.year() != 2016);
+        QVERIFY(!sceneItem(QStringLiteral("nextMonthButton"))->isEnabled());
     }
 
     // From the keyboard alone: Tab to the button, a key opens the picker, Esc closes it and
