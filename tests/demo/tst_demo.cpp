@@ -1,5 +1,6 @@
 // The demo host app: its headless tour run as a user runs it, against the real server, its
-// refusals of bad options, and, in process, how the host takes the launch screen away.
+// refusals of bad options, and, in process, how the host takes the launch screen away and
+// home's day picker.
 
 #include "DemoHomeViewController.h"
 #include "DemoHost.h"
@@ -21,6 +22,7 @@
 #include <OstQuoteLaunchViewController.h>
 #include <OstQuoteViewController.h>
 
+#include <QAccessible>
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -88,6 +90,13 @@ OTNavigationController *openHostWindow(QQuickView &view)
     return navigation;
 }
 
+// What a screen reader is told of `item`.
+QString accessibleName(QQuickItem *item)
+{
+    QAccessibleInterface *iface = item ? QAccessible::queryAccessibleInterface(item) : nullptr;
+    return iface ? iface->text(QAccessible::Name) : QStringLiteral("<none>");
+}
+
 } // namespace
 
 class TestDemo : public QObject
@@ -99,6 +108,7 @@ class TestDemo : public QObject
     std::unique_ptr<QTemporaryDir> m_home;
     std::unique_ptr<QQuickView> m_view;
     OTNavigationController *m_navigation = nullptr;
+    const QLocale m_locale;
 
     void openHost()
     {
@@ -107,9 +117,46 @@ class TestDemo : public QObject
         QVERIFY(m_navigation);
     }
 
+    // Home on the host, showing today's quote from the server; null when it does not come up.
+    // The viewers the test pushes then ask a port that refuses at once: nothing of theirs is
+    // still on the way, nor written, when the test's home folder goes.
+    DemoHomeViewController *openHome()
+    {
+        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
+        m_view = std::make_unique<QQuickView>();
+        m_navigation = openHostWindow(*m_view);
+        DemoHomeViewController *homeScreen = m_navigation ? DemoHomeViewController::create(m_view->engine()) : nullptr;
+        if (!homeScreen)
+            return nullptr;
+        m_navigation->pushViewController(homeScreen, false);
+        if (!QTest::qWaitFor([&]() { return homeScreen->state() == DemoHomeViewController::Updated; }, 20000))
+            return nullptr;
+        OstAPIClient::sharedClient()->setBaseURL(QUrl(QStringLiteral("http://127.0.0.1:%1").arg(ot_unusedLoopbackPort())));
+        return homeScreen;
+    }
+
+    // An item of the window's scene (the day picker stands on the window's overlay).
+    QQuickItem *sceneItem(const QString &name) const { return findItem(m_view->contentItem(), name); }
+    QQuickItem *dayCell(const QString &dayKey) const { return sceneItem(QStringLiteral("day-") + dayKey); }
+    QString shownTitle() const
+    {
+        QQuickItem *title = sceneItem(QStringLiteral("monthTitle"));
+        return title ? title->property("text").toString() : QString();
+    }
+    // The day the viewer on top was asked to open at, or "<none>" when the viewer is not on top.
+    QString viewerDay() const
+    {
+        auto *viewer = qobject_cast<OstQuoteViewController *>(m_navigation->topViewController());
+        return viewer ? viewer->property("initialDay").toString() : QStringLiteral("<none>");
+    }
+
 private Q_SLOTS:
     void init()
     {
+        // The server's day in UTC, and day names as in the UK, unless a test says otherwise.
+        OTClock::setTimeZone(QTimeZone("UTC"));
+        OTClock::setNow(kNow);
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
         m_home = std::make_unique<QTemporaryDir>();
         QVERIFY(m_home->isValid());
         qputenv("XDG_CACHE_HOME", m_home->filePath(QStringLiteral("cache")).toLocal8Bit());
@@ -122,12 +169,14 @@ private Q_SLOTS:
         m_navigation = nullptr;
         m_view.reset();
         OTUserInfoStore::setStorePath(QString());
+        QLocale::setDefault(m_locale);
     }
 
     void initTestCase()
     {
         qmlRegisterType<DemoHomeViewController>("OstQuoteDemo", 1, 0, "DemoHomeViewController");
         qmlRegisterType<DemoSnapshot>("OstQuoteDemo", 1, 0, "DemoSnapshot");
+        QAccessible::setActive(true);
         QVERIFY2(m_server.start(kNow), qPrintable(m_server.errorString()));
     }
 
@@ -536,11 +585,11 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(homeScreen->state(), DemoHomeViewController::Failed, 20000);
         auto item = [&](const QString &name) { return homeScreen->findChild<QQuickItem *>(name); };
 
-        // Tab goes through both buttons; only the one with the keyboard wears its ring.
+        // Tab goes through the buttons; only the one with the keyboard wears its ring.
         QSet<QString> reached;
-        for (int i = 0; i < 4 && reached.size() < 2; ++i) {
+        for (int i = 0; i < 6 && reached.size() < 3; ++i) {
             QTest::keyClick(m_view.get(), Qt::Key_Tab);
-            for (const char *button : {"retryButton", "openViewerButton"}) {
+            for (const char *button : {"retryButton", "openDayButton", "openViewerButton"}) {
                 const QString name = QString::fromLatin1(button);
                 QQuickItem *ring = item(name + QStringLiteral("FocusRing"));
                 QVERIFY2(ring, qPrintable(name));
@@ -549,7 +598,7 @@ private Q_SLOTS:
                     reached.insert(name);
             }
         }
-        QCOMPARE(reached.size(), 2);
+        QCOMPARE(reached.size(), 3);
 
         // The retry button asks again ...
         while (!item(QStringLiteral("retryButton"))->hasActiveFocus())
@@ -566,6 +615,272 @@ private Q_SLOTS:
             saveScreenshot(m_view.get(), QStringLiteral("home-keyboard.png"));
         QTest::keyClick(m_view.get(), Qt::Key(key));
         QTRY_VERIFY(qobject_cast<OstQuoteViewController *>(m_navigation->topViewController()));
+    }
+
+    // --- Home's day picker ----------------------------------------------------------------
+
+    // With the mouse: months flipped back from today's, a day clicked, the viewer pushed at
+    // that day. The days without a quote (before the first, after today) cannot be picked, and
+    // the flip buttons stop at the range's months.
+    void theDayPickerOpensTheViewerAtAClickedDay_data()
+    {
+        QTest::addColumn<int>("monthsBack");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("refused");
+        QTest::addColumn<QString>("picked");
+        QTest::newRow("today's month") << 0 << "March 2017" << "2017-03-02" << "2017-03-01";
+        QTest::newRow("a month back") << 1 << "February 2017" << "" << "2017-02-14";
+        QTest::newRow("the first month") << 5 << "October 2016" << "2016-09-30" << "2016-10-01";
+    }
+    void theDayPickerOpensTheViewerAtAClickedDay()
+    {
+        QFETCH(int, monthsBack);
+        QFETCH(QString, title);
+        QFETCH(QString, refused);
+        QFETCH(QString, picked);
+        DemoHomeViewController *homeScreen = openHome();
+        QVERIFY(homeScreen);
+        QQuickItem *dayButton = sceneItem(QStringLiteral("openDayButton"));
+        QQuickItem *viewerButton = sceneItem(QStringLiteral("openViewerButton"));
+        QVERIFY(dayButton && viewerButton);
+        const QRectF window(0, 0, 375, 667);
+        QVERIFY(window.contains(sceneRect(dayButton)));
+        QVERIFY(!sceneRect(dayButton).intersects(sceneRect(viewerButton)));
+
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(dayButton));
+        QVERIFY(homeScreen->isDayPickerOpen());
+        QQuickItem *picker = sceneItem(QStringLiteral("dayPickerContent"));
+        QTRY_VERIFY(picker && picker->isVisible());
+        QVERIFY(window.contains(sceneRect(picker)));
+        QCOMPARE(shownTitle(), QStringLiteral("March 2017"));
+        // Today is ringed.
+        QVERIFY(findItem(dayCell(QStringLiteral("2017-03-01")), QStringLiteral("todayRing"))->isVisible());
+        QVERIFY(!findItem(dayCell(QStringLiteral("2017-03-02")), QStringLiteral("todayRing"))->isVisible());
+        if (monthsBack == 0) {
+            QTest::qWait(100);
+            saveScreenshot(m_view.get(), QStringLiteral("demo-day-picker.png"));
+        }
+        // Whatever the skin lets through, the screen refuses days without a quote.
+        for (const char *day : {"2016-09-30", "2017-03-02", "2017-02-30", "17-02-14", ""})
+            QVERIFY2(!homeScreen->pickDay(QString::fromLatin1(day)), day);
+        QVERIFY(homeScreen->isDayPickerOpen());
+
+        QQuickItem *previous = sceneItem(QStringLiteral("previousMonthButton"));
+        QQuickItem *next = sceneItem(QStringLiteral("nextMonthButton"));
+        QVERIFY(previous && next);
+        for (int i = 0; i < monthsBack; ++i)
+            QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(previous));
+        QCOMPARE(shownTitle(), title);
+        // At the range's ends a flip button does nothing.
+        const bool firstMonth = title == QLatin1String("October 2016"), lastMonth = monthsBack == 0;
+        QCOMPARE(previous->isEnabled(), !firstMonth);
+        QCOMPARE(next->isEnabled(), !lastMonth);
+        if (firstMonth)
+            QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(previous));
+        if (lastMonth)
+            QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(next));
+        QCOMPARE(shownTitle(), title);
+
+        if (!refused.isEmpty()) {
+            QQuickItem *cell = dayCell(refused);
+            QVERIFY2(cell, qPrintable(refused));
+            QVERIFY(!cell->isEnabled());
+            QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(cell));
+            QVERIFY(homeScreen->isDayPickerOpen());
+            QCOMPARE(m_navigation->depth(), 1);
+        }
+        QQuickItem *cell = dayCell(picked);
+        QVERIFY2(cell && cell->isEnabled(), qPrintable(picked));
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(cell));
+        QVERIFY(!homeScreen->isDayPickerOpen());
+        QTRY_VERIFY(!picker->isVisible());
+        QCOMPARE(m_navigation->depth(), 2);
+        QCOMPARE(viewerDay(), picked);
+    }
+
+    // The range ends on the device's day in the foundation's clock and zone, read again at
+    // each opening; a clock before the first day with a quote opens nothing.
+    void theDayPickersRangeEndsToday_data()
+    {
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<QString>("zone");
+        QTest::addColumn<QString>("today"); // empty: the picker does not open
+        QTest::newRow("UTC") << kNow << "UTC" << "2017-03-01";
+        QTest::newRow("Shanghai, past its midnight")
+            << QDateTime(QDate(2017, 3, 1), QTime(17, 0), Qt::UTC) << "Asia/Shanghai" << "2017-03-02";
+        QTest::newRow("Los Angeles, before its midnight")
+            << QDateTime(QDate(2017, 3, 2), QTime(7, 0), Qt::UTC) << "America/Los_Angeles" << "2017-03-01";
+        QTest::newRow("the first day") << QDateTime(QDate(2016, 10, 1), QTime(0, 0), Qt::UTC) << "UTC" << "2016-10-01";
+        QTest::newRow("before the first day") << QDateTime(QDate(2016, 9, 30), QTime(23, 59), Qt::UTC) << "UTC" << "";
+    }
+    void theDayPickersRangeEndsToday()
+    {
+        QFETCH(QDateTime, now);
+        QFETCH(QString, zone);
+        QFETCH(QString, today);
+        DemoHomeViewController *homeScreen = openHome();
+        QVERIFY(homeScreen);
+        OTClock::setTimeZone(QTimeZone(zone.toLatin1()));
+        OTClock::setNow(now);
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(sceneItem(QStringLiteral("openDayButton"))));
+        QQuickItem *picker = sceneItem(QStringLiteral("dayPickerContent"));
+        if (today.isEmpty()) {
+            QVERIFY(!homeScreen->isDayPickerOpen());
+            QVERIFY(!picker || !picker->isVisible());
+            return;
+        }
+        QTRY_VERIFY(picker && picker->isVisible());
+        QCOMPARE(homeScreen->lastDay(), today);
+        QCOMPARE(homeScreen->focusedDay(), today);
+        const QDate day = QDate::fromString(today, Qt::ISODate);
+        QVERIFY(dayCell(today)->isEnabled());
+        QVERIFY(!dayCell(day.addDays(1).toString(Qt::ISODate))->isEnabled());
+        QCOMPARE(sceneItem(QStringLiteral("previousMonthButton"))->isEnabled(), day.month() != 10 || day.year() != 2016);
+        QVERIFY(!sceneItem(QStringLiteral("nextMonthButton"))->isEnabled());
+    }
+
+    // From the keyboard alone: Tab to the button, a key opens the picker, Esc closes it and
+    // gives the keyboard back to the button; opened again, the keys move the framed day
+    // (across months, kept in the range) and Return opens the viewer there.
+    void theDayPickerWorksFromTheKeyboard_data()
+    {
+        QTest::addColumn<int>("openKey");
+        QTest::addColumn<QList<int>>("keys");
+        QTest::addColumn<QString>("day");
+        QTest::newRow("left into February") << int(Qt::Key_Return) << QList<int>{Qt::Key_Left} << "2017-02-28";
+        QTest::newRow("back and forth across months")
+            << int(Qt::Key_Enter) << QList<int>{Qt::Key_Left, Qt::Key_Left, Qt::Key_Right, Qt::Key_Right} << "2017-03-01";
+        QTest::newRow("right stops at today") << int(Qt::Key_Space) << QList<int>{Qt::Key_Right, Qt::Key_Right} << "2017-03-01";
+        QTest::newRow("a week up, a month back")
+            << int(Qt::Key_Return) << QList<int>{Qt::Key_Left, Qt::Key_Up, Qt::Key_PageUp} << "2017-01-21";
+        QTest::newRow("down stops at today")
+            << int(Qt::Key_Return) << QList<int>{Qt::Key_Up, Qt::Key_Up, Qt::Key_Down, Qt::Key_Down, Qt::Key_Down} << "2017-03-01";
+        QTest::newRow("page down stops at today")
+            << int(Qt::Key_Return) << QList<int>{Qt::Key_PageUp, Qt::Key_PageDown, Qt::Key_PageDown} << "2017-03-01";
+        QTest::newRow("home, then nothing earlier")
+            << int(Qt::Key_Return) << QList<int>{Qt::Key_Home, Qt::Key_Left, Qt::Key_Up, Qt::Key_PageUp} << "2016-10-01";
+        QTest::newRow("home, a month on, end, a day back")
+            << int(Qt::Key_Return) << QList<int>{Qt::Key_Home, Qt::Key_PageDown, Qt::Key_End, Qt::Key_Left} << "2017-02-28";
+    }
+    void theDayPickerWorksFromTheKeyboard()
+    {
+        QFETCH(int, openKey);
+        QFETCH(QList<int>, keys);
+        QFETCH(QString, day);
+        DemoHomeViewController *homeScreen = openHome();
+        QVERIFY(homeScreen);
+        QQuickItem *button = sceneItem(QStringLiteral("openDayButton"));
+        QVERIFY(button);
+        auto *popup = homeScreen->findChild<QObject *>(QStringLiteral("dayPicker"));
+        QVERIFY(popup);
+        auto *picker = popup->property("contentItem").value<QQuickItem *>();
+        QVERIFY(picker);
+        for (int i = 0; i < 6 && !button->hasActiveFocus(); ++i)
+            QTest::keyClick(m_view.get(), Qt::Key_Tab);
+        QVERIFY(button->hasActiveFocus());
+        auto mark = [&](const QString &dayKey) { return findItem(dayCell(dayKey), QStringLiteral("keyboardDayMark")); };
+
+        // Opened and closed with Esc: nothing picked, the button has the keyboard and its ring.
+        QTest::keyClick(m_view.get(), Qt::Key(openKey));
+        QTRY_VERIFY(picker->isVisible());
+        QVERIFY(homeScreen->isDayPickerOpen());
+        QVERIFY(!button->hasActiveFocus());
+        QVERIFY(mark(QStringLiteral("2017-03-01"))->isVisible());
+        // Tab goes round the picker's buttons and its grid; Return presses a button.
+        QQuickItem *previous = sceneItem(QStringLiteral("previousMonthButton"));
+        QQuickItem *next = sceneItem(QStringLiteral("nextMonthButton"));
+        QTest::keyClick(m_view.get(), Qt::Key_Tab);
+        QVERIFY(previous->hasActiveFocus());
+        QVERIFY(findItem(previous, QStringLiteral("previousMonthButtonFocusRing"))->isVisible());
+        QTest::keyClick(m_view.get(), Qt::Key_Return);
+        QCOMPARE(homeScreen->focusedDay(), QStringLiteral("2017-02-01"));
+        QTest::keyClick(m_view.get(), Qt::Key_Tab);
+        QVERIFY(next->hasActiveFocus());
+        QTest::keyClick(m_view.get(), Qt::Key_Escape);
+        QTRY_VERIFY(!picker->isVisible());
+        QVERIFY(!homeScreen->isDayPickerOpen());
+        QCOMPARE(m_navigation->depth(), 1);
+        QVERIFY(button->hasActiveFocus());
+        QVERIFY(findItem(button, QStringLiteral("openDayButtonFocusRing"))->isVisible());
+
+        // Opened again it starts at today.
+        QTest::keyClick(m_view.get(), Qt::Key(openKey));
+        QTRY_VERIFY(picker->isVisible());
+        QCOMPARE(homeScreen->focusedDay(), QStringLiteral("2017-03-01"));
+        for (int key : keys)
+            QTest::keyClick(m_view.get(), Qt::Key(key));
+        QCOMPARE(homeScreen->focusedDay(), day);
+        // The framed day is in view, in its month, and the only one framed.
+        const QDate date = QDate::fromString(day, Qt::ISODate);
+        QCOMPARE(shownTitle(), QLocale().toString(date, QStringLiteral("MMMM yyyy")));
+        QVERIFY(mark(day)->isVisible());
+        QVERIFY(!mark(date.addDays(date.day() == 1 ? 1 : -1).toString(Qt::ISODate))->isVisible());
+        QTest::keyClick(m_view.get(), Qt::Key_Return);
+        QTRY_VERIFY(!picker->isVisible());
+        QCOMPARE(viewerDay(), day);
+    }
+
+    // The picker's own words in English and, where the locale is Chinese, in Chinese; month
+    // and weekday names from the locale; every part named for a screen reader, every day by
+    // its full date, and a day without a quote said to be one.
+    void theDayPickerSpeaksTheLocalesLanguage_data()
+    {
+        QTest::addColumn<QLocale>("locale");
+        QTest::addColumn<QStringList>("words"); // button, popup, previous, next, a day without a quote
+        QTest::addColumn<QString>("monthTitle");
+        QTest::addColumn<QString>("today");
+        QTest::addColumn<QString>("firstWeekday");
+        QTest::newRow("English")
+            << QLocale(QLocale::English, QLocale::UnitedKingdom)
+            << QStringList{"Open a day…", "Open a day", "Previous month", "Next month", "No quote for this day"}
+            << "March 2017" << "Wednesday, 1 March 2017" << "Mon";
+        QTest::newRow("Chinese")
+            << QLocale(QLocale::Chinese, QLocale::China)
+            << QStringList{"打开某一天…", "打开某一天", "上个月", "下个月", "没有这一天的名言"}
+            << "2017年3月" << "2017年3月1日星期三" << "周日";
+    }
+    void theDayPickerSpeaksTheLocalesLanguage()
+    {
+        QFETCH(QLocale, locale);
+        QFETCH(QStringList, words);
+        QFETCH(QString, monthTitle);
+        QFETCH(QString, today);
+        QFETCH(QString, firstWeekday);
+        QLocale::setDefault(locale);
+        DemoHomeViewController *homeScreen = openHome();
+        QVERIFY(homeScreen);
+        QQuickItem *button = sceneItem(QStringLiteral("openDayButton"));
+        QVERIFY(button);
+        QCOMPARE(button->property("text").toString(), words.at(0));
+        QCOMPARE(accessibleName(button), words.at(0));
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(button));
+        QQuickItem *picker = sceneItem(QStringLiteral("dayPickerContent"));
+        QTRY_VERIFY(picker && picker->isVisible());
+        QCOMPARE(accessibleName(picker), words.at(1));
+        QCOMPARE(QAccessible::queryAccessibleInterface(picker)->role(), QAccessible::Dialog);
+        QCOMPARE(accessibleName(sceneItem(QStringLiteral("previousMonthButton"))), words.at(2));
+        QCOMPARE(accessibleName(sceneItem(QStringLiteral("nextMonthButton"))), words.at(3));
+        QCOMPARE(shownTitle(), monthTitle);
+
+        QQuickItem *todayCell = dayCell(QStringLiteral("2017-03-01"));
+        QQuickItem *tomorrowCell = dayCell(QStringLiteral("2017-03-02"));
+        QVERIFY(todayCell && tomorrowCell);
+        QCOMPARE(accessibleName(todayCell), today);
+        QCOMPARE(QAccessible::queryAccessibleInterface(todayCell)->role(), QAccessible::Button);
+        // Qt Quick 6.4 does not tell a screen reader that an item is disabled: the description does.
+        QCOMPARE(QAccessible::queryAccessibleInterface(todayCell)->text(QAccessible::Description), QString());
+        QCOMPARE(QAccessible::queryAccessibleInterface(tomorrowCell)->text(QAccessible::Description), words.at(4));
+
+        // The weekdays start where the locale's week does.
+        QQuickItem *weekdays = sceneItem(QStringLiteral("dayOfWeekRow"));
+        QVERIFY(weekdays);
+        QStringList names;
+        for (QQuickItem *child : weekdays->property("contentItem").value<QQuickItem *>()->childItems()) {
+            if (child->property("shortName").isValid())
+                names.append(child->property("text").toString());
+        }
+        QCOMPARE(names.size(), 7);
+        QCOMPARE(names.first(), firstWeekday);
     }
 
     void toldTwiceInARowOnlyOneFade()
