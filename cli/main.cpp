@@ -139,12 +139,16 @@ int main(int argc, char *argv[])
         const QString given = args.at(1);
         QString day;
         if (const QRegularExpressionMatch back = daysBack.match(given); back.hasMatch())
-            day = descriptionWithFormat(OTClock::now().addDays(-back.captured(1).toLongLong()), QStringLiteral("yyyy-MM-dd"));
+            day = OTClock::now()
+                      .toTimeZone(OTClock::timeZone())
+                      .date()
+                      .addDays(-back.captured(1).toLongLong())
+                      .toString(QStringLiteral("yyyy-MM-dd"));
         else if (OstQuoteLink::isDayKey(given))
             day = given;
         else
             day = OstQuoteLink::dayOfLink(given);
-        if (day.isEmpty()) {
+        if (!OstQuoteLink::isDayKey(day)) {
             return fail(QStringLiteral("not a day: %1 (expected YYYY-MM-DD, -N for N days back, or a link to a day "
                                        "of %2)")
                             .arg(given, client->baseURL().toString()),

@@ -228,9 +228,11 @@ DemoHomeViewController {
             dayPicker.showsKeyboardDay = dayPicker.openedFromKeyboard
             monthGrid.forceActiveFocus(Qt.PopupFocusReason)
         }
+        // The keys go back to the button, unless a day was picked: the viewer on top has them.
         onClosed: {
             home.closeDayPicker()
-            openDayButton.forceActiveFocus(dayPicker.openedFromKeyboard ? Qt.TabFocusReason : Qt.OtherFocusReason)
+            if (!home.navigationController || home.navigationController.topViewController === home)
+                openDayButton.forceActiveFocus(dayPicker.openedFromKeyboard ? Qt.TabFocusReason : Qt.OtherFocusReason)
         }
 
         T.Overlay.modal: Rectangle { color: OTPalette.ostrelShadowColor }

@@ -96,10 +96,16 @@ void DemoHost::openDay(const QString &day)
         m_pendingDay = day;
         return;
     }
-    if (auto *viewer = qobject_cast<OstQuoteViewController *>(m_navigation->topViewController()))
+    // What stands over the screens gives way: home's day picker, the viewer's share panel.
+    if (m_home)
+        m_home->closeDayPicker();
+    if (auto *viewer = qobject_cast<OstQuoteViewController *>(m_navigation->topViewController())) {
+        if (viewer->isSharePanelShowing())
+            viewer->shareView()->hideWithAnimated(true);
         viewer->showDay(day);
-    else
+    } else {
         openViewer(true, day);
+    }
 }
 
 void DemoHost::willDismissLaunchViewController(OstQuoteLaunchViewController *controller)

@@ -1,10 +1,10 @@
 #include "DemoInstance.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QLocalSocket>
+#include <QStandardPaths>
 #include <QTimer>
-
-#include <unistd.h>
 
 DemoInstance::DemoInstance(QObject *parent)
     : QObject(parent)
@@ -14,10 +14,9 @@ DemoInstance::DemoInstance(QObject *parent)
 
 QString DemoInstance::socketName()
 {
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (!runtime.isEmpty() && QDir(runtime).exists())
-        return QDir(runtime).filePath(QStringLiteral("ostquote-demo.socket"));
-    return QDir(QDir::tempPath()).filePath(QStringLiteral("ostquote-demo-%1.socket").arg(::getuid()));
+    // $XDG_RUNTIME_DIR, or a folder Qt makes for the user alone (and checks is theirs).
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation))
+        .filePath(QStringLiteral("ostquote-demo.socket"));
 }
 
 bool DemoInstance::handOver(const QString &link, QString *error)
@@ -28,13 +27,17 @@ bool DemoInstance::handOver(const QString &link, QString *error)
     if (!socket.waitForConnected(1000))
         return false;
     socket.write(link.toUtf8() + '\n');
-    // The window answers once it has the link; a busy one gets a few seconds.
+    // The window answers once it has the link; a busy one gets a few seconds in all.
+    const QDeadlineTimer deadline(PeerTimeout);
     QByteArray answer;
-    while (!answer.contains('\n') && socket.waitForReadyRead(PeerTimeout))
-        answer += socket.readAll();
-    if (answer.trimmed() == "ok")
+    while (!answer.contains('\n') && answer.size() <= MaximumLineLength && !deadline.hasExpired()
+           && socket.waitForReadyRead(int(deadline.remainingTime())))
+        answer += socket.read(MaximumLineLength + 1 - answer.size());
+    if (answer == "ok\n")
         return true;
-    *error = QStringLiteral("the demo already running (%1) did not take the link").arg(socketName());
+    *error = answer == "refused\n"
+        ? QStringLiteral("the demo already running refused \"%1\": not a link to a day it knows").arg(link)
+        : QStringLiteral("the demo already running (%1) did not take the link").arg(socketName());
     return false;
 }
 
@@ -68,8 +71,8 @@ void DemoInstance::takeConnection()
                 socket->abort();
                 return;
             }
-            Q_EMIT linkReceived(QString::fromUtf8(line.chopped(1)).trimmed());
-            socket->write("ok\n");
+            const bool taken = !m_handler || m_handler(QString::fromUtf8(line.chopped(1)).trimmed());
+            socket->write(taken ? "ok\n" : "refused\n");
             socket->disconnectFromServer();
         });
     }

@@ -12,8 +12,10 @@ namespace {
 
 const QString kSchemeType = QStringLiteral("x-scheme-handler/%1").arg(QLatin1String(OstQuoteLink::Scheme));
 
-// An argument of Exec as desktop entries quote it: in double quotes, with the double quote,
-// the backquote, the dollar sign and the backslash escaped.
+// An argument of Exec as desktop entries want it: in double quotes, with the double quote,
+// the backquote, the dollar sign and the backslash escaped, then every backslash doubled
+// again (the value is read as a string first) and every percent sign doubled (%u and its
+// kind are field codes).
 QString quoteExecArgument(const QString &argument)
 {
     QString quoted;
@@ -22,7 +24,10 @@ QString quoteExecArgument(const QString &argument)
             quoted += u'\\';
         quoted += c;
     }
-    return u'"' + quoted + u'"';
+    quoted = u'"' + quoted + u'"';
+    quoted.replace(u'\\', QStringLiteral("\\\\"));
+    quoted.replace(u'%', QStringLiteral("%%"));
+    return quoted;
 }
 
 bool replaceFile(const QString &path, const QByteArray &bytes, QString *error)
@@ -43,7 +48,12 @@ QString withDefault(const QString &text)
     QStringList lines = text.split(u'\n');
     if (!lines.isEmpty() && lines.last().isEmpty())
         lines.removeLast();
-    const qsizetype section = lines.indexOf(header);
+    // Lines are compared without their spaces and carriage returns, and kept as they are.
+    qsizetype section = -1;
+    for (qsizetype i = 0; i < lines.size() && section < 0; ++i) {
+        if (lines.at(i).trimmed() == header)
+            section = i;
+    }
     if (section < 0) {
         if (!lines.isEmpty())
             lines << QString();
@@ -51,7 +61,7 @@ QString withDefault(const QString &text)
         return lines.join(u'\n') + u'\n';
     }
     qsizetype at = section + 1;
-    for (; at < lines.size() && !lines.at(at).startsWith(u'['); ++at) {
+    for (; at < lines.size() && !lines.at(at).trimmed().startsWith(u'['); ++at) {
         if (lines.at(at).section(u'=', 0, 0).trimmed() == kSchemeType) {
             lines[at] = line;
             return lines.join(u'\n') + u'\n';

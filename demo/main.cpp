@@ -22,6 +22,7 @@
 #include <QCommandLineParser>
 #include <QDir>
 #include <QGuiApplication>
+#include <QLockFile>
 #include <QQuickView>
 #include <QRegularExpression>
 
@@ -135,17 +136,22 @@ int main(int argc, char *argv[])
     if (tablet)
         OTDevice::currentDevice()->setUserInterfaceIdiom(OTDevice::Pad);
 
-    // The window already open takes the link; this start ends there.
+    // The window already open takes the link; this start ends there. Starts look for it and
+    // listen one at a time, so that two starts at once give one window.
     DemoInstance instance;
     if (!touring) {
+        QLockFile starting(DemoInstance::socketName() + QStringLiteral(".lock"));
+        starting.tryLock(2 * DemoInstance::PeerTimeout);
         QString error;
         if (DemoInstance::handOver(link, &error)) {
             std::printf("ostquote-demo: handed %s to the demo already running\n",
                         link.isEmpty() ? "nothing" : qPrintable(link));
             return 0;
         }
-        if (!error.isEmpty())
-            return fail(error);
+        if (!error.isEmpty()) {
+            std::fprintf(stderr, "ostquote-demo: %s\n", qPrintable(error));
+            return 1;
+        }
         if (!instance.listen(&error))
             std::fprintf(stderr, "ostquote-demo: %s; a second start will open its own window\n", qPrintable(error));
     }
@@ -170,13 +176,14 @@ int main(int argc, char *argv[])
         app.exit(failure);
     });
 
-    QObject::connect(&instance, &DemoInstance::linkReceived, &host, [&](const QString &handed) {
+    instance.setHandler([&](const QString &handed) {
         const QString handedDay = OstQuoteLink::dayOfLink(handed);
         if (!handed.isEmpty() && handedDay.isEmpty())
-            std::fprintf(stderr, "ostquote-demo: not a link to a day: \"%s\"\n", qPrintable(handed));
+            return false;
         host.openDay(handedDay);
         view.raise();
         view.requestActivate();
+        return true;
     });
 
     view.show();

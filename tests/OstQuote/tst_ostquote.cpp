@@ -6,6 +6,7 @@
 #include "OstQuoteResourceHelper.h"
 
 #include <QFile>
+#include <QScopeGuard>
 #include <QProcess>
 #include <QGuiApplication>
 #include <QJsonDocument>
@@ -262,6 +263,9 @@ private Q_SLOTS:
         QTest::newRow("another query") << share + "2019-02-14/?next=/admin" << "";
         QTest::newRow("via and more") << share + "2019-02-14/?via=qq&x=1" << "";
         QTest::newRow("a fragment") << share + "2019-02-14/#top" << "";
+        QTest::newRow("https to an http server") << "https://quotes.example:8080/daily/share/quotes/2019-02-14/" << "";
+        QTest::newRow("an encoded slash") << "http://quotes.example:8080/daily%2Fshare%2Fquotes%2F2019-02-14" << "";
+        QTest::newRow("an encoded last slash") << share + "2019-02-14%2F" << "";
         QTest::newRow("ftp") << "ftp://quotes.example:8080/daily/share/quotes/2019-02-14/" << "";
         QTest::newRow("a picture, not a page") << "http://quotes.example:8080/daily/media/quotes/2019-02-14.jpg" << "";
         QTest::newRow("30 February") << share + "2019-02-30/" << "";
@@ -280,10 +284,10 @@ private Q_SLOTS:
         QFETCH(QString, link);
         QFETCH(QString, day);
         OstAPIClient::sharedClient()->setBaseURL(QUrl(QStringLiteral("http://quotes.example:8080/daily/")));
+        auto restore = qScopeGuard([]() { OstAPIClient::sharedClient()->setBaseURL(OstAPIClient::defaultBaseURL()); });
         QCOMPARE(OstQuoteLink::dayOfLink(link), day);
         if (!day.isEmpty())
             QCOMPARE(OstQuoteLink::dayOfLink(OstQuoteLink::appLink(day)), day);
-        OstAPIClient::sharedClient()->setBaseURL(OstAPIClient::defaultBaseURL());
     }
 
     void bothLibrariesAreQmlModules()

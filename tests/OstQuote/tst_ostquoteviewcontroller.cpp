@@ -349,6 +349,22 @@ private Q_SLOTS:
         QCOMPARE(requestedDays(), requested);
     }
 
+    // Seen from summer time, the fixed step passes over the day the clocks went forward: no
+    // page is labelled with it, and its neighbour's page opens instead of none.
+    void aDayWithoutAPageOpensItsNeighbour()
+    {
+        OTClock::setTimeZone(QTimeZone("Europe/London"));
+        QVERIFY(startServer(QDateTime(QDate(2019, 4, 15), QTime(10, 0), Qt::UTC)));
+        m_viewer = OstQuoteViewController::create(m_view->engine());
+        QVERIFY(m_viewer);
+        m_viewer->setInitialDay(QStringLiteral("2019-03-31"));
+        m_navigation->pushViewController(m_viewer, false);
+        QTRY_VERIFY(gallery()->numberOfQuotes() > 0);
+        waitForRest();
+        const QString shown = m_viewer->convertToDateStringWithIndex(gallery()->currentIndex());
+        QVERIFY2(shown == QLatin1String("2019-03-30") || shown == QLatin1String("2019-04-01"), qPrintable(shown));
+    }
+
     // Later on, showDay() turns to a day as a swipe would; a day outside the calendar leaves
     // the viewer where it is.
     void showDayTurnsToTheDay()

@@ -340,7 +340,7 @@ private Q_SLOTS:
         QStringList expected;
         for (const QVariant &platform : panel->platforms())
             expected << QStringLiteral("sharePlatformButton_%1").arg(platform.toMap().value("type").toInt());
-        expected << QStringLiteral("shareCopyLinkButton") << QStringLiteral("shareMoreButton")
+        expected << QStringLiteral("shareCopyLinkButton") << QStringLiteral("shareCopyTextButton") << QStringLiteral("shareMoreButton")
                  << QStringLiteral("shareCancelButton");
         QCOMPARE(reached, expected);
 
@@ -377,9 +377,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("locale");
         QTest::addColumn<QStringList>("names"); // back, share, weibo, copy link, more, cancel, panel
         QTest::newRow("English") << "C"
-                                 << QStringList{"Back", "Share", "Weibo", "Copy link", "More", "Cancel", "Share to"};
+                                 << QStringList{"Back", "Share", "Weibo", "Copy link", "More", "Cancel", "Share to", "Copy text"};
         QTest::newRow("Simplified Chinese") << "zh_CN"
-                                            << QStringList{"返回", "分享", "微博", "复制链接", "更多", "取消", "分享到"};
+                                            << QStringList{"返回", "分享", "微博", "复制链接", "更多", "取消", "分享到", "复制文字"};
     }
     void screenReadersFindEveryControl()
     {
@@ -398,6 +398,7 @@ private Q_SLOTS:
         QCOMPARE(accessibleName(panel), names[6]);
         QCOMPARE(accessibleName(findItem(panel, QStringLiteral("sharePlatformButton_0"))), names[2]);
         QCOMPARE(accessibleName(findItem(panel, QStringLiteral("shareCopyLinkButton"))), names[3]);
+        QCOMPARE(accessibleName(findItem(panel, QStringLiteral("shareCopyTextButton"))), names[7]);
         QCOMPARE(accessibleName(findItem(panel, QStringLiteral("shareMoreButton"))), names[4]);
         QCOMPARE(accessibleName(findItem(panel, QStringLiteral("shareCancelButton"))), names[5]);
         for (const QVariant &platform : panel->platforms()) {

@@ -27,14 +27,15 @@ class TestCli : public QObject
         QByteArray err;
     };
 
-    Run cli(const QStringList &arguments, const QString &api = {}, const QString &now = {})
+    Run cli(const QStringList &arguments, const QString &api = {}, const QString &now = {},
+            const QString &zone = QStringLiteral("Asia/Shanghai"))
     {
         QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert("XDG_DATA_HOME", m_home->filePath("data"));
         env.insert("XDG_CONFIG_HOME", m_home->filePath("config"));
         env.insert("XDG_CACHE_HOME", m_home->filePath("cache"));
-        env.insert("OSTQUOTE_TIME_ZONE", "Asia/Shanghai");
+        env.insert("OSTQUOTE_TIME_ZONE", zone);
         env.insert("OSTQUOTE_API_BASE", api.isEmpty() ? m_server.baseURL().toString() : api);
         if (!now.isEmpty())
             env.insert("OSTQUOTE_NOW", now);
@@ -191,6 +192,16 @@ private Q_SLOTS:
         }
         QCOMPARE(run.exitCode, 0);
         QCOMPARE(object(run.out).value("assign_date").toString(), day);
+    }
+
+    // Days back are calendar days in the clock's zone, also across a change of clocks: the
+    // evening after the autumn change is 25 hours after the evening before it.
+    void daysBackCountCalendarDays()
+    {
+        const Run run = cli({"day", "-1"}, {}, QStringLiteral("2016-10-30T23:30:00+01:00"), QStringLiteral("Europe/Berlin"));
+        // Past the server's today, so refused; the day asked is in the message.
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY2(run.err.contains("/quotes/2016-10-29/"), run.err.constData());
     }
 
     void errorsGoToStderrWithAnExitStatus_data()

@@ -311,8 +311,10 @@ private Q_SLOTS:
         QProcessEnvironment environment = freshHeadless(*m_home);
         environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         environment.insert(QStringLiteral("OSTQUOTE_API_BASE"), m_server.baseURL().toString());
-        QVERIFY(QDir().mkpath(m_home->filePath(QStringLiteral("run"))));
-        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_home->filePath(QStringLiteral("run")));
+        const QString run = m_home->filePath(QStringLiteral("run"));
+        QVERIFY(QDir().mkpath(run));
+        QVERIFY(QFile::setPermissions(run, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), run);
         // The days asked for since `from` in the server's log.
         auto asked = [this](qsizetype from) { return m_server.requestedQuotes().mid(from); };
         auto olderFirst = [](const QStringList &days, const QString &dayKey) {
@@ -338,6 +340,15 @@ private Q_SLOTS:
         QVERIFY2(second.out.contains(QLatin1String("handed ") + secondLink), qPrintable(second.out));
         QTRY_VERIFY2_WITH_TIMEOUT(olderFirst(asked(handed), secondDay), qPrintable(asked(handed).join(u' ')), 30000);
         QCOMPARE(window.state(), QProcess::Running);
+
+        // A share page of another server (this start's, not the window's): the window does
+        // not take it, and the start that brought it says so.
+        QProcessEnvironment elsewhere = environment;
+        elsewhere.insert(QStringLiteral("OSTQUOTE_API_BASE"), QStringLiteral("http://127.0.0.1:1"));
+        const ProcessRun refused = runDemo({QStringLiteral("http://127.0.0.1:1/share/quotes/2017-01-01/")}, elsewhere, 30000);
+        QCOMPARE(refused.exitCode, 1);
+        QVERIFY2(refused.err.contains(QLatin1String("refused")), qPrintable(refused.err));
+        QCOMPARE(window.state(), QProcess::Running);
     }
 
     // The open window listens where a socket left by a demo that died still lies, drops a
@@ -346,8 +357,16 @@ private Q_SLOTS:
     {
         const QString run = m_home->filePath(QStringLiteral("run"));
         QVERIFY(QDir().mkpath(run));
+        QVERIFY(QFile::setPermissions(run, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        const QByteArray before = qgetenv("XDG_RUNTIME_DIR");
+        const bool wasSet = qEnvironmentVariableIsSet("XDG_RUNTIME_DIR");
         qputenv("XDG_RUNTIME_DIR", run.toLocal8Bit());
-        auto restore = qScopeGuard([]() { qunsetenv("XDG_RUNTIME_DIR"); });
+        auto restore = qScopeGuard([&]() {
+            if (wasSet)
+                qputenv("XDG_RUNTIME_DIR", before);
+            else
+                qunsetenv("XDG_RUNTIME_DIR");
+        });
         // A socket file nobody listens on, as a killed demo leaves it.
         {
             const QByteArray path = QFile::encodeName(DemoInstance::socketName());
@@ -363,7 +382,11 @@ private Q_SLOTS:
         DemoInstance instance;
         QString error;
         QVERIFY2(instance.listen(&error), qPrintable(error));
-        QSignalSpy links(&instance, &DemoInstance::linkReceived);
+        QStringList links;
+        instance.setHandler([&links](const QString &link) {
+            links.append(link);
+            return link.startsWith(QLatin1String("ostquote:"));
+        });
 
         QLocalSocket silent;
         silent.connectToServer(DemoInstance::socketName());
@@ -378,13 +401,19 @@ private Q_SLOTS:
         QByteArray answer;
         connect(&proper, &QLocalSocket::readyRead, this, [&]() { answer += proper.readAll(); });
         proper.write("ostquote://day/2017-01-01\n");
+        QLocalSocket refused;
+        refused.connectToServer(DemoInstance::socketName());
+        QVERIFY(refused.waitForConnected(1000));
+        QByteArray refusal;
+        connect(&refused, &QLocalSocket::readyRead, this, [&]() { refusal += refused.readAll(); });
+        refused.write("mailto:someone@example.org\n");
 
-        QTRY_COMPARE(links.count(), 1);
-        QCOMPARE(links.first().first().toString(), QStringLiteral("ostquote://day/2017-01-01"));
         QTRY_COMPARE(answer, QByteArray("ok\n"));
+        QTRY_COMPARE(refusal, QByteArray("refused\n"));
+        QCOMPARE(links, (QStringList{"ostquote://day/2017-01-01", "mailto:someone@example.org"}));
         QTRY_COMPARE(flood.state(), QLocalSocket::UnconnectedState);
         QTRY_COMPARE_WITH_TIMEOUT(silent.state(), QLocalSocket::UnconnectedState, DemoInstance::PeerTimeout + 5000);
-        QCOMPARE(links.count(), 1);
+        QCOMPARE(links.size(), 2);
     }
 
     // --register-links makes the demo the user's handler of the app's links, keeping what
@@ -397,7 +426,7 @@ private Q_SLOTS:
         {
             QFile file(list);
             QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write("[Default Applications]\ntext/html=browser.desktop\nx-scheme-handler/ostquote=old.desktop\n\n"
+            file.write("[Default Applications] \ntext/html=browser.desktop\nx-scheme-handler/ostquote=old.desktop\n\n"
                        "[Added Associations]\nimage/png=viewer.desktop;\n");
         }
         const ProcessRun run = runDemo({QStringLiteral("--register-links")}, environment, 30000);
@@ -410,7 +439,7 @@ private Q_SLOTS:
         QFile file(list);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(QString::fromUtf8(file.readAll()),
-                 QStringLiteral("[Default Applications]\ntext/html=browser.desktop\nx-scheme-handler/ostquote=ostquote-demo.desktop\n\n"
+                 QStringLiteral("[Default Applications] \ntext/html=browser.desktop\nx-scheme-handler/ostquote=ostquote-demo.desktop\n\n"
                                 "[Added Associations]\nimage/png=viewer.desktop;\n"));
     }
 

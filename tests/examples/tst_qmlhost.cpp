@@ -214,7 +214,6 @@ private Q_SLOTS:
         QTRY_VERIFY(!viewer);
     }
 
-    // The QML singleton is the process's client: a base URL set from QML is the one C++ uses.
     // A QML host opens the viewer at the day of a link, as the README shows it.
     void aQmlHostOpensTheViewerAtTheDayOfALink()
     {
@@ -242,6 +241,7 @@ private Q_SLOTS:
         QCOMPARE(shown->galleryView()->currentQuoteView()->quote()->assign_date(), QStringLiteral("2017-02-14"));
     }
 
+    // The QML singleton is the process's client: a base URL set from QML is the one C++ uses.
     void theBaseURLCanBeSetFromQml()
     {
         QQmlEngine engine;

@@ -56,7 +56,8 @@ QString OstQuoteLink::dayOfLink(const QUrl &link, const QUrl &server)
 {
     if (!link.isValid() || !link.userInfo().isEmpty() || link.hasFragment())
         return QString();
-    const QString path = link.path(QUrl::FullyDecoded);
+    // An encoded slash stays encoded: "%2F" is not a step of the path.
+    const QString path = link.path(QUrl::PrettyDecoded);
 
     if (link.scheme() == QLatin1String(Scheme)) {
         if (link.host() != kAppHost || link.port() != -1 || link.hasQuery())
@@ -65,7 +66,7 @@ QString OstQuoteLink::dayOfLink(const QUrl &link, const QUrl &server)
     }
 
     // A share page link: the server's own, with at most the target it was shared to.
-    if (!isWeb(link) || !isWeb(server) || link.host().isEmpty()
+    if (!isWeb(link) || link.scheme() != server.scheme() || link.host().isEmpty()
         || link.host().compare(server.host(), Qt::CaseInsensitive) != 0 || effectivePort(link) != effectivePort(server))
         return QString();
     if (link.hasQuery()) {
@@ -73,7 +74,7 @@ QString OstQuoteLink::dayOfLink(const QUrl &link, const QUrl &server)
         if (items.size() != 1 || items.first().first != QLatin1String("via"))
             return QString();
     }
-    QString serverPath = server.path(QUrl::FullyDecoded);
+    QString serverPath = server.path(QUrl::PrettyDecoded);
     while (serverPath.endsWith(u'/'))
         serverPath.chop(1);
     return dayAfter(path, serverPath + kSharePath);

@@ -13,7 +13,7 @@
 //   features ("this day last year");
 // - the share page link the quote server hands out with every quote,
 //   "<server>/share/quotes/YYYY-MM-DD/", with or without "?via=<target>". It counts only when
-//   it points at the quote server (scheme http or https, the server's host, port and path);
+//   it points at the quote server (the server's scheme, http or https, host, port and path);
 //   the same path on any other host is somebody else's page.
 //
 // Anything else is not a day link: dayOfLink() gives a null string. The day must be a real

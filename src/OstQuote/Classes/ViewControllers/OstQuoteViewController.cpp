@@ -75,6 +75,14 @@ qint64 OstQuoteViewController::indexOfDay(const QString &dayKey)
         if (index >= 0 && index < count && convertToDateStringWithIndex(index) == dayKey)
             return index;
     }
+    // A day the fixed step passes over (the spring change of clocks, seen from summer time)
+    // has no page of its own: its neighbour's page stands for it.
+    if (dayKey <= convertToDateStringWithIndex(0)) {
+        for (const qint64 index : {guess, guess + 1, guess - 1}) {
+            if (index >= 0 && index < count)
+                return index;
+        }
+    }
     return -1;
 }
 
@@ -84,7 +92,9 @@ void OstQuoteViewController::setInitialDay(const QString &dayKey)
         return;
     m_initialDay = dayKey;
     Q_EMIT initialDayChanged();
-    if (!dayKey.isEmpty())
+    if (dayKey.isEmpty())
+        m_pendingDay.clear();
+    else
         showDay(dayKey);
 }
 
@@ -390,7 +400,7 @@ void OstQuoteViewController::shareQuoteViewWithPlatform(int platformType)
     const QString link = OTSocialService::getShareUrlForType(platformType, quote ? quote->share_urls() : QVariantMap());
     OTSocialService *service = OTSocialService::defaultService();
 
-    if ((platformType | 1) == 7) {
+    if (platformType == OTSharePlatformSaveImage || platformType == OTSharePlatformCopyImage) {
         // Saving and copying the picture need nothing but the picture.
         service->shareContent(QString(), QString(), QString(), link, screenshot, platformType, this);
     } else {
@@ -398,7 +408,7 @@ void OstQuoteViewController::shareQuoteViewWithPlatform(int platformType)
         if (!quote)
             return;
         const QString topic = OstQuoteResourceHelper::LocalizedString(QStringLiteral("home_item_quote_share_topic"));
-        if (platformType == 3)
+        if (platformType == OTSharePlatformMail)
             service->shareContent(quote->content(), topic, link, link, QImage(), platformType, this);
         else
             service->shareContent(quote->content(), topic, link, link, screenshot, platformType, this);

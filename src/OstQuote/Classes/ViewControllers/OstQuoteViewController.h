@@ -94,6 +94,8 @@ public:
     void setDateToday(const QDateTime &date);
     QString convertToDateStringWithIndex(qint64 index);
     // The page index of the day key `dayKey`, or -1 when the calendar does not hold that day.
+    // A day between the first day and today that no page is labelled with (the fixed step
+    // passes over a day when the clocks go forward) gets its neighbour's page.
     qint64 indexOfDay(const QString &dayKey);
 
     QString initialDay() const { return m_initialDay; }
