@@ -44,16 +44,12 @@ DemoHomeViewController::DemoHomeViewController(QQuickItem *parent)
     , m_lastDay(std::max(today(), kFirstDay))
     , m_focusedDay(m_lastDay)
 {
+    setTitle(QStringLiteral("OstQuote"));
 }
 
 DemoHomeViewController *DemoHomeViewController::create(QQmlEngine *engine)
 {
     return OTSkin::createAs<DemoHomeViewController>(engine, kSkinURL, "_demoHomeSkin");
-}
-
-QString DemoHomeViewController::title() const
-{
-    return QStringLiteral("OstQuote");
 }
 
 QString DemoHomeViewController::placeholderText() const

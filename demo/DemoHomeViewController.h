@@ -33,7 +33,6 @@ class DemoHomeViewController : public OTCommonsViewController
 {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(bool hasQuote READ hasQuote NOTIFY quoteChanged)
     Q_PROPERTY(QString quoteText READ quoteText NOTIFY quoteChanged)
     Q_PROPERTY(QString authorText READ authorText NOTIFY quoteChanged)
@@ -78,7 +77,6 @@ public:
     // A new home screen with its skin, made in `engine`. Null when the skin cannot be made.
     static DemoHomeViewController *create(QQmlEngine *engine);
 
-    QString title() const;
     bool hasQuote() const { return !m_quoteText.isEmpty(); }
     QString quoteText() const { return m_quoteText; }
     QString authorText() const { return m_authorText; }

@@ -31,6 +31,14 @@ OTCommonsViewController::OTCommonsViewController(QQuickItem *parent)
     setFlag(ItemIsFocusScope);
 }
 
+void OTCommonsViewController::setTitle(const QString &title)
+{
+    if (m_title == title)
+        return;
+    m_title = title;
+    Q_EMIT titleChanged();
+}
+
 OTCommonsViewController::~OTCommonsViewController() = default;
 
 void OTCommonsViewController::loadViewIfNeeded()

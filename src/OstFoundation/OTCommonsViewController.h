@@ -36,8 +36,13 @@ class OSTFOUNDATION_EXPORT OTCommonsViewController : public QQuickItem
     Q_PROPERTY(OTNavigationController *navigationController READ navigationController NOTIFY navigationControllerChanged)
     Q_PROPERTY(bool viewLoaded READ isViewLoaded NOTIFY viewLoadedChanged)
     Q_PROPERTY(bool visibleOnScreen READ isVisibleOnScreen NOTIFY visibleOnScreenChanged)
+    // What the navigation bar shows while the screen is on top; empty by default.
+    Q_PROPERTY(QString title READ title WRITE setTitle NOTIFY titleChanged)
 public:
     explicit OTCommonsViewController(QQuickItem *parent = nullptr);
+
+    QString title() const { return m_title; }
+    void setTitle(const QString &title);
     ~OTCommonsViewController() override;
 
     // Runs viewDidLoad() once.
@@ -90,6 +95,7 @@ Q_SIGNALS:
     void viewLoadedChanged();
     void visibleOnScreenChanged();
     void stackViewChanged();
+    void titleChanged();
 
 protected:
     // Builds what the screen needs once its skin exists. Overrides call the base class first.
@@ -120,4 +126,5 @@ private:
     bool m_ownedByStack = false;
     bool m_viewLoaded = false;
     bool m_visibleOnScreen = false;
+    QString m_title;
 };

@@ -115,15 +115,10 @@ struct OTNavigationController::Private
             titleSource = top;
             if (top) {
                 titleWatch = new QObject(q);
-                const QMetaObject *meta = top->metaObject();
-                const int index = meta->indexOfProperty("title");
-                if (index >= 0 && meta->property(index).hasNotifySignal()) {
-                    const QByteArray signal = meta->property(index).notifySignal().methodSignature();
-                    OTSkin::onSignal(top, signal.constData(), titleWatch, [this]() { updateTitle(); });
-                }
+                QObject::connect(top, &OTCommonsViewController::titleChanged, titleWatch, [this]() { updateTitle(); });
             }
         }
-        const QString text = top ? top->property("title").toString() : QString();
+        const QString text = top ? top->title() : QString();
         if (text != title) {
             title = text;
             Q_EMIT q->titleChanged();

@@ -95,18 +95,6 @@ public:
     static QString lastSavedImagePath();
 };
 
-// Keeps every share and activity instead of carrying it out; tests and sandboxes use it.
-class OSTFOUNDATION_EXPORT OTRecordingSocialServiceBackend : public OTSocialServiceBackend
-{
-public:
-    bool share(const OTShareRequest &request) override;
-    bool performActivity(const QString &activity, const QVariantList &items) override;
-
-    QList<OTShareRequest> shares;
-    QList<QPair<QString, QVariantList>> activities;
-    bool succeed = true;  // what share() and performActivity() answer
-};
-
 // The social sharing service.
 class OSTFOUNDATION_EXPORT OTSocialService : public QObject
 {

@@ -5,6 +5,7 @@
 #include <OTCommonsViewController.h>
 #include <OTNavigationController.h>
 #include <OTResourceHelper.h>
+#include "RecordingSocialServiceBackend.h"
 #include <OTSocialService.h>
 #include <OstCustomShareView.h>
 
@@ -199,6 +200,7 @@ private Q_SLOTS:
         }
         const QRectF copy = sceneRect(find(QStringLiteral("shareCopyLinkButton")));
         QVERIFY(copy.top() > sceneRect(find(QStringLiteral("sharePlatformButton_7"))).bottom());
+        QCOMPARE(sceneRect(find(QStringLiteral("shareCopyTextButton"))).top(), copy.top());
         QCOMPARE(sceneRect(find(QStringLiteral("shareMoreButton"))).top(), copy.top());
         const QRectF cancel = sceneRect(find(QStringLiteral("shareCancelButton")));
         QCOMPARE(cancel.bottom(), 667.0);

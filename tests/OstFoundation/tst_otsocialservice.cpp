@@ -4,6 +4,7 @@
 #include <OTImage.h>
 #include <OTNotificationCenter.h>
 #include <OTResourceHelper.h>
+#include "RecordingSocialServiceBackend.h"
 #include <OTSocialService.h>
 
 #include <QClipboard>

@@ -11,22 +11,15 @@
 class RecordingScreen : public OTCommonsViewController
 {
     Q_OBJECT
-    Q_PROPERTY(QString title READ title WRITE setTitle NOTIFY titleChanged)
 public:
     explicit RecordingScreen(const QString &name = QString(), QStringList *log = nullptr)
-        : m_name(name), m_log(log), m_title(name + QStringLiteral(" title"))
+        : m_name(name), m_log(log)
     {
+        setTitle(name + QStringLiteral(" title"));
     }
 
     QStringList calls;
     int loads = 0;
-
-    QString title() const { return m_title; }
-    void setTitle(const QString &title)
-    {
-        m_title = title;
-        Q_EMIT titleChanged();
-    }
 
     void viewWillAppear(bool animated) override
     {
@@ -50,9 +43,6 @@ public:
         record(orphan ? QStringLiteral("didDisappear-orphan") : QStringLiteral("didDisappear"), animated);
     }
 
-Q_SIGNALS:
-    void titleChanged();
-
 protected:
     void viewDidLoad() override
     {
@@ -72,5 +62,4 @@ private:
 
     QString m_name;
     QStringList *m_log;
-    QString m_title;
 };

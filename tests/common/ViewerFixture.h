@@ -10,6 +10,7 @@
 #include <OTClock.h>
 #include <OTNavigationController.h>
 #include <OTScrollView.h>
+#include "RecordingSocialServiceBackend.h"
 #include <OTSocialService.h>
 #include <OstAPIClient.h>
 

@@ -15,14 +15,17 @@ constexpr double kIndexStep = -1.0;
 // Children of the scroll view are read as pages without a type test where the gallery's
 // bookkeeping says so: their index and quote come through the property system, so anything
 // else in there simply reads as index 0 without a quote.
+// The scroll view holds the gallery's pages only.
 qint64 itemIndexOf(const QQuickItem *child)
 {
-    return child->property("itemIndex").toLongLong();
+    const auto *page = qobject_cast<const OstQuoteView *>(child);
+    return page ? page->itemIndex() : 0;
 }
 
 bool hasQuote(const QQuickItem *child)
 {
-    return child->property("quote").value<QObject *>() != nullptr;
+    const auto *page = qobject_cast<const OstQuoteView *>(child);
+    return page && page->quote();
 }
 
 } // namespace
