@@ -48,6 +48,19 @@ QString presentString(const QString &s)
     return s.isNull() ? QStringLiteral("") : s;
 }
 
+// A JSON or CBOR array of strings as a string list; null when an element is no string.
+template <typename Array>
+QVariant stringListOf(const Array &array)
+{
+    QStringList list;
+    for (const auto &element : array) {
+        if (!element.isString())
+            return {};
+        list.append(presentString(element.toString()));
+    }
+    return list;
+}
+
 // Converts a JSON value to what a property of type `type` holds; an invalid QVariant when
 // the JSON type does not fit.
 QVariant fromJSON(const QJsonValue &value, QMetaType type)
@@ -81,17 +94,8 @@ QVariant fromJSON(const QJsonValue &value, QMetaType type)
         return value.isArray() ? QVariant(value.toArray().toVariantList()) : QVariant();
     case QMetaType::QJsonArray:
         return value.isArray() ? QVariant(value.toArray()) : QVariant();
-    case QMetaType::QStringList: {
-        if (!value.isArray())
-            return {};
-        QStringList list;
-        for (const QJsonValue &element : value.toArray()) {
-            if (!element.isString())
-                return {};
-            list.append(presentString(element.toString()));
-        }
-        return list;
-    }
+    case QMetaType::QStringList:
+        return value.isArray() ? stringListOf(value.toArray()) : QVariant();
     default:
         return {};
     }
@@ -188,17 +192,8 @@ QVariant fromCbor(const QCborValue &value, QMetaType type)
         return value.isArray() ? QVariant(value.toArray().toVariantList()) : QVariant();
     case QMetaType::QJsonArray:
         return value.isArray() ? QVariant(value.toArray().toJsonArray()) : QVariant();
-    case QMetaType::QStringList: {
-        if (!value.isArray())
-            return {};
-        QStringList list;
-        for (const QCborValue &element : value.toArray()) {
-            if (!element.isString())
-                return {};
-            list.append(presentString(element.toString()));
-        }
-        return list;
-    }
+    case QMetaType::QStringList:
+        return value.isArray() ? stringListOf(value.toArray()) : QVariant();
     default:
         return {};
     }

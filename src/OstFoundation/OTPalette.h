@@ -43,6 +43,22 @@ class OSTFOUNDATION_EXPORT OTPalette : public QObject
     Q_PROPERTY(int stackTransitionDuration READ stackTransitionDuration CONSTANT)
     Q_PROPERTY(int navigationBarDuration READ navigationBarDuration CONSTANT)
     Q_PROPERTY(QColor ostrelHairlineColor READ ostrelHairlineColor CONSTANT)
+    Q_PROPERTY(int hudSymbolFontSize READ hudSymbolFontSize CONSTANT)
+    Q_PROPERTY(int hudFontSize READ hudFontSize CONSTANT)
+    Q_PROPERTY(int navigationTitleFontSize READ navigationTitleFontSize CONSTANT)
+    Q_PROPERTY(int shareTitleFontSize READ shareTitleFontSize CONSTANT)
+    Q_PROPERTY(int shareCaptionFontSize READ shareCaptionFontSize CONSTANT)
+    Q_PROPERTY(int shareBarFontSize READ shareBarFontSize CONSTANT)
+    Q_PROPERTY(int launchButtonFontSize READ launchButtonFontSize CONSTANT)
+    Q_PROPERTY(int launchQuoteFontSize READ launchQuoteFontSize CONSTANT)
+    Q_PROPERTY(int launchQuotePadFontSize READ launchQuotePadFontSize CONSTANT)
+    Q_PROPERTY(int quoteDayFontSize READ quoteDayFontSize CONSTANT)
+    Q_PROPERTY(int quoteMonthFontSize READ quoteMonthFontSize CONSTANT)
+    Q_PROPERTY(int quoteContentFontSize READ quoteContentFontSize CONSTANT)
+    Q_PROPERTY(int quoteTranslationFontSize READ quoteTranslationFontSize CONSTANT)
+    Q_PROPERTY(int quoteAuthorFontSize READ quoteAuthorFontSize CONSTANT)
+    Q_PROPERTY(qreal dimmerOpacity READ dimmerOpacity CONSTANT)
+    Q_PROPERTY(qreal launchQuoteLineSpacing READ launchQuoteLineSpacing CONSTANT)
 public:
     using QObject::QObject;
 
@@ -105,4 +121,38 @@ public:
     static int fadeDuration() { return FadeDuration; }
     static int stackTransitionDuration() { return 300; }
     static int navigationBarDuration() { return 250; }
+
+    // Font sizes, in pixels.
+    // The tick or cross of a transient message.
+    static int hudSymbolFontSize() { return 30; }
+    // A transient message's text.
+    static int hudFontSize() { return 15; }
+    // The navigation bar's title.
+    static int navigationTitleFontSize() { return 17; }
+    // The share panel's title.
+    static int shareTitleFontSize() { return 15; }
+    // The names under the share panel's icons.
+    static int shareCaptionFontSize() { return 12; }
+    // The share panel's cancel bar.
+    static int shareBarFontSize() { return 16; }
+    // The launch screen's button.
+    static int launchButtonFontSize() { return 13; }
+    // The launch screen's sentence on a phone.
+    static int launchQuoteFontSize() { return 16; }
+    // The launch screen's sentence on a tablet.
+    static int launchQuotePadFontSize() { return 24; }
+    // A quote page's day of the month.
+    static int quoteDayFontSize() { return 50; }
+    // A quote page's month and year.
+    static int quoteMonthFontSize() { return 20; }
+    // A quote page's sentence.
+    static int quoteContentFontSize() { return 16; }
+    // A quote page's translation.
+    static int quoteTranslationFontSize() { return 15; }
+    // A quote page's author.
+    static int quoteAuthorFontSize() { return 15; }
+    // How dark the backdrop under a sheet gets: the opacity of its black.
+    static qreal dimmerOpacity() { return 0.4; }
+    // The space between the lines of the launch screen's sentence.
+    static qreal launchQuoteLineSpacing() { return 5.0; }
 };

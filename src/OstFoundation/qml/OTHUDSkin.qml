@@ -33,7 +33,7 @@ OTHUD {
                 anchors.horizontalCenter: column.horizontalCenter
                 visible: hud.status === 1 || hud.status === 2
                 text: hud.status === 2 ? "\u2715" : "\u2713"
-                font.pixelSize: 30
+                font.pixelSize: OTPalette.hudSymbolFontSize
                 color: OTPalette.ostrelWhite
             }
             Text {
@@ -46,7 +46,7 @@ OTHUD {
                 wrapMode: Text.Wrap
                 horizontalAlignment: Text.AlignHCenter
                 font.family: OTPalette.fontFamily
-                font.pixelSize: 15
+                font.pixelSize: OTPalette.hudFontSize
                 color: OTPalette.ostrelWhite
 
                 TextMetrics {

@@ -176,7 +176,7 @@ OTNavigationController {
             elide: Text.ElideRight
             horizontalAlignment: Text.AlignHCenter
             font.family: OTPalette.fontFamily
-            font.pixelSize: 17
+            font.pixelSize: OTPalette.navigationTitleFontSize
             font.weight: Font.DemiBold
             color: OTPalette.ostrelFontColorTitle
         }

@@ -71,7 +71,7 @@ OstCustomShareView {
                 elide: Text.ElideRight
                 text: button.text
                 font.family: OTPalette.fontFamily
-                font.pixelSize: 12
+                font.pixelSize: OTPalette.shareCaptionFontSize
                 color: OTPalette.ostrelFontColorCaption
             }
         }
@@ -111,7 +111,7 @@ OstCustomShareView {
             horizontalAlignment: Text.AlignHCenter
             verticalAlignment: Text.AlignVCenter
             font.family: OTPalette.fontFamily
-            font.pixelSize: 16
+            font.pixelSize: OTPalette.shareBarFontSize
             color: OTPalette.ostrelFontColorTitle
         }
     }
@@ -143,7 +143,7 @@ OstCustomShareView {
         verticalAlignment: Text.AlignBottom
         bottomPadding: 2
         font.family: OTPalette.fontFamily
-        font.pixelSize: 15
+        font.pixelSize: OTPalette.shareTitleFontSize
         color: OTPalette.ostrelFontColorTitle
     }
 
@@ -171,7 +171,7 @@ OstCustomShareView {
         width: shareView.width
         height: shareView.height
         color: OTPalette.ostrelBlack
-        opacity: 0.4 * shareView.presentation
+        opacity: OTPalette.dimmerOpacity * shareView.presentation
 
         // Also keeps touches off the screen underneath while the panel is there.
         MouseArea {

@@ -20,9 +20,6 @@ namespace {
 
 const QUrl kSkinURL(QStringLiteral("qrc:/OstQuote/OstQuoteLaunchViewControllerSkin.qml"));
 
-constexpr qreal kQuoteLineSpacing = 5.0;
-constexpr int kPhoneQuoteFontSize = 16;
-constexpr int kPadQuoteFontSize = 24;
 
 // The sentence's face: Helvetica Neue Light where the system has it, otherwise a light cut
 // of a plain sans.
@@ -107,12 +104,12 @@ void OstQuoteLaunchViewController::renderQuote(const OstQuotePtr &quote)
 {
     const QString content = quote ? quote->content() : QString();
     m_quoteText = content.isNull() ? QString::fromLatin1(DefaultQuote) : content;
-    m_quoteLineSpacing = kQuoteLineSpacing;
+    m_quoteLineSpacing = OTPalette::launchQuoteLineSpacing();
     m_quoteColor = OTPalette::ostrelFontColorLaunchQuote();
     QFont font(quoteFontFamily());
     font.setWeight(QFont::Light);
-    font.setPixelSize(OTDevice::currentDevice()->userInterfaceIdiom() == OTDevice::Pad ? kPadQuoteFontSize
-                                                                                      : kPhoneQuoteFontSize);
+    font.setPixelSize(OTDevice::currentDevice()->userInterfaceIdiom() == OTDevice::Pad ? OTPalette::launchQuotePadFontSize()
+                                                                                      : OTPalette::launchQuoteFontSize());
     m_quoteFont = font;
 
     const QStringList pictures = quote ? quote->origin_img_urls() : QStringList();

@@ -84,7 +84,7 @@ OstQuoteLaunchViewControllerTemplate {
         rightPadding: 12
         implicitHeight: implicitContentHeight + topPadding + bottomPadding
         text: screen.buttonTitle
-        font.pixelSize: 13
+        font.pixelSize: OTPalette.launchButtonFontSize
         // Tab reaches it (a ring shows it), Enter or Space opens the viewer.
         focusPolicy: Qt.TabFocus
         Accessible.role: Accessible.Button

@@ -2,6 +2,7 @@
 
 #include "OstQuoteGlobal.h"
 #include "OstQuote.h"
+#include "RVGradientOverView.h"
 
 #include <QPointer>
 #include <QQuickItem>
@@ -37,6 +38,9 @@ class OSTQUOTE_EXPORT OstQuoteView : public QQuickItem
     // The day in full, as screen readers say it (the labels show it in short).
     Q_PROPERTY(QString dateText READ dateText NOTIFY textsChanged)
     Q_PROPERTY(QUrl imageSource READ imageSource NOTIFY imageSourceChanged)
+    // The bottom cover's height (RVQuoteBottomCoverHeight, 250), which is also how far it
+    // slides off the picture.
+    Q_PROPERTY(qreal coverHeight READ coverHeight CONSTANT)
     // How far the bottom cover sits below its place: 0 in view, 250 out of view. Set here to
     // where the cover is asked to go; the skin's slide writes the steps on the way.
     Q_PROPERTY(qreal coverOffset READ coverOffset WRITE setCoverOffset NOTIFY coverOffsetChanged)
@@ -50,8 +54,9 @@ class OSTQUOTE_EXPORT OstQuoteView : public QQuickItem
     Q_PROPERTY(QQuickItem *coverView MEMBER m_coverView)
 
 public:
-    // The distance the cover slides (over OTPalette::CoverSlideDuration).
-    static constexpr qreal CoverSlideDistance = 250.0;
+    // The distance the cover slides (over OTPalette::CoverSlideDuration): its whole height.
+    static constexpr qreal CoverSlideDistance = RVQuoteBottomCoverHeight;
+    static qreal coverHeight() { return RVQuoteBottomCoverHeight; }
 
     explicit OstQuoteView(QQuickItem *parent = nullptr);
     ~OstQuoteView() override;

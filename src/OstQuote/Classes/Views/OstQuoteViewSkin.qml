@@ -56,7 +56,7 @@ OstQuoteView {
             anchors.right: parent.right
             anchors.bottom: parent.bottom
             anchors.bottomMargin: -page.coverOffset
-            height: 250
+            height: page.coverHeight
 
             // Declared in reading order: the date, the sentence, its translation, the author.
             Text {
@@ -67,7 +67,7 @@ OstQuoteView {
                 anchors.left: content.left
                 text: page.dayText
                 textFormat: Text.PlainText
-                font.pixelSize: 50
+                font.pixelSize: OTPalette.quoteDayFontSize
                 color: OTPalette.ostrelGreen
                 // Read out as the whole day, for both date labels.
                 Accessible.role: Accessible.StaticText
@@ -82,7 +82,7 @@ OstQuoteView {
                 anchors.leftMargin: 5
                 text: page.monthYearText
                 textFormat: Text.PlainText
-                font.pixelSize: 20
+                font.pixelSize: OTPalette.quoteMonthFontSize
                 color: OTPalette.ostrelGreen
                 Accessible.ignored: true
             }
@@ -96,7 +96,7 @@ OstQuoteView {
                 text: page.contentText
                 textFormat: Text.PlainText
                 wrapMode: Text.Wrap
-                font.pixelSize: 16
+                font.pixelSize: OTPalette.quoteContentFontSize
                 color: OTPalette.ostrelFontColorWhite
                 style: Text.Outline
                 styleColor: OTPalette.ostrelShadowColor
@@ -115,7 +115,7 @@ OstQuoteView {
                 text: page.translationText
                 textFormat: Text.PlainText
                 wrapMode: Text.Wrap
-                font.pixelSize: 15
+                font.pixelSize: OTPalette.quoteTranslationFontSize
                 color: OTPalette.ostrelFontColorWhite
                 style: Text.Outline
                 styleColor: OTPalette.ostrelShadowColor
@@ -131,7 +131,7 @@ OstQuoteView {
                 anchors.bottomMargin: 20
                 text: page.authorText
                 textFormat: Text.PlainText
-                font.pixelSize: 15
+                font.pixelSize: OTPalette.quoteAuthorFontSize
                 color: OTPalette.ostrelFontColorWhite
                 style: Text.Outline
                 styleColor: OTPalette.ostrelShadowColor

@@ -3,8 +3,6 @@
 #include <QLinearGradient>
 #include <QPainter>
 
-const double RVQuoteBottomCoverHeight = 250.0;
-const double RVQuoteTopCoverHeight = 100.0;
 const double OstQuoteVersionNumber = 1.0;
 
 namespace {

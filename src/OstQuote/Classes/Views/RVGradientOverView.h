@@ -6,8 +6,8 @@
 #include <QtQml/qqmlregistration.h>
 
 // Heights of the quote page's two covers, for hosts that lay things out around them.
-OSTQUOTE_EXPORT extern const double RVQuoteBottomCoverHeight; // 250.0
-OSTQUOTE_EXPORT extern const double RVQuoteTopCoverHeight;    // 100.0
+inline constexpr double RVQuoteBottomCoverHeight = 250.0;
+inline constexpr double RVQuoteTopCoverHeight = 100.0;
 // The module's version.
 OSTQUOTE_EXPORT extern const double OstQuoteVersionNumber;    // 1.0
 
