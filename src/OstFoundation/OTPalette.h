@@ -58,6 +58,7 @@ class OSTFOUNDATION_EXPORT OTPalette : public QObject
     Q_PROPERTY(int quoteTranslationFontSize READ quoteTranslationFontSize CONSTANT)
     Q_PROPERTY(int quoteAuthorFontSize READ quoteAuthorFontSize CONSTANT)
     Q_PROPERTY(qreal dimmerOpacity READ dimmerOpacity CONSTANT)
+    Q_PROPERTY(QColor galleryBackgroundColor READ galleryBackgroundColor CONSTANT)
     Q_PROPERTY(qreal launchQuoteLineSpacing READ launchQuoteLineSpacing CONSTANT)
 public:
     using QObject::QObject;
@@ -151,6 +152,8 @@ public:
     static int quoteTranslationFontSize() { return 15; }
     // A quote page's author.
     static int quoteAuthorFontSize() { return 15; }
+    // The ground of the day gallery, seen between pages and behind the one being left.
+    static QColor galleryBackgroundColor() { return QColor(0, 0, 0); }
     // How dark the backdrop under a sheet gets: the opacity of its black.
     static qreal dimmerOpacity() { return 0.4; }
     // The space between the lines of the launch screen's sentence.

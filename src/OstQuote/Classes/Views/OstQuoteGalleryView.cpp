@@ -1,5 +1,6 @@
 #include "OstQuoteGalleryView.h"
 
+#include <OTPalette.h>
 #include <OTScrollView.h>
 
 #include <QtMath>
@@ -34,7 +35,7 @@ OstQuoteGalleryView::OstQuoteGalleryView(QQuickItem *parent)
     : QQuickItem(parent)
     , m_scrollView(new OTScrollView(this))
 {
-    m_scrollView->setBackgroundColor(Qt::black);
+    m_scrollView->setBackgroundColor(OTPalette::galleryBackgroundColor());
     m_scrollView->setPagingEnabled(true);
     connect(m_scrollView, &OTScrollView::scrollViewWillBeginDragging, this, &OstQuoteGalleryView::scrollViewWillBeginDragging);
     connect(m_scrollView, &OTScrollView::scrollViewDidScroll, this, &OstQuoteGalleryView::scrollViewDidScroll);
