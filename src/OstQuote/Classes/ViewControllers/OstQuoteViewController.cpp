@@ -20,6 +20,7 @@
 #include <QQmlEngine>
 #include <QQuickWindow>
 
+#include <cmath>
 #include <utility>
 
 namespace {
@@ -69,21 +70,20 @@ qint64 OstQuoteViewController::indexOfDay(const QString &dayKey)
     // fixed step a day next to a change of clocks may sit one page off, so the neighbours
     // are tried too.
     const qint64 seconds = ot_dateFromStringFormatDate(dayKey).secsTo(dateToday());
-    const qint64 guess = seconds >= 0 ? seconds / kSecondsPerDay : -((-seconds + kSecondsPerDay - 1) / kSecondsPerDay);
+    const qint64 guess = qint64(std::floor(double(seconds) / kSecondsPerDay));
     const qint64 count = numberOfQuotesInGalleryView(m_galleryView);
+    qint64 neighbour = -1;
     for (const qint64 index : {guess, guess + 1, guess - 1}) {
-        if (index >= 0 && index < count && convertToDateStringWithIndex(index) == dayKey)
+        if (index < 0 || index >= count)
+            continue;
+        if (convertToDateStringWithIndex(index) == dayKey)
             return index;
+        if (neighbour < 0)
+            neighbour = index;
     }
     // A day the fixed step passes over (the spring change of clocks, seen from summer time)
     // has no page of its own: its neighbour's page stands for it.
-    if (dayKey <= convertToDateStringWithIndex(0)) {
-        for (const qint64 index : {guess, guess + 1, guess - 1}) {
-            if (index >= 0 && index < count)
-                return index;
-        }
-    }
-    return -1;
+    return dayKey <= convertToDateStringWithIndex(0) ? neighbour : -1;
 }
 
 void OstQuoteViewController::setInitialDay(const QString &dayKey)
@@ -112,14 +112,19 @@ bool OstQuoteViewController::showDay(const QString &dayKey)
     m_pendingDay.clear();
     const qint64 index = indexOfDay(dayKey);
     if (index < 0) {
-        qWarning().noquote() << QStringLiteral("quote viewer: %1 is outside the days with quotes (%2 to %3); the viewer stays where it is")
-                                    .arg(dayKey, QLatin1String(StartDayKey), convertToDateStringWithIndex(0));
+        warnOutsideCalendar(dayKey, QStringLiteral("the viewer stays where it is"));
         return false;
     }
     if (m_galleryView->landingIndex() == index)
         return true;
     m_awaitedDay = m_quotes.contains(dayKey) ? QString() : dayKey;
     return m_galleryView->scrollToIndexAnimated(index);
+}
+
+void OstQuoteViewController::warnOutsideCalendar(const QString &dayKey, const QString &consequence)
+{
+    qWarning().noquote() << QStringLiteral("quote viewer: %1 is outside the days with quotes (%2 to %3); %4")
+                                .arg(dayKey, QLatin1String(StartDayKey), convertToDateStringWithIndex(0), consequence);
 }
 
 void OstQuoteViewController::fillPageInView(const OstQuotePtr &quote)
@@ -197,8 +202,7 @@ void OstQuoteViewController::requestQuoteWithDate(const QString &date, bool shou
                 const QString day = std::exchange(m_pendingDay, QString());
                 const qint64 index = day.isEmpty() ? -1 : indexOfDay(day);
                 if (!day.isEmpty() && index < 0)
-                    qWarning().noquote() << QStringLiteral("quote viewer: %1 is outside the days with quotes (%2 to %3); the viewer opens at today")
-                                                .arg(day, QLatin1String(StartDayKey), convertToDateStringWithIndex(0));
+                    warnOutsideCalendar(day, QStringLiteral("the viewer opens at today"));
                 if (index > 0) {
                     m_awaitedDay = day;
                     m_galleryView->reloadDataAtIndex(index);

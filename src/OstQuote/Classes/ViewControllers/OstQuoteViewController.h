@@ -174,6 +174,7 @@ private:
     OstQuotePtr currentQuote();
     void setChrome(Chrome chrome);
     void fillPageInView(const OstQuotePtr &quote);
+    void warnOutsideCalendar(const QString &dayKey, const QString &consequence);
 
     Chrome m_chrome = Normal;
     OstQuoteGalleryView *m_galleryView = nullptr;
