@@ -115,7 +115,7 @@ void Global::showHUB(const QString &text, int status)
             hub->setZ(qMax<qreal>(top + 1, 10000));
 
             // In full view for its time, then it fades (the skin's motion) and goes.
-            auto *fade = new OTMotion(hub, "presentation");
+            auto *fade = new OTMotion(hub, "presentation", "fading");
             QTimer::singleShot(HUBDuration, hub, [hub, fade]() {
                 fade->moveTo(0, [hub]() {
                     hub->setParentItem(nullptr);

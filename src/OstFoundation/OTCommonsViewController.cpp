@@ -5,6 +5,8 @@
 #include "OTStackViewRequests.h"
 #include "OTWebImage.h"
 
+#include <QQmlComponent>
+#include <QQmlEngine>
 #include <QQuickWindow>
 #include <QtQml/qqml.h>
 
@@ -12,15 +14,34 @@
 
 namespace {
 
-// Qt Quick's StackView class in the class ancestry of `item` (a StackView declared in QML is
-// a subclass made by QML), or null.
+// Qt Quick's StackView type, as QML knows it in `engine`: the class of a bare StackView made
+// from QtQuick.Templates once per engine (the screens' skins import that module anyway).
+const QMetaObject *stackViewType(QQmlEngine *engine)
+{
+    static constexpr char key[] = "_otStackViewType";
+    const QVariant known = engine->property(key);
+    if (known.isValid())
+        return reinterpret_cast<const QMetaObject *>(known.value<quintptr>());
+    QQmlComponent component(engine);
+    component.setData(QByteArrayLiteral("import QtQuick.Templates as T\nT.StackView {}\n"), QUrl());
+    std::unique_ptr<QObject> stack(component.create());
+    const QMetaObject *type = stack ? stack->metaObject() : nullptr;
+    // Past any class QML added for the object itself, to Qt Quick's own.
+    while (type && type->superClass() && QByteArrayView(type->className()).contains("_QML"))
+        type = type->superClass();
+    if (!type)
+        qWarning().noquote() << "OTCommonsViewController: no StackView type:" << component.errorString();
+    engine->setProperty(key, QVariant::fromValue(reinterpret_cast<quintptr>(type)));
+    return type;
+}
+
+// The StackView type when `item` is a StackView (a StackView declared in QML is a subclass
+// that QML made), or null.
 const QMetaObject *stackViewClass(const QQuickItem *item)
 {
-    for (const QMetaObject *meta = item ? item->metaObject() : nullptr; meta; meta = meta->superClass()) {
-        if (qstrcmp(meta->className(), "QQuickStackView") == 0)
-            return meta;
-    }
-    return nullptr;
+    QQmlEngine *engine = item ? OTSkin::engineForItem(item) : nullptr;
+    const QMetaObject *type = engine ? stackViewType(engine) : nullptr;
+    return type && item->metaObject()->inherits(type) ? type : nullptr;
 }
 
 } // namespace

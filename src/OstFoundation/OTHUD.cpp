@@ -25,3 +25,11 @@ void OTHUD::setPresentation(qreal presentation)
     m_presentation = presentation;
     Q_EMIT presentationChanged();
 }
+
+void OTHUD::setFading(bool fading)
+{
+    if (m_fading == fading)
+        return;
+    m_fading = fading;
+    Q_EMIT fadingChanged();
+}

@@ -4,11 +4,21 @@
 #include <QMetaMethod>
 #include <QTimer>
 
-OTMotion::OTMotion(QObject *target, const char *property)
+OTMotion::OTMotion(QObject *target, const char *property, const char *runningProperty)
     : QObject(target)
     , m_target(target)
 {
     const QMetaObject *meta = target->metaObject();
+    if (runningProperty) {
+        const int running = meta->indexOfProperty(runningProperty);
+        if (running >= 0 && meta->property(running).hasNotifySignal()) {
+            m_running = meta->property(running);
+            const int slot = metaObject()->indexOfSlot("runningChanged()");
+            connect(target, m_running.notifySignal(), this, metaObject()->method(slot));
+        } else {
+            qWarning() << "OTMotion: no property" << runningProperty << "with a notify signal on" << target;
+        }
+    }
     const int index = meta->indexOfProperty(property);
     if (index < 0) {
         qWarning() << "OTMotion: no property" << property << "on" << target;
@@ -33,11 +43,20 @@ void OTMotion::moveTo(qreal value, std::function<void()> completion)
     m_moving = true;
     if (completion)
         m_waiting.append(std::move(completion));
-    if (m_property.isValid())
-        m_property.write(m_target, value); // through the skin's Behavior, if it has one
+    if (m_property.isValid()) {
+        // Through the skin's Behavior, if it has one. Its motion may stop and start again on
+        // the way: only where things stand afterwards counts.
+        m_writing = true;
+        m_property.write(m_target, value);
+        m_writing = false;
+    }
     // Landed at once (no Behavior, a Behavior turned off, or already there).
-    if (arrived())
-        propertyChanged();
+    propertyChanged();
+}
+
+bool OTMotion::running() const
+{
+    return m_running.isValid() && m_running.read(m_target).toBool();
 }
 
 bool OTMotion::arrived() const
@@ -49,8 +68,19 @@ bool OTMotion::arrived() const
 
 void OTMotion::propertyChanged()
 {
-    if (!m_moving || !arrived())
-        return;
+    if (m_moving && !m_writing && !running() && arrived())
+        finish();
+}
+
+void OTMotion::runningChanged()
+{
+    // The skin's motion has stopped: the move is over, wherever it left the value.
+    if (m_moving && !m_writing && !running())
+        finish();
+}
+
+void OTMotion::finish()
+{
     m_moving = false;
     complete();
 }

@@ -21,7 +21,8 @@ Q_MOC_INCLUDE("OTCommonsViewController.h")
 // deleted once it has disappeared, unless it was handed back by popViewController() to a
 // caller that keeps it (see there).
 //
-// The host decides; its skin (OTNavigationControllerSkin.qml, root: this type) shows. Every
+// The host decides; its skin (OTNavigationControllerSkin.qml, the QML type OTNavigationController;
+// this C++ type is OTNavigationControllerTemplate in QML) shows. Every
 // change of the stack is asked of the skin by a request signal, which the skin carries out on
 // its StackView with the StackView's own calls before the signal returns, and the skin binds
 // that StackView's `busy` to stackViewBusy, by which the host knows when a change has finished.
@@ -32,7 +33,7 @@ Q_MOC_INCLUDE("OTCommonsViewController.h")
 class OSTFOUNDATION_EXPORT OTNavigationController : public QQuickItem
 {
     Q_OBJECT
-    QML_ELEMENT
+    QML_NAMED_ELEMENT(OTNavigationControllerTemplate)
     Q_PROPERTY(bool navigationBarHidden READ isNavigationBarHidden NOTIFY navigationBarHiddenChanged)
     // 0 with the bar in view, 1 with it out of view. Written by the host; the skin's Behavior
     // on it writes the steps in between.

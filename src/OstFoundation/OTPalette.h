@@ -3,6 +3,7 @@
 #include "OstFoundationGlobal.h"
 
 #include <QColor>
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
@@ -60,6 +61,9 @@ class OSTFOUNDATION_EXPORT OTPalette : public QObject
     Q_PROPERTY(qreal dimmerOpacity READ dimmerOpacity CONSTANT)
     Q_PROPERTY(QColor galleryBackgroundColor READ galleryBackgroundColor CONSTANT)
     Q_PROPERTY(qreal launchQuoteLineSpacing READ launchQuoteLineSpacing CONSTANT)
+    Q_PROPERTY(QList<qreal> bottomCoverAlphas READ bottomCoverAlphas CONSTANT)
+    Q_PROPERTY(QList<qreal> bottomCoverLocations READ bottomCoverLocations CONSTANT)
+    Q_PROPERTY(QList<qreal> topCoverAlphas READ topCoverAlphas CONSTANT)
 public:
     using QObject::QObject;
 
@@ -122,6 +126,13 @@ public:
     static int fadeDuration() { return FadeDuration; }
     static int stackTransitionDuration() { return 300; }
     static int navigationBarDuration() { return 250; }
+
+    // The quote page's covers: black gradients, top to bottom, one alpha a stop. The bottom
+    // cover's stops sit at the given fractions of its height (the last alpha holds below the
+    // last stop); the top cover's are spread evenly.
+    static QList<qreal> bottomCoverAlphas() { return {0, 0.2, 0.3, 0.5}; }
+    static QList<qreal> bottomCoverLocations() { return {0, 0.33, 0.45, 0.8}; }
+    static QList<qreal> topCoverAlphas() { return {0.6, 0.5, 0.3, 0.15, 0}; }
 
     // Font sizes, in pixels.
     // The tick or cross of a transient message.

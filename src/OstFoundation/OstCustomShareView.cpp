@@ -132,7 +132,7 @@ OstCustomShareView::OstCustomShareView(QQuickItem *parent)
     , d(new Private(this))
 {
     setFlag(ItemIsFocusScope);
-    d->motion = new OTMotion(this, "presentation");
+    d->motion = new OTMotion(this, "presentation", "sheetMoving");
 }
 
 OstCustomShareView::~OstCustomShareView()
@@ -152,6 +152,14 @@ void OstCustomShareView::setDelegate(QObject *delegate)
     if (delegate && !qobject_cast<OstCustomShareViewDelegate *>(delegate))
         qWarning() << "OstCustomShareView: the delegate does not implement OstCustomShareViewDelegate:" << delegate;
     m_delegate = delegate;
+}
+
+void OstCustomShareView::setSheetMoving(bool moving)
+{
+    if (m_sheetMoving == moving)
+        return;
+    m_sheetMoving = moving;
+    Q_EMIT sheetMovingChanged();
 }
 
 void OstCustomShareView::setPresentation(qreal presentation)

@@ -60,18 +60,21 @@ Q_DECLARE_INTERFACE(OstCustomShareViewDelegate, OstCustomShareViewDelegate_iid)
 // and the platform's back key take it away, as cancel does.
 //
 // The delegate is a QObject implementing OstCustomShareViewDelegate, held weakly. The look is
-// the skin OstCustomShareViewSkin.qml (root: this type): it binds the sheets to the state
+// the skin OstCustomShareViewSkin.qml, the QML type OstCustomShareView (this C++ type is
+// OstCustomShareViewTemplate in QML, for a skin of a host's own): it binds the sheets to the state
 // below and eases `presentation` to where the panel asks (a Behavior enabled while
 // presentationAnimated holds); the panel leaves the screen once a hide has arrived at 0.
 class OSTFOUNDATION_EXPORT OstCustomShareView : public QQuickItem
 {
     Q_OBJECT
-    QML_ELEMENT
+    QML_NAMED_ELEMENT(OstCustomShareViewTemplate)
     // 0 out of view (below the screen), 1 fully risen. Set here to where the sheet is asked
     // to go; the skin's motion writes the steps on the way.
     Q_PROPERTY(qreal presentation READ presentation WRITE setPresentation NOTIFY presentationChanged)
     // Whether the move of the sheet under way eases (true) or jumps (false).
     Q_PROPERTY(bool presentationAnimated READ presentationAnimated NOTIFY presentationAnimatedChanged)
+    // Set by the skin while its motion of the sheet runs: a move ends when that motion does.
+    Q_PROPERTY(bool sheetMoving READ sheetMoving WRITE setSheetMoving NOTIFY sheetMovingChanged)
     Q_PROPERTY(bool showing READ isShowing NOTIFY showingChanged)
     Q_PROPERTY(bool systemShareShowing READ isSystemShareShowing NOTIFY systemShareShowingChanged)
     Q_PROPERTY(QVariantList platforms READ platforms CONSTANT)
@@ -99,6 +102,8 @@ public:
     bool isSystemShareShowing() const { return m_systemShareShowing; }
     qreal presentation() const { return m_presentation; }
     bool presentationAnimated() const { return m_presentationAnimated; }
+    bool sheetMoving() const { return m_sheetMoving; }
+    void setSheetMoving(bool moving);
     QVariantList platforms() const;
     QVariantList activityItems() const { return m_activityItems; }
 
@@ -114,6 +119,7 @@ public:
 Q_SIGNALS:
     void presentationChanged();
     void presentationAnimatedChanged();
+    void sheetMovingChanged();
     void showingChanged();
     void systemShareShowingChanged();
 
@@ -129,6 +135,7 @@ private:
     bool m_systemShareShowing = false;
     qreal m_presentation = 0;
     bool m_presentationAnimated = true;
+    bool m_sheetMoving = false;
     QVariantList m_activityItems;
     struct Private;
     Private *d = nullptr;

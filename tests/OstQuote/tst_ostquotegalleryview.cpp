@@ -174,12 +174,12 @@ class TestOstQuoteGalleryView : public QObject
         QCOMPARE(current->position(), place);
         QCOMPARE(current->size(), QSizeF(w, h));
         QCOMPARE(current->opacity(), 1.0);
-        QCOMPARE(current->contentScale(), 1.0);
+        QCOMPARE(shownScale(current), 1.0);
         if (OstQuoteView *older = pageOf(m_gallery, index + 1)) {
             QCOMPARE(older->position(), QPointF(double(3 - index) * w, 0));
             QCOMPARE(older->size(), QSizeF(w, h));
             QCOMPARE(older->opacity(), 1.0);
-            QCOMPARE(older->contentScale(), 1.0);
+            QCOMPARE(shownScale(older), 1.0);
         }
         // Anything else in the view lies under the page in view, or cannot be seen.
         const QRectF inView(place, QSizeF(w, h));
@@ -261,10 +261,10 @@ private Q_SLOTS:
         QVERIFY(m_gallery->isDraggingToRight());
         QCOMPARE(today->position() + QPointF(187.5, 333.5), QPointF(1637.5, 333.5));
         QCOMPARE(today->z(), -10.0);
-        QVERIFY(qAbs(today->contentScale() - 0.866667) < 1e-4);
+        QVERIFY(qAbs(shownScale(today) - 0.866667) < 1e-4);
         QVERIFY(qAbs(today->opacity() - 0.866667) < 1e-4);
         scroll->setContentOffset(QPointF(1400, 0));
-        QCOMPARE(today->contentScale(), 0.8);
+        QCOMPARE(shownScale(today), 0.8);
         QVERIFY(qAbs(today->opacity() - 0.733333) < 1e-4);
         m_gallery->scrollViewWillEndDragging(scroll, {}, QPointF(1125, 0));
         QCOMPARE(m_gallery->readyCurrentIndex(), 1);
@@ -281,11 +281,11 @@ private Q_SLOTS:
         QVERIFY(!m_gallery->isDraggingToRight());
         QCOMPARE(pageOf(m_gallery, 1)->z(), 0.0);
         QCOMPARE(today->position() + QPointF(187.5, 333.5), QPointF(1387.5, 333.5));
-        QVERIFY(qAbs(today->contentScale() - 0.2) < 1e-9);
+        QVERIFY(qAbs(shownScale(today) - 0.2) < 1e-9);
         QVERIFY(qAbs(today->opacity() - 0.2) < 1e-9);
         scroll->setContentOffset(QPointF(1500, 0));
         QCOMPARE(today->position(), QPointF(1500, 0));
-        QCOMPARE(today->contentScale(), 1.0);
+        QCOMPARE(shownScale(today), 1.0);
         m_gallery->scrollViewWillEndDragging(scroll, {}, QPointF(1500, 0));
         m_gallery->scrollViewDidEndDecelerating(scroll);
         QCOMPARE(m_gallery->currentIndex(), 0);
@@ -330,7 +330,7 @@ private Q_SLOTS:
         QTRY_COMPARE(m_gallery->currentIndex(), 3);
         QTRY_VERIFY(!m_gallery->scrollView()->decelerating());
         QCOMPARE(sorted(childIndexes(m_gallery)), (QList<qint64>{2, 3, 4}));
-        QTRY_COMPARE(pageOf(m_gallery, 3)->contentScale(), 1.0);
+        QTRY_COMPARE(shownScale(pageOf(m_gallery, 3)), 1.0);
     }
 
     void emptyOrMissingSourcesDoNotCrash()
@@ -525,11 +525,11 @@ private Q_SLOTS:
                 auto *page = qobject_cast<OstQuoteView *>(child);
                 if (!page)
                     continue;
-                now.insert(page, {page->contentScale(), page->opacity()});
+                now.insert(page, {shownScale(page), page->opacity()});
                 const auto before = last.constFind(page);
-                if (before != last.cend() && std::abs(page->contentScale() - before->scale) > allowed) {
+                if (before != last.cend() && std::abs(shownScale(page) - before->scale) > allowed) {
                     jumps.append(QStringLiteral("page %1: scale %2 -> %3 (opacity %4 -> %5) over %6 px")
-                                     .arg(page->itemIndex()).arg(before->scale).arg(page->contentScale())
+                                     .arg(page->itemIndex()).arg(before->scale).arg(shownScale(page))
                                      .arg(before->opacity).arg(page->opacity()).arg(x - lastX));
                 }
             }

@@ -6,6 +6,7 @@
 
 #include <OTClock.h>
 
+#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItemGrabResult>
 #include <QQuickView>
@@ -250,6 +251,50 @@ private Q_SLOTS:
         QTest::qWait(400);
         QVERIFY(m_page->isShowing());
         QCOMPARE(m_page->coverOffset(), 0.0);
+    }
+
+    // A host's own skin, built on the template, with a cover move that goes on after the
+    // offset has arrived (a settle, as overshooting and spring easings have): the page's flag
+    // follows the end of the skin's motion, not the moment the offset first reads its goal.
+    void aSkinOfTheHostsOwnEndsTheMoveWhenItsMotionEnds()
+    {
+        QQmlComponent skin(m_view->engine());
+        skin.setData(R"(
+            import QtQuick
+            import OstQuote
+            OstQuoteViewTemplate {
+                id: page
+                width: 375; height: 667
+                coverSliding: motion.running
+                Behavior on coverOffset {
+                    SequentialAnimation {
+                        id: motion
+                        NumberAnimation { duration: 60 }
+                        PauseAnimation { duration: 300 }
+                    }
+                }
+                Rectangle {
+                    objectName: "hostCover"
+                    width: page.width; height: page.coverHeight
+                    y: page.height - height + page.coverOffset
+                    color: "teal"
+                }
+            })", QUrl());
+        std::unique_ptr<OstQuoteView> page(qobject_cast<OstQuoteView *>(skin.create()));
+        QVERIFY2(page, qPrintable(skin.errorString()));
+        page->setParentItem(m_view->contentItem());
+        page->setQuote(makeQuote("2016-10-01"));
+        QVERIFY(page->findChild<QQuickItem *>(QStringLiteral("hostCover")));
+        QVERIFY(!page->findChild<QQuickItem *>(QStringLiteral("coverView")));
+
+        bool slidingAtTheFlip = true;
+        connect(page.get(), &OstQuoteView::isShowingChanged, this,
+                [&]() { slidingAtTheFlip = page->coverSliding(); });
+        click(QPointF(187, 300));
+        QTRY_COMPARE(page->coverOffset(), 250.0);
+        QVERIFY2(page->isShowing(), "the offset has arrived, the skin's motion has not ended");
+        QTRY_VERIFY(!page->isShowing());
+        QVERIFY(!slidingAtTheFlip);
     }
 
     void touchTapsCountToo()

@@ -506,7 +506,7 @@ private Q_SLOTS:
             // The page's text, where the page stands whole in its place (the gallery's own
             // first scroll to today may still be on its way).
             OstQuoteView *page = gallery()->currentQuoteView();
-            if (page && page->contentScale() == 1 && page->opacity() == 1)
+            if (page && shownScale(page) == 1 && page->opacity() == 1)
                 textTops.append(findItem(page, QStringLiteral("contentLabel"))->mapToScene(QPointF(0, 0)).y());
             if (galleryFrames.size() == 6)
                 saveScreenshot(m_view.get(), QStringLiteral("viewer-push.png"));
@@ -940,7 +940,7 @@ private Q_SLOTS:
         QCOMPARE(page->quote()->assign_date(), QStringLiteral("2017-03-01"));
         QCOMPARE(page->position().x(), scroll->contentOffset().x());
         QCOMPARE(page->opacity(), 1.0);
-        QCOMPARE(page->contentScale(), 1.0);
+        QCOMPARE(shownScale(page), 1.0);
         // The press did not reach the page as a tap.
         QVERIFY(page->isShowing());
 
@@ -969,7 +969,7 @@ private Q_SLOTS:
         OstQuoteView *page = gallery()->currentQuoteView();
         QCOMPARE(page->quote()->assign_date(), QStringLiteral("2017-03-01"));
         QCOMPARE(page->opacity(), 1.0);
-        QCOMPARE(page->contentScale(), 1.0);
+        QCOMPARE(shownScale(page), 1.0);
         m_viewer->shareViewShareToPlatform(m_viewer->shareView(), 0);
         QCOMPARE(m_shares->shares.size(), 1);
         QCOMPARE(m_shares->shares.first().content, todaysQuote()->content());

@@ -82,7 +82,7 @@ class TestOstQuoteViewerKeys : public ViewerFixture
             connect(gallery()->scrollView(), &OTScrollView::contentOffsetChanged, this, [&largest, this]() {
                 for (QQuickItem *child : gallery()->scrollView()->subviews()) {
                     if (child->opacity() > 0)
-                        largest = qMax(largest, qobject_cast<OstQuoteView *>(child)->contentScale());
+                        largest = qMax(largest, shownScale(child));
                 }
             });
         turn();
@@ -160,7 +160,7 @@ private Q_SLOTS:
         QVERIFY(opacities.size() > 3);
         QVERIFY(std::any_of(opacities.cbegin(), opacities.cend(), [](qreal o) { return o > 0.1 && o < 0.9; }));
         QCOMPARE(today->opacity(), 0.0);
-        QCOMPARE(today->contentScale(), 0.8);
+        QCOMPARE(shownScale(today), 0.8);
         QCOMPARE(gallery()->currentQuoteView()->opacity(), 1.0);
     }
 
@@ -187,7 +187,7 @@ private Q_SLOTS:
         // Today's page whole and in its place, whatever the pages met on the way carried.
         OstQuoteView *today = gallery()->currentQuoteView();
         QCOMPARE(today->opacity(), 1.0);
-        QCOMPARE(today->contentScale(), 1.0);
+        QCOMPARE(shownScale(today), 1.0);
         QCOMPARE(today->position().x(), gallery()->scrollView()->contentOffset().x());
         // Three days back and Home again: the jump lays the pages it keeps afresh.
         key(Qt::Key_Left);
@@ -202,7 +202,7 @@ private Q_SLOTS:
             waitForRest();
         });
         QVERIFY2(largest <= 1.0, qPrintable(QString::number(largest)));
-        QCOMPARE(gallery()->currentQuoteView()->contentScale(), 1.0);
+        QCOMPARE(shownScale(gallery()->currentQuoteView()), 1.0);
         QCOMPARE(gallery()->currentQuoteView()->opacity(), 1.0);
         disconnect(counting);
         QVERIFY2(mostPages <= 4, qPrintable(QString::number(mostPages)));
@@ -245,7 +245,7 @@ private Q_SLOTS:
         QVERIFY2(largest <= 1.0, qPrintable(QString::number(largest)));
         OstQuoteView *page = gallery()->currentQuoteView();
         QCOMPARE(page->opacity(), 1.0);
-        QCOMPARE(page->contentScale(), 1.0);
+        QCOMPARE(shownScale(page), 1.0);
         QCOMPARE(page->position().x(), gallery()->scrollView()->contentOffset().x());
         QTRY_VERIFY(m_viewer->quotes().contains(QStringLiteral("2017-02-25")));
     }

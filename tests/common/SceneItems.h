@@ -28,6 +28,14 @@ inline QQuickItem *findItem(QQuickItem *root, const QString &name)
     return nullptr;
 }
 
+// The scale a quote page's content is shown at (its skin's "pageContent"): the gallery's depth
+// effect shrinks it behind the page sliding over it. 1 for anything else.
+inline qreal shownScale(QQuickItem *page)
+{
+    const QQuickItem *content = findItem(page, QStringLiteral("pageContent"));
+    return content ? content->scale() : 1.0;
+}
+
 // With OSTQUOTE_SCREENSHOTS set, the window's picture goes to that folder as `name` (the
 // pictures of the README are taken so).
 inline void saveScreenshot(QQuickWindow *window, const QString &name)

@@ -10,6 +10,7 @@
 #include <OTClock.h>
 #include <OTCommonsViewController.h>
 #include <OstAPIClient.h>
+#include <OstQuoteGalleryView.h>
 #include <OstQuoteLaunchViewController.h>
 #include <OstQuoteViewController.h>
 
@@ -280,6 +281,47 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(distinctColours(window->grabWindow()) > 50, 20000);
         const QImage frame = window->grabWindow();
         QVERIFY(!isBlack(frame));
+    }
+
+    // examples/qml-host/Parts.qml: each visual type declared in a host's QML has its look (its
+    // skin's children are there and drawn), and the page in the host's own skin has that
+    // skin's children instead of the module's.
+    void theVisualTypesDeclaredInQmlHaveTheirLook()
+    {
+        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
+        QQmlApplicationEngine engine;
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        engine.load(QUrl::fromLocalFile(QStringLiteral(OSTQUOTE_QML_HOST_DIR "/Parts.qml")));
+        auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
+        QVERIFY(window);
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QQuickItem *root = window->contentItem();
+        const QList<std::pair<const char *, const char *>> looks = {
+            {"quotePage", "coverView"},          {"quotePage", "topCoverView"},
+            {"restyledPage", "restyledCover"},   {"launchScreen", "imageView"},
+            {"viewerScreen", "galleryView"},     {"sharePanel", "shareSheet"},
+            {"sharePanel", "shareCancelButton"},
+        };
+        for (const auto &[type, child] : looks) {
+            QQuickItem *item = findItem(root, QLatin1String(type));
+            QVERIFY2(item, type);
+            QQuickItem *part = findItem(item, QLatin1String(child));
+            QVERIFY2(part && part->isVisible() && part->width() > 0, child);
+        }
+        QVERIFY(!findItem(findItem(root, QStringLiteral("restyledPage")), QStringLiteral("coverView")));
+        // The panel has risen over the viewer, within it.
+        QQuickItem *sheet = findItem(root, QStringLiteral("shareSheet"));
+        const QRectF sheetRect = sceneRect(sheet);
+        QCOMPARE(sheetRect.bottom(), 667.0);
+        QVERIFY(sheetRect.left() >= 3 * 375 - 0.5 && sheetRect.height() > 100);
+        // The viewer's pages are made from the host's component once today's quote is in.
+        auto *gallery = qobject_cast<OstQuoteGalleryView *>(findItem(root, QStringLiteral("galleryView")));
+        QVERIFY(gallery);
+        QTRY_VERIFY_WITH_TIMEOUT(gallery->currentQuoteView() && gallery->currentQuoteView()->quote(), 20000);
+        QVERIFY(findItem(gallery->currentQuoteView(), QStringLiteral("restyledCover")));
+        QVERIFY(!findItem(gallery->currentQuoteView(), QStringLiteral("coverView")));
+        QTRY_VERIFY_WITH_TIMEOUT(distinctColours(window->grabWindow()) > 50, 20000);
+        saveScreenshot(window, QStringLiteral("qml-host-parts.png"));
     }
 
     // The example as a process, as a user starts it: only its environment says where the

@@ -4,15 +4,16 @@ import OstFoundation
 // A transient message over a window: a dark rounded box in the middle, white text, with a
 // tick (status 1) or a cross (status 2) above the text. It lets every touch through. When
 // its time is up it is asked for presentation 0, and fades there.
-OTHUD {
+OTHUDTemplate {
     id: hud
     objectName: "OTHUD"
 
     anchors.fill: parent
     opacity: presentation
 
+    fading: fade.running
     Behavior on presentation {
-        NumberAnimation { duration: OTPalette.fadeDuration }
+        NumberAnimation { id: fade; duration: OTPalette.fadeDuration }
     }
 
     Rectangle {

@@ -12,7 +12,7 @@ import OstFoundation
 //
 // The host asks, the skin does: each request is carried out on the StackView at once, and the
 // StackView's busy goes back to the host, which finishes its screens' changes when it falls.
-OTNavigationController {
+OTNavigationControllerTemplate {
     id: host
 
     stackViewBusy: stack.busy

@@ -8,7 +8,7 @@ import OstFoundation
 // second sheet of the same make that takes the first one's place. Every button takes the
 // keyboard by Tab, shows a ring while it has it and is pressed by Enter or Space; screen
 // readers find the panel as a dialog and each button by its name.
-OstCustomShareView {
+OstCustomShareViewTemplate {
     id: shareView
 
     Accessible.role: Accessible.Dialog
@@ -16,9 +16,10 @@ OstCustomShareView {
                                                   : OTLocalizable.string("share_view_title")
 
     // The sheet eases to where the panel asks.
+    sheetMoving: sheetMotion.running
     Behavior on presentation {
         enabled: shareView.presentationAnimated
-        NumberAnimation { duration: OTPalette.sheetDuration; easing.type: Easing.OutCubic }
+        NumberAnimation { id: sheetMotion; duration: OTPalette.sheetDuration; easing.type: Easing.OutCubic }
     }
 
     // 0 with the share targets in view, 1 with the system share route's entries. It eases
@@ -33,7 +34,7 @@ OstCustomShareView {
     // A share target: its icon, 50 × 50, over its name.
     component ShareButton: T.AbstractButton {
         id: button
-        property OstCustomShareView view
+        property OstCustomShareViewTemplate view
         property url iconSource
         property url iconHighlightedSource
         // A share target's type: a click picks it.
@@ -92,7 +93,7 @@ OstCustomShareView {
     // A full-width bar with a centred label: the sheets' cancel.
     component BarButton: T.AbstractButton {
         id: bar
-        property OstCustomShareView view
+        property OstCustomShareViewTemplate view
         width: bar.view ? bar.view.width : 0
         height: 50
         padding: 0
@@ -119,7 +120,7 @@ OstCustomShareView {
     // A sheet: white, its top corners rounded, taking every tap that lands on it.
     component Sheet: Rectangle {
         id: sheetBody
-        property OstCustomShareView view
+        property OstCustomShareViewTemplate view
         width: sheetBody.view ? sheetBody.view.width : 0
         radius: 12
         color: OTPalette.ostrelWhite
@@ -136,7 +137,7 @@ OstCustomShareView {
 
     component SheetTitle: Text {
         id: title
-        property OstCustomShareView view
+        property OstCustomShareViewTemplate view
         width: title.view ? title.view.width : 0
         height: 46
         horizontalAlignment: Text.AlignHCenter
@@ -149,7 +150,7 @@ OstCustomShareView {
 
     component Hairline: Rectangle {
         id: hairline
-        property OstCustomShareView view
+        property OstCustomShareViewTemplate view
         x: 16
         width: hairline.view ? hairline.view.width - 32 : 0
         height: 1 / Math.max(1, Screen.devicePixelRatio)
@@ -159,7 +160,7 @@ OstCustomShareView {
     // The band above the cancel bar.
     component Gap: Rectangle {
         id: gap
-        property OstCustomShareView view
+        property OstCustomShareViewTemplate view
         width: gap.view ? gap.view.width : 0
         height: 8
         color: OTPalette.ostrelGroupColor

@@ -16,6 +16,10 @@ OstQuoteViewControllerTemplate {
 
     galleryView: gallery
 
+    // What the gallery makes its pages from: a component whose root is a quote page (a skin of
+    // the host's own, from OstQuoteViewTemplate). None, the module's OstQuoteView.
+    property Component pageComponent: null
+
     // A button over the picture: a ring while it has the keyboard, and Enter presses it as
     // Space does.
     component ChromeButton: T.AbstractButton {
@@ -44,6 +48,7 @@ OstQuoteViewControllerTemplate {
         id: gallery
         objectName: "galleryView"
         anchors.fill: parent
+        pageComponent: screen.pageComponent
         focus: true
         Accessible.role: Accessible.Pane
         Accessible.name: screen.dayInView

@@ -1,14 +1,21 @@
 #include "OstQuoteGalleryView.h"
 
+#include <limits>
+
 #include <OTPalette.h>
 #include <OTScrollView.h>
 
+#include <QDebug>
+#include <QQmlContext>
+#include <QQmlEngine>
 #include <QtMath>
 
 namespace {
 
 constexpr double kPinFactor = 0.5;
 constexpr double kMinimumScale = 0.8;
+// The page being approached grows from nothing: its scale is its progress, whatever that is.
+constexpr double kNoMinimumScale = std::numeric_limits<double>::lowest();
 constexpr double kBackDepth = -10.0;
 constexpr double kFrontDepth = 0.0;
 constexpr double kIndexStep = -1.0;
@@ -196,11 +203,31 @@ OstQuoteView *OstQuoteGalleryView::dequeueReusableView()
         m_reusableViewPool.remove(view);
         return view;
     }
-    view = OstQuoteView::create(this);
+    if (m_pageComponent) {
+        QObject *made = m_pageComponent->create(qmlContext(m_pageComponent));
+        view = qobject_cast<OstQuoteView *>(made);
+        if (!view) {
+            qWarning() << "OstQuoteGalleryView: the page component does not make an OstQuoteView:"
+                       << m_pageComponent->errorString();
+            delete made;
+        } else {
+            QQmlEngine::setObjectOwnership(view, QQmlEngine::CppOwnership);
+        }
+    }
+    if (!view)
+        view = OstQuoteView::create(this);
     if (!view)
         view = new OstQuoteView; // outside a QML scene: a page without its skin
     m_scrollView->addSubview(view);
     return view;
+}
+
+void OstQuoteGalleryView::setPageComponent(QQmlComponent *component)
+{
+    if (m_pageComponent == component)
+        return;
+    m_pageComponent = component;
+    Q_EMIT pageComponentChanged();
 }
 
 void OstQuoteGalleryView::queueReusaleView(OstQuoteView *view)
@@ -290,9 +317,7 @@ void OstQuoteGalleryView::transition(OstQuoteView *page, double x)
         if (i != m_currentIndex)
             return;
         pin();
-        const double s = x / width() - double(m_numberOfQuotes - 2 - m_currentIndex);
-        page->setOpacity(s); // the item keeps opacity within 0 to 1
-        page->setContentScale(qMax(s, kMinimumScale));
+        page->setDepth(x / width() - double(m_numberOfQuotes - 2 - m_currentIndex), kMinimumScale);
     } else {
         if (i == m_currentIndex) {
             const double place = double(m_numberOfQuotes - 1 - m_currentIndex) * width();
@@ -302,22 +327,17 @@ void OstQuoteGalleryView::transition(OstQuoteView *page, double x)
                 // as the page left, or growing as the page approached), fading in with the
                 // travel and never shrinking, so that it is whole when it reaches its place.
                 pin();
-                const double s = x / width() - double(m_numberOfQuotes - 2 - m_currentIndex);
-                page->setOpacity(s);
-                page->setContentScale(qMax(s, page->contentScale()));
+                page->setDepth(x / width() - double(m_numberOfQuotes - 2 - m_currentIndex), page->depthScale());
                 return;
             }
             // From its place on it slides away with the content, whole. (A drag that began
             // at rest on it finds it so already.)
             page->setPosition(QPointF(place, 0));
-            page->setOpacity(1);
-            page->setContentScale(1);
+            page->setDepth(1, 0);
             page->setZ(kFrontDepth);
         } else if (i == m_currentIndex - 1) {
             pin();
-            const double s = x / width() - double(m_numberOfQuotes - 1 - m_currentIndex);
-            page->setOpacity(s);
-            page->setContentScale(s);
+            page->setDepth(x / width() - double(m_numberOfQuotes - 1 - m_currentIndex), kNoMinimumScale);
         }
     }
 }

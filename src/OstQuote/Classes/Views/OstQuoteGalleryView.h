@@ -4,6 +4,7 @@
 #include "OstQuoteView.h"
 
 #include <QPointer>
+#include <QQmlComponent>
 #include <QQuickItem>
 #include <QSet>
 #include <QtQml/qqmlregistration.h>
@@ -55,6 +56,10 @@ class OSTQUOTE_EXPORT OstQuoteGalleryView : public QQuickItem
     Q_PROPERTY(qint64 currentIndex READ currentIndex WRITE setCurrentIndex NOTIFY currentIndexChanged)
     Q_PROPERTY(qint64 numberOfQuotes READ numberOfQuotes NOTIFY numberOfQuotesChanged)
     Q_PROPERTY(OTScrollView *scrollView READ scrollView CONSTANT)
+    // What the gallery makes its pages from: a component whose root is an OstQuoteView (a skin
+    // of the host's own, made from OstQuoteViewTemplate). None, the module's OstQuoteView.
+    // Pages already made stay as they are.
+    Q_PROPERTY(QQmlComponent *pageComponent READ pageComponent WRITE setPageComponent NOTIFY pageComponentChanged)
 public:
     explicit OstQuoteGalleryView(QQuickItem *parent = nullptr);
     ~OstQuoteGalleryView() override;
@@ -65,6 +70,8 @@ public:
     void setDelegate(QObject *delegate);
 
     OTScrollView *scrollView() const { return m_scrollView; }
+    QQmlComponent *pageComponent() const { return m_pageComponent; }
+    void setPageComponent(QQmlComponent *component);
 
     qint64 currentIndex() const { return m_currentIndex; }
     void setCurrentIndex(qint64 index);
@@ -113,6 +120,7 @@ public:
 Q_SIGNALS:
     void currentIndexChanged();
     void numberOfQuotesChanged();
+    void pageComponentChanged();
 
 protected:
     void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;
@@ -130,6 +138,7 @@ private:
     OTScrollView *m_scrollView = nullptr;
     QPointer<QObject> m_dataSource;
     QPointer<QObject> m_delegate;
+    QPointer<QQmlComponent> m_pageComponent;
     qint64 m_currentIndex = 0;
     qint64 m_numberOfQuotes = 0;
     qint64 m_readyCurrentIndex = 0;

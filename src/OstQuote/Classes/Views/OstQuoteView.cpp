@@ -19,7 +19,7 @@ OstQuoteView::OstQuoteView(QQuickItem *parent)
 {
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptTouchEvents(true);
-    m_coverMotion = new OTMotion(this, "coverOffset");
+    m_coverMotion = new OTMotion(this, "coverOffset", "coverSliding");
 }
 
 OstQuoteView::~OstQuoteView() = default;
@@ -85,12 +85,13 @@ void OstQuoteView::setIsShowing(bool showing)
     Q_EMIT isShowingChanged();
 }
 
-void OstQuoteView::setContentScale(qreal scale)
+void OstQuoteView::setDepth(qreal progress, qreal minimumScale)
 {
-    if (qFuzzyCompare(m_contentScale, scale))
+    if (m_depthProgress == progress && m_depthMinimumScale == minimumScale)
         return;
-    m_contentScale = scale;
-    Q_EMIT contentScaleChanged();
+    m_depthProgress = progress;
+    m_depthMinimumScale = minimumScale;
+    Q_EMIT depthChanged();
 }
 
 void OstQuoteView::setCoverOffset(qreal offset)
@@ -99,6 +100,14 @@ void OstQuoteView::setCoverOffset(qreal offset)
         return;
     m_coverOffset = offset;
     Q_EMIT coverOffsetChanged();
+}
+
+void OstQuoteView::setCoverSliding(bool sliding)
+{
+    if (m_coverSliding == sliding)
+        return;
+    m_coverSliding = sliding;
+    Q_EMIT coverSlidingChanged();
 }
 
 void OstQuoteView::showCoverViewWithAnimated(bool animated)

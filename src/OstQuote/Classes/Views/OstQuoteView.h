@@ -18,13 +18,14 @@ class QQmlEngine;
 // next tap brings it back.
 //
 // Behaviour lives here; the look (children, anchors, fonts, colours) and the cover's slide
-// are the skin OstQuoteViewSkin.qml, whose root is this type. The skin binds to the texts and
+// are the skin OstQuoteViewSkin.qml, the QML type OstQuoteView (this C++ type is
+// OstQuoteViewTemplate in QML, for a skin of a host's own). The skin binds to the texts and
 // the offset below, animates the offset (a Behavior enabled while coverAnimated holds) and
 // hands back the children that others reach: the picture and the cover.
 class OSTQUOTE_EXPORT OstQuoteView : public QQuickItem
 {
     Q_OBJECT
-    QML_ELEMENT
+    QML_NAMED_ELEMENT(OstQuoteViewTemplate)
     Q_PROPERTY(OstQuote *quote READ quoteObject NOTIFY quoteChanged)
     Q_PROPERTY(qint64 itemIndex READ itemIndex WRITE setItemIndex NOTIFY itemIndexChanged)
     Q_PROPERTY(bool isShowing READ isShowing WRITE setIsShowing NOTIFY isShowingChanged)
@@ -46,8 +47,15 @@ class OSTQUOTE_EXPORT OstQuoteView : public QQuickItem
     Q_PROPERTY(qreal coverOffset READ coverOffset WRITE setCoverOffset NOTIFY coverOffsetChanged)
     // Whether the move of the cover under way slides (true) or jumps (false).
     Q_PROPERTY(bool coverAnimated READ coverAnimated NOTIFY coverAnimatedChanged)
-    // The scale of the page's content about its centre (the gallery's depth effect).
-    Q_PROPERTY(qreal contentScale READ contentScale WRITE setContentScale NOTIFY contentScaleChanged)
+    // Set by the skin while its slide of the cover runs: the move ends when the slide does.
+    Q_PROPERTY(bool coverSliding READ coverSliding WRITE setCoverSliding NOTIFY coverSlidingChanged)
+    // The page's place in a page turn of the gallery: 1 whole and in its place, falling to 0
+    // as a page being left shrinks and fades behind the one sliding over it (or rising from 0
+    // as the page being approached grows and appears). The skin shows the page with that
+    // opacity and its content scaled about its centre by depthProgress, never below
+    // depthMinimumScale.
+    Q_PROPERTY(qreal depthProgress READ depthProgress NOTIFY depthChanged)
+    Q_PROPERTY(qreal depthMinimumScale READ depthMinimumScale NOTIFY depthChanged)
 
     // The skin's children.
     Q_PROPERTY(QQuickItem *backgroundImageView MEMBER m_backgroundImageView)
@@ -95,8 +103,13 @@ public:
     QUrl imageSource() const { return m_imageSource; }
     qreal coverOffset() const { return m_coverOffset; }
     bool coverAnimated() const { return m_coverAnimated; }
-    qreal contentScale() const { return m_contentScale; }
-    void setContentScale(qreal scale);
+    bool coverSliding() const { return m_coverSliding; }
+    void setCoverSliding(bool sliding);
+    qreal depthProgress() const { return m_depthProgress; }
+    qreal depthMinimumScale() const { return m_depthMinimumScale; }
+    // The scale the skin shows the content at: depthProgress, never below depthMinimumScale.
+    qreal depthScale() const { return qMax(m_depthProgress, m_depthMinimumScale); }
+    void setDepth(qreal progress, qreal minimumScale);
 
     QQuickItem *backgroundImageView() const { return m_backgroundImageView; }
     QQuickItem *coverView() const { return m_coverView; }
@@ -109,7 +122,8 @@ Q_SIGNALS:
     void imageSourceChanged();
     void coverOffsetChanged();
     void coverAnimatedChanged();
-    void contentScaleChanged();
+    void coverSlidingChanged();
+    void depthChanged();
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
@@ -135,8 +149,10 @@ private:
     QString m_dateText;
     QUrl m_imageSource;
     qreal m_coverOffset = 0;
-    qreal m_contentScale = 1;
+    qreal m_depthProgress = 1;
+    qreal m_depthMinimumScale = 0;
     bool m_coverAnimated = true;
+    bool m_coverSliding = false;
     OTMotion *m_coverMotion = nullptr;
 
     QQuickItem *m_backgroundImageView = nullptr;

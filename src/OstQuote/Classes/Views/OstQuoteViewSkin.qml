@@ -7,7 +7,7 @@ import OstQuote
 // gap by the empty label's line height. The cover slides to the offset the page asks for.
 // Screen readers find the date, the sentence, its translation and the author as text, in
 // that order; the pictures are decoration.
-OstQuoteView {
+OstQuoteViewTemplate {
     id: page
 
     Accessible.role: Accessible.Pane
@@ -16,21 +16,28 @@ OstQuoteView {
     backgroundImageView: background
     coverView: cover
 
+    coverSliding: coverSlide.running
     Behavior on coverOffset {
         enabled: page.coverAnimated
         NumberAnimation {
+            id: coverSlide
             duration: OTPalette.coverSlideDuration
             easing.type: Easing.InOutQuad
         }
     }
 
+    // Its place in a page turn: it fades with the travel, and its content shrinks about the
+    // centre (down to the page's least scale) while the page itself keeps its size.
+    opacity: page.depthProgress
+
     Item {
         id: scaled
+        objectName: "pageContent"
         anchors.fill: parent
-        scale: page.contentScale
+        scale: Math.max(page.depthProgress, page.depthMinimumScale)
         // A page shrinking or fading behind the one sliding over it is drawn from one
         // snapshot, not re-rasterised (outlined text above all) at every step.
-        layer.enabled: page.opacity > 0 && (page.contentScale < 1 || page.opacity < 1)
+        layer.enabled: page.opacity > 0 && (scaled.scale < 1 || page.opacity < 1)
         layer.smooth: true
 
         Image {
@@ -57,6 +64,8 @@ OstQuoteView {
             anchors.bottom: parent.bottom
             anchors.bottomMargin: -page.coverOffset
             height: page.coverHeight
+            alphas: OTPalette.bottomCoverAlphas
+            locations: OTPalette.bottomCoverLocations
 
             // Declared in reading order: the date, the sentence, its translation, the author.
             Text {
@@ -147,6 +156,7 @@ OstQuoteView {
             anchors.right: parent.right
             anchors.top: parent.top
             height: 100
+            alphas: OTPalette.topCoverAlphas
         }
     }
 }
