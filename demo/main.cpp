@@ -13,40 +13,24 @@
 #include "DemoInstance.h"
 #include "DemoLinkHandler.h"
 #include "DemoTour.h"
+#include "ProgramCommandLine.h"
 
 #include <OTDevice.h>
 #include <OTNavigationController.h>
 #include <OstAPIClient.h>
 #include <OstQuoteLink.h>
 
-#include <QCommandLineParser>
 #include <QDir>
 #include <QGuiApplication>
 #include <QLockFile>
 #include <QQuickView>
-#include <QRegularExpression>
 
 #include <cstdio>
 
-namespace {
-
-int fail(const QString &message)
-{
-    std::fprintf(stderr, "ostquote-demo: %s\n", qPrintable(message));
-    return 2;
-}
-
-} // namespace
-
 int main(int argc, char *argv[])
 {
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i)
-        arguments.append(QString::fromLocal8Bit(argv[i]));
-
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("A host app embedding the OstQuote module."));
-    parser.addHelpOption();
+    ProgramCommandLine commandLine("ostquote-demo", QStringLiteral("A host app embedding the OstQuote module."));
+    QCommandLineParser &parser = commandLine.parser();
     const QCommandLineOption viewerOption(QStringLiteral("viewer"),
                                           QStringLiteral("Open the quote viewer at once, without the launch screen."));
     const QCommandLineOption apiOption(QStringLiteral("api"),
@@ -65,24 +49,15 @@ int main(int argc, char *argv[])
     parser.addPositionalArgument(QStringLiteral("LINK"),
                                  QStringLiteral("A link to a day to open: ostquote://day/YYYY-MM-DD or a share page of the server."),
                                  QStringLiteral("[LINK]"));
-    if (!parser.parse(arguments))
-        return fail(parser.errorText());
-    if (parser.isSet(QStringLiteral("help"))) {
-        // The window system is not chosen yet; an application of the core is enough for the
-        // usage line to name the program as it was started.
-        QCoreApplication app(argc, argv);
-        std::fputs(qPrintable(parser.helpText()), stdout);
-        return 0;
-    }
-    if (parser.positionalArguments().size() > 1)
-        return fail(QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().at(1)));
+    if (const std::optional<int> status = commandLine.parse(argc, argv, 1))
+        return *status;
     const QString link = parser.positionalArguments().value(0);
     if (parser.isSet(registerOption)) {
         QCoreApplication app(argc, argv);
         QString error;
         const QString written = DemoLinkHandler::registerFor(QCoreApplication::applicationFilePath(), &error);
         if (written.isEmpty())
-            return fail(error);
+            return commandLine.fail(error);
         std::fputs(qPrintable(written), stdout);
         return 0;
     }
@@ -92,39 +67,39 @@ int main(int argc, char *argv[])
         api = QUrl(parser.value(apiOption), QUrl::StrictMode);
         if (!api.isValid() || (api.scheme() != QLatin1String("http") && api.scheme() != QLatin1String("https"))
             || api.host().isEmpty())
-            return fail(QStringLiteral("--api wants an http(s) URL, not \"%1\"").arg(parser.value(apiOption)));
+            return commandLine.fail(QStringLiteral("--api wants an http(s) URL, not \"%1\"").arg(parser.value(apiOption)));
     }
 
     // Share page links are the server's own: known once the API is.
     const QUrl server = api.isValid() ? api : OstAPIClient::defaultBaseURL();
     const QString day = link.isEmpty() ? QString() : OstQuoteLink::dayOfLink(QUrl(link.trimmed(), QUrl::StrictMode), server);
     if (!link.isEmpty() && day.isEmpty())
-        return fail(QStringLiteral("not a link to a day: \"%1\" (expected ostquote://day/YYYY-MM-DD or a share page of %2)")
-                        .arg(link, server.toString()));
+        return commandLine.fail(
+            QStringLiteral("not a link to a day: \"%1\" (expected ostquote://day/YYYY-MM-DD or a share page of %2)")
+                .arg(link, server.toString()));
 
     const bool tablet = parser.isSet(tabletOption);
     const QString sizeText = parser.isSet(sizeOption) ? parser.value(sizeOption)
                                                       : (tablet ? QStringLiteral("768x1024") : QStringLiteral("375x667"));
-    static const QRegularExpression sizePattern(QStringLiteral("^(\\d{3,4})x(\\d{3,4})$"));
-    const QRegularExpressionMatch size = sizePattern.match(sizeText);
-    if (!size.hasMatch())
-        return fail(QStringLiteral("--size wants WIDTHxHEIGHT between 100x100 and 9999x9999, not \"%1\"").arg(sizeText));
+    const std::optional<QSize> size = ProgramCommandLine::windowSize(sizeText, 3, 4);
+    if (!size)
+        return commandLine.fail(
+            QStringLiteral("--size wants WIDTHxHEIGHT between 100x100 and 9999x9999, not \"%1\"").arg(sizeText));
 
     const bool touring = parser.isSet(tourOption);
     QString tourDirectory;
     if (touring) {
         if (parser.isSet(viewerOption) || !link.isEmpty())
-            return fail(QStringLiteral("--tour starts on the launch screen; leave out --viewer and the link"));
+            return commandLine.fail(QStringLiteral("--tour starts on the launch screen; leave out --viewer and the link"));
         if (parser.value(tourOption).isEmpty())
-            return fail(QStringLiteral("--tour wants a folder"));
+            return commandLine.fail(QStringLiteral("--tour wants a folder"));
         tourDirectory = QDir(parser.value(tourOption)).absolutePath();
         if (!QDir().mkpath(tourDirectory))
-            return fail(QStringLiteral("cannot make the folder \"%1\"").arg(tourDirectory));
+            return commandLine.fail(QStringLiteral("cannot make the folder \"%1\"").arg(tourDirectory));
         // The tour draws offscreen, display or not.
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    } else if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY")
-               && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        return fail(QStringLiteral("no display to open a window on (--tour DIR runs without one)"));
+    } else if (!ProgramCommandLine::hasDisplay()) {
+        return commandLine.fail(QStringLiteral("no display to open a window on (--tour DIR runs without one)"));
     }
 
     QGuiApplication app(argc, argv);
@@ -160,11 +135,11 @@ int main(int argc, char *argv[])
     view.setTitle(QStringLiteral("OstQuote demo"));
     view.setResizeMode(QQuickView::SizeRootObjectToView);
     view.setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
-    view.resize(size.captured(1).toInt(), size.captured(2).toInt());
+    view.resize(*size);
 
     OTNavigationController *navigation = OTNavigationController::create(view.engine(), view.rootObject());
     if (!navigation)
-        return fail(QStringLiteral("the navigation host could not be made"));
+        return commandLine.fail(QStringLiteral("the navigation host could not be made"));
     navigation->setSize(view.size());
     QObject::connect(&view, &QQuickView::widthChanged, navigation, [&]() { navigation->setWidth(view.width()); });
     QObject::connect(&view, &QQuickView::heightChanged, navigation, [&]() { navigation->setHeight(view.height()); });
@@ -172,7 +147,7 @@ int main(int argc, char *argv[])
     DemoHost host(&view, navigation);
     int failure = 0;
     QObject::connect(&host, &DemoHost::failed, &app, [&](const QString &message) {
-        failure = fail(message);
+        failure = commandLine.fail(message);
         app.exit(failure);
     });
 

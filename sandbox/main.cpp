@@ -7,34 +7,21 @@
 #include "FixturePictures.h"
 #include "FixtureQuotes.h"
 #include "FixtureSource.h"
+#include "ProgramCommandLine.h"
 
 #include <OTClock.h>
 #include <OTScrollView.h>
 #include <OstQuoteGalleryView.h>
 
-#include <QCommandLineParser>
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QQuickView>
-#include <QRegularExpression>
 #include <QTimer>
 
 #include <cstdio>
 
 namespace {
-
-int fail(const QString &message)
-{
-    std::fprintf(stderr, "ostquote-sandbox: %s\n", qPrintable(message));
-    return 2;
-}
-
-bool hasDisplay()
-{
-    return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") || !qEnvironmentVariableIsEmpty("DISPLAY")
-        || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
-}
 
 // The current page is in place with its text and its picture.
 bool pageReady(OstQuoteGalleryView *gallery)
@@ -51,14 +38,9 @@ bool pageReady(OstQuoteGalleryView *gallery)
 
 int main(int argc, char *argv[])
 {
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i)
-        arguments.append(QString::fromLocal8Bit(argv[i]));
-
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("The quote gallery alone, over local quotes and pictures drawn on the spot."));
-    parser.addHelpOption();
+    ProgramCommandLine commandLine(
+        "ostquote-sandbox", QStringLiteral("The quote gallery alone, over local quotes and pictures drawn on the spot."));
+    QCommandLineParser &parser = commandLine.parser();
     const QCommandLineOption quotesOption(QStringLiteral("quotes"),
                                           QStringLiteral("The quotes, a JSON array of {author, content, translation} (default %1).")
                                               .arg(QStringLiteral(OSTQUOTE_QUOTES_JSON)),
@@ -74,49 +56,40 @@ int main(int argc, char *argv[])
         QStringLiteral("Once today's page shows its picture, save the window to FILE (PNG) and quit; runs without a display."),
         QStringLiteral("FILE"));
     parser.addOptions({quotesOption, countOption, sizeOption, todayOption, screenshotOption});
-    if (!parser.parse(arguments))
-        return fail(parser.errorText());
-    if (parser.isSet(QStringLiteral("help"))) {
-        // The window system is not chosen yet; an application of the core is enough for the
-        // usage line to name the program as it was started.
-        QCoreApplication app(argc, argv);
-        std::fputs(qPrintable(parser.helpText()), stdout);
-        return 0;
-    }
-    if (!parser.positionalArguments().isEmpty())
-        return fail(QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().first()));
+    if (const std::optional<int> status = commandLine.parse(argc, argv, 0))
+        return *status;
 
     bool ok = false;
     const qint64 count = parser.value(countOption).toLongLong(&ok);
     if (!ok || count < 1 || count > 1000000)
-        return fail(QStringLiteral("--count wants a number of days from 1 to 1000000, not \"%1\"").arg(parser.value(countOption)));
+        return commandLine.fail(
+            QStringLiteral("--count wants a number of days from 1 to 1000000, not \"%1\"").arg(parser.value(countOption)));
 
-    static const QRegularExpression sizePattern(QStringLiteral("^(\\d{2,5})x(\\d{2,5})$"));
-    const QRegularExpressionMatch size = sizePattern.match(parser.value(sizeOption));
-    if (!size.hasMatch())
-        return fail(QStringLiteral("--size wants WIDTHxHEIGHT, not \"%1\"").arg(parser.value(sizeOption)));
-    const QSize windowSize(size.captured(1).toInt(), size.captured(2).toInt());
+    const std::optional<QSize> size = ProgramCommandLine::windowSize(parser.value(sizeOption), 2, 5);
+    if (!size)
+        return commandLine.fail(QStringLiteral("--size wants WIDTHxHEIGHT, not \"%1\"").arg(parser.value(sizeOption)));
+    const QSize windowSize = *size;
 
     QDate today;
     if (parser.isSet(todayOption)) {
         today = QDate::fromString(parser.value(todayOption), QStringLiteral("yyyy-MM-dd"));
         if (!today.isValid())
-            return fail(QStringLiteral("--today wants a day as yyyy-MM-dd, not \"%1\"").arg(parser.value(todayOption)));
+            return commandLine.fail(QStringLiteral("--today wants a day as yyyy-MM-dd, not \"%1\"").arg(parser.value(todayOption)));
     }
 
     const QString screenshot = parser.value(screenshotOption);
     if (parser.isSet(screenshotOption) && screenshot.isEmpty())
-        return fail(QStringLiteral("--screenshot wants a file name"));
+        return commandLine.fail(QStringLiteral("--screenshot wants a file name"));
 
     FixtureQuotes quotes;
     QString error;
     if (!quotes.load(parser.value(quotesOption), &error))
-        return fail(error);
+        return commandLine.fail(error);
 
-    if (!hasDisplay()) {
+    if (!ProgramCommandLine::hasDisplay()) {
         if (screenshot.isEmpty())
-            return fail(QStringLiteral("no display to open a window on (QT_QPA_PLATFORM=offscreen runs without one, "
-                                       "or take a --screenshot)"));
+            return commandLine.fail(QStringLiteral("no display to open a window on (QT_QPA_PLATFORM=offscreen runs "
+                                                   "without one, or take a --screenshot)"));
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
 
@@ -135,7 +108,7 @@ int main(int argc, char *argv[])
     view.setColor(Qt::black);
     view.setSource(QUrl(QStringLiteral("data:text/plain,import QtQuick%0AItem {}")));
     if (!view.rootObject())
-        return fail(QStringLiteral("the window's scene could not be made"));
+        return commandLine.fail(QStringLiteral("the window's scene could not be made"));
     view.resize(windowSize);
 
     QQuickItem *root = view.rootObject();

@@ -15,6 +15,7 @@
 
 #include <cmath>
 #include <limits>
+#include <optional>
 
 namespace {
 
@@ -61,39 +62,85 @@ QVariant stringListOf(const Array &array)
     return list;
 }
 
-// Converts a JSON value to what a property of type `type` holds; an invalid QVariant when
-// the JSON type does not fit.
-QVariant fromJSON(const QJsonValue &value, QMetaType type)
+// Where JSON and CBOR differ for a property: what makes a keyed object, and which numbers
+// are whole or real. A JSON number is whole when it has no fraction and fits 64 bits (the
+// parser's own rule); a CBOR one when it is written as an integer, and real when finite.
+std::optional<QJsonObject> objectOf(const QJsonValue &value)
+{
+    return value.isObject() ? std::optional(value.toObject()) : std::nullopt;
+}
+
+std::optional<QCborMap> objectOf(const QCborValue &value)
+{
+    return value.isMap() ? std::optional(value.toMap()) : std::nullopt;
+}
+
+std::optional<qint64> wholeOf(const QJsonValue &value)
+{
+    if (!value.isDouble() || value.toInteger(0) != value.toInteger(1))
+        return std::nullopt;
+    return value.toInteger(0);
+}
+
+std::optional<qint64> wholeOf(const QCborValue &value)
+{
+    return value.isInteger() ? std::optional(value.toInteger()) : std::nullopt;
+}
+
+std::optional<double> realOf(const QJsonValue &value)
+{
+    return value.isDouble() ? std::optional(value.toDouble()) : std::nullopt;
+}
+
+std::optional<double> realOf(const QCborValue &value)
+{
+    // NaN and the infinities are not numbers a record can hold (JSON has none either).
+    if (!(value.isDouble() || value.isInteger()) || !std::isfinite(value.toDouble()))
+        return std::nullopt;
+    return value.toDouble();
+}
+
+QJsonObject jsonOf(const QJsonObject &object) { return object; }
+QJsonObject jsonOf(const QCborMap &map) { return map.toJsonObject(); }
+QJsonArray jsonOf(const QJsonArray &array) { return array; }
+QJsonArray jsonOf(const QCborArray &array) { return array.toJsonArray(); }
+
+// Converts a JSON or CBOR value to what a property of type `type` holds; an invalid QVariant
+// when the value's type does not fit. A number out of an int property's range leaves it
+// absent (converting it would be undefined behaviour).
+template <typename Value>
+QVariant propertyValueOf(const Value &value, QMetaType type)
 {
     switch (type.id()) {
     case QMetaType::QString:
         return value.isString() ? QVariant(presentString(value.toString())) : QVariant();
     case QMetaType::Bool:
         return value.isBool() ? QVariant(value.toBool()) : QVariant();
-    case QMetaType::Int:
-    case QMetaType::LongLong: {
-        // Whole numbers the property can hold; a fraction or a number out of its range
-        // leaves it absent (converting those would be undefined behaviour).
-        if (!value.isDouble())
-            return {};
-        const qint64 whole = value.toInteger(0);
-        if (whole != value.toInteger(1))
-            return {};
-        if (type.id() == QMetaType::Int)
-            return whole >= std::numeric_limits<int>::min() && whole <= std::numeric_limits<int>::max()
-                       ? QVariant(static_cast<int>(whole)) : QVariant();
-        return QVariant(whole);
+    case QMetaType::Int: {
+        const std::optional<qint64> whole = wholeOf(value);
+        return whole && *whole >= std::numeric_limits<int>::min() && *whole <= std::numeric_limits<int>::max()
+                   ? QVariant(static_cast<int>(*whole)) : QVariant();
     }
-    case QMetaType::Double:
-        return value.isDouble() ? QVariant(value.toDouble()) : QVariant();
-    case QMetaType::QVariantMap:
-        return value.isObject() ? QVariant(value.toObject().toVariantMap()) : QVariant();
-    case QMetaType::QJsonObject:
-        return value.isObject() ? QVariant(value.toObject()) : QVariant();
+    case QMetaType::LongLong: {
+        const std::optional<qint64> whole = wholeOf(value);
+        return whole ? QVariant(*whole) : QVariant();
+    }
+    case QMetaType::Double: {
+        const std::optional<double> real = realOf(value);
+        return real ? QVariant(*real) : QVariant();
+    }
+    case QMetaType::QVariantMap: {
+        const auto object = objectOf(value);
+        return object ? QVariant(object->toVariantMap()) : QVariant();
+    }
+    case QMetaType::QJsonObject: {
+        const auto object = objectOf(value);
+        return object ? QVariant(jsonOf(*object)) : QVariant();
+    }
     case QMetaType::QVariantList:
         return value.isArray() ? QVariant(value.toArray().toVariantList()) : QVariant();
     case QMetaType::QJsonArray:
-        return value.isArray() ? QVariant(value.toArray()) : QVariant();
+        return value.isArray() ? QVariant(jsonOf(value.toArray())) : QVariant();
     case QMetaType::QStringList:
         return value.isArray() ? stringListOf(value.toArray()) : QVariant();
     default:
@@ -162,41 +209,12 @@ bool holdsNonFinite(const QCborValue &value)
     return false;
 }
 
-// The CBOR form of a property value, and back. Containers go through QCborValue's own
-// variant conversion; scalars are checked by hand so that a foreign archive cannot slip a
-// value of the wrong kind into a property.
+// A property value from an archive. Containers go through QCborValue's own variant
+// conversion; scalars are checked by hand so that a foreign archive cannot slip a value of
+// the wrong kind into a property.
 QVariant fromCbor(const QCborValue &value, QMetaType type)
 {
-    if (holdsNonFinite(value))
-        return {};
-    switch (type.id()) {
-    case QMetaType::QString:
-        return value.isString() ? QVariant(presentString(value.toString())) : QVariant();
-    case QMetaType::Bool:
-        return value.isBool() ? QVariant(value.toBool()) : QVariant();
-    case QMetaType::Int:
-        return value.isInteger() && value.toInteger() >= std::numeric_limits<int>::min()
-                       && value.toInteger() <= std::numeric_limits<int>::max()
-                   ? QVariant(static_cast<int>(value.toInteger())) : QVariant();
-    case QMetaType::LongLong:
-        return value.isInteger() ? QVariant(value.toInteger()) : QVariant();
-    case QMetaType::Double:
-        // NaN and the infinities are not numbers a record can hold (JSON has none either).
-        return (value.isDouble() || value.isInteger()) && std::isfinite(value.toDouble()) ? QVariant(value.toDouble())
-                                                                                          : QVariant();
-    case QMetaType::QVariantMap:
-        return value.isMap() ? QVariant(value.toMap().toVariantMap()) : QVariant();
-    case QMetaType::QJsonObject:
-        return value.isMap() ? QVariant(value.toMap().toJsonObject()) : QVariant();
-    case QMetaType::QVariantList:
-        return value.isArray() ? QVariant(value.toArray().toVariantList()) : QVariant();
-    case QMetaType::QJsonArray:
-        return value.isArray() ? QVariant(value.toArray().toJsonArray()) : QVariant();
-    case QMetaType::QStringList:
-        return value.isArray() ? stringListOf(value.toArray()) : QVariant();
-    default:
-        return {};
-    }
+    return holdsNonFinite(value) ? QVariant() : propertyValueOf(value, type);
 }
 
 // A property's JSON value, with every number in the form JSON text reads back as. QJsonValue
@@ -229,6 +247,28 @@ QJsonValue canonicalJSONValue(const QJsonValue &value)
     default:
         return value;
     }
+}
+
+// A property that a model's JSON key paths name and its class has, with its name and key path.
+struct MappedProperty
+{
+    QString name;
+    QMetaProperty property;
+    QString keyPath;
+};
+
+QList<MappedProperty> mappedProperties(const OTModel *model)
+{
+    const QMetaObject *meta = model->metaObject();
+    const QHash<QString, QString> map = model->JSONKeyPathsByPropertyKey();
+    QList<MappedProperty> properties;
+    properties.reserve(map.size());
+    for (auto it = map.cbegin(); it != map.cend(); ++it) {
+        const int index = meta->indexOfProperty(it.key().toUtf8().constData());
+        if (index >= 0)
+            properties.append({it.key(), meta->property(index), it.value()});
+    }
+    return properties;
 }
 
 OTModelPtr fail(OTError *error, const QString &description)
@@ -265,16 +305,10 @@ OTModelPtr OTModel::modelOfClass(const QMetaObject *modelClass, const QJsonObjec
     OTModelPtr model(qobject_cast<OTModel *>(modelClass->newInstance()));
     if (!model)
         return {};
-    const QMetaObject *meta = model->metaObject();
-    const QHash<QString, QString> map = model->JSONKeyPathsByPropertyKey();
-    for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        const int index = meta->indexOfProperty(it.key().toUtf8().constData());
-        if (index < 0)
-            continue;
-        const QMetaProperty property = meta->property(index);
-        const QVariant value = fromJSON(valueAtKeyPath(json, it.value()), property.metaType());
+    for (const MappedProperty &mapped : mappedProperties(model.data())) {
+        const QVariant value = propertyValueOf(valueAtKeyPath(json, mapped.keyPath), mapped.property.metaType());
         if (value.isValid())
-            property.write(model.data(), value);
+            mapped.property.write(model.data(), value);
     }
     return model;
 }
@@ -282,14 +316,9 @@ OTModelPtr OTModel::modelOfClass(const QMetaObject *modelClass, const QJsonObjec
 QJsonObject OTModel::JSONObject() const
 {
     QJsonObject json;
-    const QMetaObject *meta = metaObject();
-    const QHash<QString, QString> map = JSONKeyPathsByPropertyKey();
-    for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        const int index = meta->indexOfProperty(it.key().toUtf8().constData());
-        if (index < 0)
-            continue;
-        const QVariant value = meta->property(index).read(this);
-        setValueAtKeyPath(json, it.value().split(u'.'),
+    for (const MappedProperty &mapped : mappedProperties(this)) {
+        const QVariant value = mapped.property.read(this);
+        setValueAtKeyPath(json, mapped.keyPath.split(u'.'),
                           isPresent(value) ? canonicalJSONValue(QJsonValue::fromVariant(value))
                                            : QJsonValue(QJsonValue::Null));
     }
@@ -306,14 +335,9 @@ bool OTModel::isEqualToModel(const OTModel *other) const
 {
     if (!other || other->metaObject() != metaObject())
         return false;
-    const QMetaObject *meta = metaObject();
-    const QHash<QString, QString> map = JSONKeyPathsByPropertyKey();
-    for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        const int index = meta->indexOfProperty(it.key().toUtf8().constData());
-        if (index < 0)
-            continue;
-        const QVariant mine = meta->property(index).read(this);
-        const QVariant theirs = meta->property(index).read(other);
+    for (const MappedProperty &mapped : mappedProperties(this)) {
+        const QVariant mine = mapped.property.read(this);
+        const QVariant theirs = mapped.property.read(other);
         if (isPresent(mine) != isPresent(theirs) || mine != theirs)
             return false;
     }
@@ -323,18 +347,13 @@ bool OTModel::isEqualToModel(const OTModel *other) const
 QByteArray OTModel::archivedData() const
 {
     QCborMap properties;
-    const QMetaObject *meta = metaObject();
-    const QHash<QString, QString> map = JSONKeyPathsByPropertyKey();
-    for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        const int index = meta->indexOfProperty(it.key().toUtf8().constData());
-        if (index < 0)
-            continue;
-        const QVariant value = meta->property(index).read(this);
+    for (const MappedProperty &mapped : mappedProperties(this)) {
+        const QVariant value = mapped.property.read(this);
         if (isPresent(value))
-            properties.insert(it.key(), QCborValue::fromVariant(value));
+            properties.insert(mapped.name, QCborValue::fromVariant(value));
     }
     QCborMap root;
-    root.insert(kClassKey, QString::fromLatin1(meta->className()));
+    root.insert(kClassKey, QString::fromLatin1(metaObject()->className()));
     root.insert(kVersionKey, ArchiveVersion);
     root.insert(kPropertiesKey, properties);
     return QCborValue(QCborKnownTags::Signature, root).toCbor();

@@ -184,6 +184,21 @@ private:
     bool scrollsVertically() const;
     OTScrollMotion::Bounds bounds() const;
 
+    // Turning a page without a finger: whether one may turn now, the page nearest an offset,
+    // and the steps of the turn. Each step answers false when a callback took the view over
+    // (a press, a motion of its own) or deleted it, and the turn stops there.
+    bool canTurnPages() const;
+    QPointF nearestPageOffset(QPointF offset) const;
+    bool jumpNextToPage(QPointF target);
+    bool beginPageSwipe();
+    bool endPageSwipe(QPointF target);
+    // The wheel: keeps track of the gesture an event belongs to, adds the event to what the
+    // gesture has moved and gives the pages (-1, 0 or 1 an axis) that it turns now, and turns
+    // them on from where the content is heading.
+    void followWheelGesture(const QWheelEvent *event);
+    QPointF wheelPagesToTurn(const QWheelEvent *event);
+    void turnPages(QPointF pages);
+
     void applyOffset(QPointF offset);
     void setDragging(bool dragging);
     void setDecelerating(bool decelerating);

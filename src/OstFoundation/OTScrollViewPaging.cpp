@@ -37,30 +37,67 @@ bool OTScrollView::scrollToPage(QPointF offset)
         qWarning("OTScrollView: ignoring a page offset that is not finite");
         return false;
     }
-    if (!m_pagingEnabled || m_pressed || width() <= 0 || height() <= 0)
+    if (!canTurnPages())
         return false;
-    const OTScrollMotion::Bounds limits = bounds();
-    const QPointF target(OTScrollMotion::nearestPage(offset.x(), limits.maximum.x(), width()),
-                         limits.vertical ? OTScrollMotion::nearestPage(offset.y(), limits.maximum.y(), height())
-                                         : m_contentOffset.y());
+    const QPointF target = nearestPageOffset(offset);
     if (m_motion == Motion::Deceleration && m_plan.target() == target)
         return true;
     if (m_motion == Motion::None && m_contentOffset == target)
         return false;
     stopMotion();
+    // It goes as a swipe that lands on the page: begun, lifted without speed, settled.
+    if (!jumpNextToPage(target) || !beginPageSwipe())
+        return false;
+    return endPageSwipe(target);
+}
 
-    QPointer<OTScrollView> alive(this);
+void OTScrollView::wheelEvent(QWheelEvent *event)
+{
+    if (!canTurnPages() || !isEnabled()) {
+        event->ignore();
+        return;
+    }
+    event->accept();
+    followWheelGesture(event);
+    const QPointF pages = wheelPagesToTurn(event);
+    if (!pages.isNull())
+        turnPages(pages);
+}
+
+// --- a page turn, step by step ---------------------------------------------------------------
+
+bool OTScrollView::canTurnPages() const
+{
+    return m_pagingEnabled && !m_pressed && width() > 0 && height() > 0;
+}
+
+QPointF OTScrollView::nearestPageOffset(QPointF offset) const
+{
+    const OTScrollMotion::Bounds limits = bounds();
+    return {OTScrollMotion::nearestPage(offset.x(), limits.maximum.x(), width()),
+            limits.vertical ? OTScrollMotion::nearestPage(offset.y(), limits.maximum.y(), height()) : m_contentOffset.y()};
+}
+
+bool OTScrollView::jumpNextToPage(QPointF target)
+{
     // From afar, the last page only: the content jumps next to the target first.
+    QPointer<OTScrollView> alive(this);
     applyOffset(QPointF(nextTo(m_contentOffset.x(), target.x(), width()),
                         nextTo(m_contentOffset.y(), target.y(), height())));
-    if (!alive || m_pressed || m_motion != Motion::None)
-        return false;
+    return alive && !m_pressed && m_motion == Motion::None;
+}
 
-    // Then it goes as a swipe that lands on the page: begun, lifted without speed, settled.
+bool OTScrollView::beginPageSwipe()
+{
+    QPointer<OTScrollView> alive(this);
     setDragging(true);
     Q_EMIT scrollViewWillBeginDragging(this);
-    if (!alive || m_pressed || !m_dragging)
-        return false;
+    return alive && !m_pressed && m_dragging;
+}
+
+bool OTScrollView::endPageSwipe(QPointF target)
+{
+    QPointer<OTScrollView> alive(this);
     const QPointF from = m_contentOffset;
     Q_EMIT scrollViewWillEndDragging(this, QPointF(), target);
     if (!alive)
@@ -70,22 +107,17 @@ bool OTScrollView::scrollToPage(QPointF offset)
     if (m_pressed || m_motion != Motion::None || m_contentOffset != from)
         return true;
     const OTScrollMotion::Plan plan = OTScrollMotion::Plan::pageTurn(bounds(), from, target);
-    if (plan.isEmpty()) {
+    if (plan.isEmpty())
         Q_EMIT scrollViewDidEndDecelerating(this);
-        return true;
-    }
-    startMotion(Motion::Deceleration, plan);
+    else
+        startMotion(Motion::Deceleration, plan);
     return true;
 }
 
-void OTScrollView::wheelEvent(QWheelEvent *event)
-{
-    if (!m_pagingEnabled || m_pressed || !isEnabled() || width() <= 0 || height() <= 0) {
-        event->ignore();
-        return;
-    }
-    event->accept();
+// --- the wheel, step by step ---------------------------------------------------------------
 
+void OTScrollView::followWheelGesture(const QWheelEvent *event)
+{
     // Events without a time (made by hand) are timed on arrival.
     ulong timestamp = event->timestamp();
     if (timestamp == 0)
@@ -98,31 +130,37 @@ void OTScrollView::wheelEvent(QWheelEvent *event)
         m_wheelPending = QPointF();
         m_wheelGestureTurned = false;
     }
+}
 
+QPointF OTScrollView::wheelPagesToTurn(const QWheelEvent *event)
+{
     // A trackpad says how far the fingers moved in points; a wheel gives angles, 120 a notch.
     const bool trackpad = !event->pixelDelta().isNull();
     if (trackpad && m_wheelGestureTurned)
-        return;
+        return {};
     QPointF delta = trackpad ? QPointF(event->pixelDelta()) : QPointF(event->angleDelta());
     if (!scrollsVertically())
         delta = QPointF(qAbs(delta.x()) >= qAbs(delta.y()) ? delta.x() : delta.y(), 0);
     m_wheelPending += delta;
 
     const qreal step = trackpad ? TrackpadPageDistance : 120;
-    qreal pagesX = std::trunc(m_wheelPending.x() / step);
-    qreal pagesY = std::trunc(m_wheelPending.y() / step);
+    const qreal pagesX = std::trunc(m_wheelPending.x() / step);
+    const qreal pagesY = std::trunc(m_wheelPending.y() / step);
     if (pagesX == 0 && pagesY == 0)
-        return;
+        return {};
     // One page per event, however many notches it carries (a wheel spun fast sends them
-    // together), and one per trackpad gesture, however far it goes on: each turn goes from
-    // the page in view or the one the content is heading for to its neighbour, as a swipe
-    // would, never jumping over a page.
-    pagesX = sign(pagesX);
-    pagesY = sign(pagesY);
+    // together), and one per trackpad gesture, however far it goes on.
     m_wheelPending = QPointF();
     if (trackpad)
         m_wheelGestureTurned = true;
-    // The content moves against the wheel, on from the page it is heading for.
+    return {sign(pagesX), sign(pagesY)};
+}
+
+void OTScrollView::turnPages(QPointF pages)
+{
+    // Each turn goes from the page in view or the one the content is heading for to its
+    // neighbour, as a swipe would, never jumping over a page. The content moves against the
+    // wheel.
     const QPointF from = targetContentOffset();
-    scrollToPage(QPointF(from.x() - pagesX * width(), from.y() - pagesY * height()));
+    scrollToPage(QPointF(from.x() - pages.x() * width(), from.y() - pages.y() * height()));
 }
