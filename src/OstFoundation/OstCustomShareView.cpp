@@ -92,7 +92,7 @@ struct OstCustomShareView::Private
     // can still take it, else to the screen.
     void returnFocus()
     {
-        if (!q->hasActiveFocus())
+        if (!q->hasActiveFocus() && !q->m_holdsKeyboard)
             return;
         q->setFocus(false);
         QQuickItem *before = focusBefore.data();
@@ -160,6 +160,14 @@ void OstCustomShareView::setSheetMoving(bool moving)
         return;
     m_sheetMoving = moving;
     Q_EMIT sheetMovingChanged();
+}
+
+void OstCustomShareView::setHoldsKeyboard(bool holds)
+{
+    if (m_holdsKeyboard == holds)
+        return;
+    m_holdsKeyboard = holds;
+    Q_EMIT holdsKeyboardChanged();
 }
 
 void OstCustomShareView::setPresentation(qreal presentation)

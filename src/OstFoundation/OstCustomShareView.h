@@ -75,6 +75,10 @@ class OSTFOUNDATION_EXPORT OstCustomShareView : public QQuickItem
     Q_PROPERTY(bool presentationAnimated READ presentationAnimated NOTIFY presentationAnimatedChanged)
     // Set by the skin while its motion of the sheet runs: a move ends when that motion does.
     Q_PROPERTY(bool sheetMoving READ sheetMoving WRITE setSheetMoving NOTIFY sheetMovingChanged)
+    // Set by the skin while what it shows of the panel has the keyboard (a skin on Qt Quick's
+    // Popup holds it in the popup, outside this item): the keyboard goes back when the panel
+    // goes only if the panel has it.
+    Q_PROPERTY(bool holdsKeyboard READ holdsKeyboard WRITE setHoldsKeyboard NOTIFY holdsKeyboardChanged)
     Q_PROPERTY(bool showing READ isShowing NOTIFY showingChanged)
     Q_PROPERTY(bool systemShareShowing READ isSystemShareShowing NOTIFY systemShareShowingChanged)
     Q_PROPERTY(QVariantList platforms READ platforms CONSTANT)
@@ -104,6 +108,8 @@ public:
     bool presentationAnimated() const { return m_presentationAnimated; }
     bool sheetMoving() const { return m_sheetMoving; }
     void setSheetMoving(bool moving);
+    bool holdsKeyboard() const { return m_holdsKeyboard; }
+    void setHoldsKeyboard(bool holds);
     QVariantList platforms() const;
     QVariantList activityItems() const { return m_activityItems; }
 
@@ -120,6 +126,7 @@ Q_SIGNALS:
     void presentationChanged();
     void presentationAnimatedChanged();
     void sheetMovingChanged();
+    void holdsKeyboardChanged();
     void showingChanged();
     void systemShareShowingChanged();
 
@@ -136,6 +143,7 @@ private:
     qreal m_presentation = 0;
     bool m_presentationAnimated = true;
     bool m_sheetMoving = false;
+    bool m_holdsKeyboard = false;
     QVariantList m_activityItems;
     struct Private;
     Private *d = nullptr;

@@ -86,7 +86,10 @@ class TestOstCustomShareView : public QObject
 
     QQuickItem *find(const QString &name) const
     {
-        QQuickItem *item = findItem(m_panel, name);
+        // The sheets are in the panel's popup, which lies in the window's overlay while open.
+        QQuickItem *item = findItem(m_view->contentItem(), name);
+        if (!item)
+            item = m_panel->findChild<QQuickItem *>(name);
         if (!item)
             qWarning() << "no item" << name;
         return item;
@@ -331,6 +334,23 @@ private Q_SLOTS:
         QVERIFY(!m_panel->isShowing());
     }
 
+    // Whatever the host lays over its screens (here a banner across the whole window, above
+    // the screen), the panel is above it and its buttons take the taps.
+    void thePanelLiesAboveEverythingInTheWindow()
+    {
+        QQmlComponent component(m_view->engine());
+        component.setData("import QtQuick\nMouseArea { width: 375; height: 667; z: 1000 }", QUrl());
+        std::unique_ptr<QQuickItem> banner(qobject_cast<QQuickItem *>(component.create()));
+        QVERIFY(banner);
+        banner->setParentItem(m_view->contentItem());
+        showAndWait();
+        click(find(QStringLiteral("sharePlatformButton_2")));
+        QCOMPARE(m_delegate->calls, QStringList{"platform 2"});
+        click(find(QStringLiteral("shareCancelButton")));
+        QVERIFY(!m_panel->isShowing());
+        waitUntilAway();
+    }
+
     void withoutADelegateNothingBreaks()
     {
         m_panel->setDelegate(nullptr);
@@ -495,8 +515,8 @@ private Q_SLOTS:
         QPointer<OstCustomShareView> chinese = OstCustomShareView::create(m_view->engine());
         chinese->setParent(m_screen);
         chinese->showInController(m_screen, false);
-        QCOMPARE(findItem(chinese, QStringLiteral("shareTitle"))->property("text").toString(), QStringLiteral("分享到"));
-        QCOMPARE(findItem(chinese, QStringLiteral("shareCancelButton"))->property("text").toString(), QStringLiteral("取消"));
+        QCOMPARE(chinese->findChild<QQuickItem *>(QStringLiteral("shareTitle"))->property("text").toString(), QStringLiteral("分享到"));
+        QCOMPARE(chinese->findChild<QQuickItem *>(QStringLiteral("shareCancelButton"))->property("text").toString(), QStringLiteral("取消"));
         QCOMPARE(OTSocialService::platforms().first().toMap().value("title").toString(), QStringLiteral("微博"));
 
         // A language the table lacks falls back to English.

@@ -667,7 +667,7 @@ private Q_SLOTS:
         QGuiApplication::clipboard()->setText(QStringLiteral("before"));
         m_viewer->shareAction();
         QTRY_COMPARE(m_viewer->shareView()->presentation(), 1.0);
-        QQuickItem *button = findItem(m_viewer->shareView(), QStringLiteral("shareCopyTextButton"));
+        QQuickItem *button = panelItem(QStringLiteral("shareCopyTextButton"));
         QVERIFY(button);
         QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(button));
         const QString expected = today->content() + u'\n' + today->translation() + QStringLiteral("\n— ")
@@ -787,7 +787,7 @@ private Q_SLOTS:
         touchTap(m_view.get(), centreOf(item("shareButton")));
         OstCustomShareView *panel = m_viewer->shareView();
         QTRY_COMPARE(panel->presentation(), 1.0);
-        QQuickItem *target = findItem(panel, QStringLiteral("sharePlatformButton_%1").arg(platform));
+        QQuickItem *target = panelItem(QStringLiteral("sharePlatformButton_%1").arg(platform));
         QVERIFY(target);
         touchTap(m_view.get(), centreOf(target));
         if (m_shares)

@@ -272,7 +272,7 @@ private Q_SLOTS:
         tap(item("shareButton"));
         OstCustomShareView *panel = m_viewer->shareView();
         QVERIFY(panel->isShowing());
-        QVERIFY(panel->hasActiveFocus());
+        QVERIFY(panelHoldsKeyboard());
         this->key(Qt::Key_Left); // no paging under the panel
         QVERIFY(!gallery()->scrollView()->decelerating());
 
@@ -294,7 +294,7 @@ private Q_SLOTS:
         m_viewer->setQuotes({});
         tap(item("shareButton"));
         QTRY_COMPARE(m_viewer->shareView()->presentation(), 1.0);
-        tap(findItem(m_viewer->shareView(), QStringLiteral("sharePlatformButton_0")));
+        tap(panelItem(QStringLiteral("sharePlatformButton_0")));
         QVERIFY(m_shares->shares.isEmpty());
         QCOMPARE(m_viewer->chrome(), OstQuoteViewController::Screenshot);
         QVERIFY(!item("backButton")->isVisible());
@@ -325,15 +325,15 @@ private Q_SLOTS:
         key(Qt::Key_Space);
         OstCustomShareView *panel = m_viewer->shareView();
         QVERIFY(panel->isShowing());
-        QVERIFY(panel->hasActiveFocus());
+        QVERIFY(panelHoldsKeyboard());
         QTRY_COMPARE(panel->presentation(), 1.0);
 
         // Round the panel, never to the buttons underneath.
         QStringList reached;
         for (int i = 0; i < 24; ++i) {
             key(Qt::Key_Tab);
-            QVERIFY(panel->isAncestorOf(focused()));
-            QVERIFY(findItem(panel, focused()->objectName() + QStringLiteral("FocusRing"))->isVisible());
+            QVERIFY(panelHoldsKeyboard());
+            QVERIFY(panelItem(focused()->objectName() + QStringLiteral("FocusRing"))->isVisible());
             if (!reached.contains(focused()->objectName()))
                 reached << focused()->objectName();
         }
@@ -364,7 +364,7 @@ private Q_SLOTS:
         openViewerOnToday();
         tap(item("shareButton"));
         QTRY_COMPARE(m_viewer->shareView()->presentation(), 1.0);
-        tap(findItem(m_viewer->shareView(), QStringLiteral("shareCancelButton")));
+        tap(panelItem(QStringLiteral("shareCancelButton")));
         QTRY_VERIFY(!m_viewer->shareView()->isShowing());
         QVERIFY(!item("shareButtonFocusRing")->isVisible());
         QCOMPARE(focused(), item("galleryView"));
@@ -396,14 +396,14 @@ private Q_SLOTS:
         OstCustomShareView *panel = m_viewer->shareView();
         QCOMPARE(accessibleRole(panel), QAccessible::Dialog);
         QCOMPARE(accessibleName(panel), names[6]);
-        QCOMPARE(accessibleName(findItem(panel, QStringLiteral("sharePlatformButton_0"))), names[2]);
-        QCOMPARE(accessibleName(findItem(panel, QStringLiteral("shareCopyLinkButton"))), names[3]);
-        QCOMPARE(accessibleName(findItem(panel, QStringLiteral("shareCopyTextButton"))), names[7]);
-        QCOMPARE(accessibleName(findItem(panel, QStringLiteral("shareMoreButton"))), names[4]);
-        QCOMPARE(accessibleName(findItem(panel, QStringLiteral("shareCancelButton"))), names[5]);
+        QCOMPARE(accessibleName(panelItem(QStringLiteral("sharePlatformButton_0"))), names[2]);
+        QCOMPARE(accessibleName(panelItem(QStringLiteral("shareCopyLinkButton"))), names[3]);
+        QCOMPARE(accessibleName(panelItem(QStringLiteral("shareCopyTextButton"))), names[7]);
+        QCOMPARE(accessibleName(panelItem(QStringLiteral("shareMoreButton"))), names[4]);
+        QCOMPARE(accessibleName(panelItem(QStringLiteral("shareCancelButton"))), names[5]);
         for (const QVariant &platform : panel->platforms()) {
             const QVariantMap target = platform.toMap();
-            QQuickItem *button = findItem(panel, QStringLiteral("sharePlatformButton_%1").arg(target.value("type").toInt()));
+            QQuickItem *button = panelItem(QStringLiteral("sharePlatformButton_%1").arg(target.value("type").toInt()));
             QCOMPARE(accessibleRole(button), QAccessible::Button);
             QCOMPARE(accessibleName(button), target.value("title").toString());
             QVERIFY(!accessibleName(button).isEmpty());

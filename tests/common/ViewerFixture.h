@@ -30,6 +30,18 @@ protected:
     QPointer<OstQuoteViewController> m_viewer;
     OTRecordingSocialServiceBackend *m_shares = nullptr;
 
+    // An item of the share panel: its sheets lie in the panel's popup, in the window's overlay.
+    QQuickItem *panelItem(const QString &name) const { return findItem(m_view->contentItem(), name); }
+
+    // The share panel has the keyboard: the focused item is its popup or in it.
+    bool panelHoldsKeyboard() const
+    {
+        QQuickItem *content = panelItem(QStringLiteral("sharePanelContent"));
+        QQuickItem *popup = content ? content->parentItem() : nullptr;
+        QQuickItem *focus = m_view->activeFocusItem();
+        return popup && focus && (focus == popup || popup->isAncestorOf(focus));
+    }
+
     // The server (and the app's clock) started at `now`, the shared client pointed at it.
     bool startServer(const QDateTime &now)
     {

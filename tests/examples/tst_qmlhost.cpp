@@ -305,7 +305,8 @@ private Q_SLOTS:
         for (const auto &[type, child] : looks) {
             QQuickItem *item = findItem(root, QLatin1String(type));
             QVERIFY2(item, type);
-            QQuickItem *part = findItem(item, QLatin1String(child));
+            // (The share panel's sheets lie in its popup, in the window's overlay.)
+            QQuickItem *part = item->findChild<QQuickItem *>(QLatin1String(child));
             QVERIFY2(part && part->isVisible() && part->width() > 0, child);
         }
         QVERIFY(!findItem(findItem(root, QStringLiteral("restyledPage")), QStringLiteral("coverView")));

@@ -5,7 +5,8 @@ import OstFoundation
 // The look of the share panel: a dimmed backdrop over the whole screen and a white sheet
 // that rises from the bottom edge: a title, the share targets four to a row (icon over its
 // name), a row with "copy link", "copy text" and "more", and a cancel bar. The system share route is a
-// second sheet of the same make that takes the first one's place. Every button takes the
+// second sheet of the same make that takes the first one's place. Both lie in a Qt Quick
+// Popup, above everything in the window and modal while the panel is there. Every button takes the
 // keyboard by Tab, shows a ring while it has it and is pressed by Enter or Space; screen
 // readers find the panel as a dialog and each button by its name.
 OstCustomShareViewTemplate {
@@ -22,16 +23,6 @@ OstCustomShareViewTemplate {
         NumberAnimation { id: sheetMotion; duration: OTPalette.sheetDuration; easing.type: Easing.OutCubic }
     }
 
-    // 0 with the share targets in view, 1 with the system share route's entries. It eases
-    // between the two while the panel is up, and jumps while it is away.
-    property real routeProgress: systemShareShowing ? 1 : 0
-    Behavior on routeProgress {
-        enabled: shareView.presentation > 0
-        NumberAnimation { duration: OTPalette.sheetDuration; easing.type: Easing.OutCubic }
-    }
-
-
-    // A share target: its icon, 50 × 50, over its name.
     component ShareButton: T.AbstractButton {
         id: button
         property OstCustomShareViewTemplate view
@@ -166,157 +157,212 @@ OstCustomShareViewTemplate {
         color: OTPalette.ostrelGroupColor
     }
 
-    Rectangle {
-        id: backdrop
-        objectName: "shareBackdrop"
-        width: shareView.width
-        height: shareView.height
-        color: OTPalette.ostrelBlack
-        opacity: OTPalette.dimmerOpacity * shareView.presentation
+    // What the popup shows: the dimmer's tap area and the two sheets, over the panel `view`.
+    component PanelContent: Item {
+        id: panel
+        required property OstCustomShareViewTemplate view
 
-        // Also keeps touches off the screen underneath while the panel is there.
+        // 0 with the share targets in view, 1 with the system share route's entries. It eases
+        // between the two while the panel is up, and jumps while it is away.
+        property real routeProgress: panel.view.systemShareShowing ? 1 : 0
+        Behavior on routeProgress {
+            enabled: panel.view.presentation > 0
+            NumberAnimation { duration: OTPalette.sheetDuration; easing.type: Easing.OutCubic }
+        }
+
+        objectName: "sharePanelContent"
+        focus: true
+        Keys.forwardTo: [panel.view]
+
+        // A tap on the dimmer, beside the sheet, takes the panel away.
         MouseArea {
-            anchors.fill: backdrop
+            objectName: "shareBackdropArea"
+            anchors.fill: parent
             onClicked: {
-                if (shareView.showing)
-                    shareView.cancelClicked()
+                if (panel.view.showing)
+                    panel.view.cancelClicked()
             }
         }
-    }
 
-    Sheet {
+        Sheet {
 
-        view: shareView
-        id: sheet
-        objectName: "shareSheet"
-        height: mainColumn.height
-        y: shareView.height - height * shareView.presentation * (1 - shareView.routeProgress)
-        visible: y < shareView.height
+            view: panel.view
+            id: sheet
+            objectName: "shareSheet"
+            height: mainColumn.height
+            y: panel.view.height - height * panel.view.presentation * (1 - panel.routeProgress)
+            visible: y < panel.view.height
 
-        Column {
-            id: mainColumn
-            width: shareView.width
+            Column {
+                id: mainColumn
+                width: panel.view.width
 
-            SheetTitle {
+                SheetTitle {
 
-                view: shareView
-                objectName: "shareTitle"
-                text: OTLocalizable.string("share_view_title")
-            }
-            Grid {
-                columns: 4
-                topPadding: 2
-                bottomPadding: 6
-                Repeater {
-                    model: shareView.platforms
-                    // A delegate sees nothing outside itself: it is handed the panel here.
-                    onItemAdded: (index, item) => { item.view = shareView }
-                    delegate: ShareButton {
-                        required property var modelData
-                        objectName: "sharePlatformButton_" + modelData.type
-                        text: modelData.title
-                        iconSource: modelData.icon
-                        iconHighlightedSource: modelData.iconHighlighted
-                        platformType: modelData.type
+                    view: panel.view
+                    objectName: "shareTitle"
+                    text: OTLocalizable.string("share_view_title")
+                }
+                Grid {
+                    columns: 4
+                    topPadding: 2
+                    bottomPadding: 6
+                    Repeater {
+                        model: panel.view.platforms
+                        // A delegate sees nothing outside itself: it is handed the panel here.
+                        onItemAdded: (index, item) => { item.view = panel.view }
+                        delegate: ShareButton {
+                            required property var modelData
+                            objectName: "sharePlatformButton_" + modelData.type
+                            text: modelData.title
+                            iconSource: modelData.icon
+                            iconHighlightedSource: modelData.iconHighlighted
+                            platformType: modelData.type
+                        }
                     }
                 }
+                Hairline { view: panel.view }
+                Row {
+                    topPadding: 2
+                    bottomPadding: 6
+                    ShareButton {
+                        view: panel.view
+                        id: copyLinkButton
+                        objectName: "shareCopyLinkButton"
+                        text: OTLocalizable.string("share_view_copy_link")
+                        iconSource: "qrc:/OstFoundation/images/share_copy_link.png"
+                        iconHighlightedSource: "qrc:/OstFoundation/images/share_copy_link_highlight.png"
+                        onClicked: panel.view.copyLinkClicked(copyLinkButton)
+                    }
+                    ShareButton {
+                        view: panel.view
+                        id: copyTextButton
+                        objectName: "shareCopyTextButton"
+                        text: OTLocalizable.string("share_view_copy_text")
+                        iconSource: "qrc:/OstFoundation/images/share_copy_text.png"
+                        iconHighlightedSource: "qrc:/OstFoundation/images/share_copy_text_highlight.png"
+                        onClicked: panel.view.copyTextClicked(copyTextButton)
+                    }
+                    ShareButton {
+                        view: panel.view
+                        id: moreButton
+                        objectName: "shareMoreButton"
+                        text: OTLocalizable.string("share_view_more")
+                        iconSource: "qrc:/OstFoundation/images/share_more.png"
+                        iconHighlightedSource: "qrc:/OstFoundation/images/share_more_highlight.png"
+                        onClicked: panel.view.moreClicked(moreButton)
+                    }
+                }
+                Gap { view: panel.view }
+                BarButton {
+                    view: panel.view
+                    objectName: "shareCancelButton"
+                    text: OTLocalizable.string("share_view_cancel")
+                    onClicked: panel.view.cancelClicked()
+                }
             }
-            Hairline { view: shareView }
-            Row {
-                topPadding: 2
-                bottomPadding: 6
-                ShareButton {
-                    view: shareView
-                    id: copyLinkButton
-                    objectName: "shareCopyLinkButton"
-                    text: OTLocalizable.string("share_view_copy_link")
-                    iconSource: "qrc:/OstFoundation/images/share_copy_link.png"
-                    iconHighlightedSource: "qrc:/OstFoundation/images/share_copy_link_highlight.png"
-                    onClicked: shareView.copyLinkClicked(copyLinkButton)
+        }
+
+        Sheet {
+
+            view: panel.view
+            id: systemSheet
+            objectName: "systemShareSheet"
+            height: systemColumn.height
+            y: panel.view.height - height * panel.view.presentation * panel.routeProgress
+            visible: y < panel.view.height
+
+            Column {
+                id: systemColumn
+                width: panel.view.width
+
+                SheetTitle {
+
+                    view: panel.view
+                    objectName: "systemShareTitle"
+                    text: OTLocalizable.string("system_share_title")
                 }
-                ShareButton {
-                    view: shareView
-                    id: copyTextButton
-                    objectName: "shareCopyTextButton"
-                    text: OTLocalizable.string("share_view_copy_text")
-                    iconSource: "qrc:/OstFoundation/images/share_copy_text.png"
-                    iconHighlightedSource: "qrc:/OstFoundation/images/share_copy_text_highlight.png"
-                    onClicked: shareView.copyTextClicked(copyTextButton)
+                Row {
+                    topPadding: 2
+                    bottomPadding: 6
+                    ShareButton {
+                        view: panel.view
+                        objectName: "systemShareButton_copy"
+                        text: OTLocalizable.string("system_share_copy")
+                        iconSource: "qrc:/OstFoundation/images/share_copy_link.png"
+                        iconHighlightedSource: "qrc:/OstFoundation/images/share_copy_link_highlight.png"
+                        onClicked: panel.view.systemShareActivityClicked("copy")
+                    }
+                    ShareButton {
+                        view: panel.view
+                        objectName: "systemShareButton_mail"
+                        text: OTLocalizable.string("system_share_mail")
+                        iconSource: "qrc:/OstFoundation/images/share_email.png"
+                        iconHighlightedSource: "qrc:/OstFoundation/images/share_email_highlight.png"
+                        onClicked: panel.view.systemShareActivityClicked("mail")
+                    }
+                    ShareButton {
+                        view: panel.view
+                        objectName: "systemShareButton_browser"
+                        text: OTLocalizable.string("system_share_browser")
+                        iconSource: "qrc:/OstFoundation/images/share_browser.png"
+                        iconHighlightedSource: "qrc:/OstFoundation/images/share_browser_highlight.png"
+                        onClicked: panel.view.systemShareActivityClicked("browser")
+                    }
                 }
-                ShareButton {
-                    view: shareView
-                    id: moreButton
-                    objectName: "shareMoreButton"
-                    text: OTLocalizable.string("share_view_more")
-                    iconSource: "qrc:/OstFoundation/images/share_more.png"
-                    iconHighlightedSource: "qrc:/OstFoundation/images/share_more_highlight.png"
-                    onClicked: shareView.moreClicked(moreButton)
+                Gap { view: panel.view }
+                BarButton {
+                    view: panel.view
+                    objectName: "systemShareCancelButton"
+                    text: OTLocalizable.string("share_view_cancel")
+                    onClicked: panel.view.cancelClicked()
                 }
-            }
-            Gap { view: shareView }
-            BarButton {
-                view: shareView
-                objectName: "shareCancelButton"
-                text: OTLocalizable.string("share_view_cancel")
-                onClicked: shareView.cancelClicked()
             }
         }
     }
 
-    Sheet {
+    // Qt Quick's popup holds the panel: above everything in the window, modal, and with the
+    // keyboard while the panel is up. It opens as the panel shows and closes once the sheet
+    // is down; the panel decides when it goes (the back keys reach it through the content).
+    T.Popup {
+        id: popup
+        objectName: "sharePopup"
+        parent: shareView
+        x: 0
+        y: 0
+        width: shareView.width
+        height: shareView.height
+        padding: 0
+        modal: true
+        dim: false
+        focus: true
+        closePolicy: T.Popup.NoAutoClose
 
-        view: shareView
-        id: systemSheet
-        objectName: "systemShareSheet"
-        height: systemColumn.height
-        y: shareView.height - height * shareView.presentation * shareView.routeProgress
-        visible: y < shareView.height
+        // The dimmer over the screen.
+        background: Rectangle {
+            objectName: "shareBackdrop"
+            color: OTPalette.ostrelBlack
+            opacity: OTPalette.dimmerOpacity * shareView.presentation
+        }
 
-        Column {
-            id: systemColumn
-            width: shareView.width
+        contentItem: PanelContent {
+            view: shareView
+        }
+    }
 
-            SheetTitle {
+    holdsKeyboard: popup.activeFocus
 
-                view: shareView
-                objectName: "systemShareTitle"
-                text: OTLocalizable.string("system_share_title")
+    Connections {
+        target: shareView
+        function onShowingChanged() {
+            if (shareView.showing) {
+                popup.open()
+                popup.forceActiveFocus(Qt.PopupFocusReason)
             }
-            Row {
-                topPadding: 2
-                bottomPadding: 6
-                ShareButton {
-                    view: shareView
-                    objectName: "systemShareButton_copy"
-                    text: OTLocalizable.string("system_share_copy")
-                    iconSource: "qrc:/OstFoundation/images/share_copy_link.png"
-                    iconHighlightedSource: "qrc:/OstFoundation/images/share_copy_link_highlight.png"
-                    onClicked: shareView.systemShareActivityClicked("copy")
-                }
-                ShareButton {
-                    view: shareView
-                    objectName: "systemShareButton_mail"
-                    text: OTLocalizable.string("system_share_mail")
-                    iconSource: "qrc:/OstFoundation/images/share_email.png"
-                    iconHighlightedSource: "qrc:/OstFoundation/images/share_email_highlight.png"
-                    onClicked: shareView.systemShareActivityClicked("mail")
-                }
-                ShareButton {
-                    view: shareView
-                    objectName: "systemShareButton_browser"
-                    text: OTLocalizable.string("system_share_browser")
-                    iconSource: "qrc:/OstFoundation/images/share_browser.png"
-                    iconHighlightedSource: "qrc:/OstFoundation/images/share_browser_highlight.png"
-                    onClicked: shareView.systemShareActivityClicked("browser")
-                }
-            }
-            Gap { view: shareView }
-            BarButton {
-                view: shareView
-                objectName: "systemShareCancelButton"
-                text: OTLocalizable.string("share_view_cancel")
-                onClicked: shareView.cancelClicked()
-            }
+        }
+        function onPresentationChanged() {
+            if (!shareView.showing && shareView.presentation <= 0)
+                popup.close()
         }
     }
 }
