@@ -185,50 +185,64 @@ Plan Plan::animation(QPointF from, QPointF to)
 
 Plan Plan::afterRelease(const Bounds &bounds, bool paging, QPointF from, QPointF dragStart, QPointF velocity)
 {
-    Plan plan;
-    QPointF &target = plan.m_target;
-    target = from;
-    const qreal width = bounds.viewport.width();
-    const qreal height = bounds.viewport.height();
-
-    if (paging) {
-        target = {pageTarget(from.x(), dragStart.x(), velocity.x(), bounds.maximum.x(), width),
-                  bounds.vertical ? pageTarget(from.y(), dragStart.y(), velocity.y(), bounds.maximum.y(), height)
-                                  : from.y()};
-        const QPointF way = target - from;
-        const qreal distance = length(way);
-        if (distance > AtRest) {
-            const int duration = pageSettleMs(bounds, way);
-            // Leave with the finger's speed as far as an ease-out allows.
-            const qreal towards = (velocity.x() * way.x() + velocity.y() * way.y()) / distance;
-            const qreal slope = qBound(qreal(2), towards * duration / 1000 / distance, qreal(3));
-            plan.append({from, target, slope, duration});
-        }
-        return plan;
-    }
-
+    if (paging)
+        return settleOnPage(bounds, from, dragStart, velocity);
     const QPointF inside = bounds.clamped(from);
-    const qreal speed = length(velocity);
-    if (length(inside - from) > AtRest) {
-        // Let go past an end: back to it.
-        target = inside;
-        plan.append({from, target, 2, BounceBackMs});
-        return plan;
-    }
-    if (!(speed > 1))
-        return plan;
+    if (length(inside - from) > AtRest)
+        return backInside(from, inside);
+    return glide(bounds, from, velocity);
+}
 
+Plan Plan::settleOnPage(const Bounds &bounds, QPointF from, QPointF dragStart, QPointF velocity)
+{
+    Plan plan;
+    plan.m_target = {pageTarget(from.x(), dragStart.x(), velocity.x(), bounds.maximum.x(), bounds.viewport.width()),
+                     bounds.vertical ? pageTarget(from.y(), dragStart.y(), velocity.y(), bounds.maximum.y(),
+                                                  bounds.viewport.height())
+                                     : from.y()};
+    const QPointF way = plan.m_target - from;
+    const qreal distance = length(way);
+    if (distance > AtRest) {
+        const int duration = pageSettleMs(bounds, way);
+        // Leave with the finger's speed as far as an ease-out allows.
+        const qreal towards = (velocity.x() * way.x() + velocity.y() * way.y()) / distance;
+        const qreal slope = qBound(qreal(2), towards * duration / 1000 / distance, qreal(3));
+        plan.append({from, plan.m_target, slope, duration});
+    }
+    return plan;
+}
+
+Plan Plan::backInside(QPointF from, QPointF inside)
+{
+    Plan plan;
+    plan.m_target = inside;
+    plan.append({from, inside, 2, BounceBackMs});
+    return plan;
+}
+
+Plan Plan::glide(const Bounds &bounds, QPointF from, QPointF velocity)
+{
+    const qreal speed = length(velocity);
+    if (!(speed > 1)) {
+        Plan still;
+        still.m_target = from;
+        return still;
+    }
     // Glide on at constant friction: a quadratic ease-out whose start speed is the finger's,
     // cut short at an end of the content.
     const QPointF direction = velocity / speed;
     const qreal glide = speed * speed / (2 * Friction);
     const QPointF projected = from + direction * glide;
-    const QPointF stop = bounds.clamped(projected);
-    if (length(stop - projected) <= AtRest) {
-        target = projected;
-        plan.append({from, target, 2, qMin(LongestGlideMs, int(1000 * speed / Friction))});
-        return plan;
-    }
+    if (length(bounds.clamped(projected) - projected) > AtRest)
+        return glideToAnEnd(bounds, from, direction, speed, glide);
+    Plan plan;
+    plan.m_target = projected;
+    plan.append({from, projected, 2, qMin(LongestGlideMs, int(1000 * speed / Friction))});
+    return plan;
+}
+
+Plan Plan::glideToAnEnd(const Bounds &bounds, QPointF from, QPointF direction, qreal speed, qreal glide)
+{
     // How far along the glide the first end is met.
     qreal reach = glide;
     for (int axis = 0; axis < 2; ++axis) {
@@ -239,22 +253,24 @@ Plan Plan::afterRelease(const Bounds &bounds, bool paging, QPointF from, QPointF
             reach = qMin(reach, qMax(qreal(0), (end - at) / d));
     }
     const QPointF edge = from + direction * reach;
-    if (bounds.bounces) {
-        // Run past the end by a little of what was left, then spring back.
-        const qreal extent = qAbs(direction.x()) >= qAbs(direction.y()) ? width : height;
-        const qreal overshoot = qMin(rubberBand(glide - reach, extent), extent) * 0.3;
-        const QPointF peak = edge + direction * overshoot;
-        const qreal way = reach + overshoot;
-        if (way > AtRest)
-            plan.append({from, peak, 3, qBound(100, int(3000 * way / speed), LongestGlideMs)});
-        target = bounds.clamped(peak);
-        if (length(target - peak) > AtRest)
-            plan.append({peak, target, 0, BounceBackMs});
-    } else {
-        target = bounds.clamped(edge);
+    Plan plan;
+    if (!bounds.bounces) {
+        plan.m_target = bounds.clamped(edge);
         if (reach > AtRest)
-            plan.append({from, target, 3, qBound(100, int(3000 * reach / speed), LongestGlideMs)});
+            plan.append({from, plan.m_target, 3, qBound(100, int(3000 * reach / speed), LongestGlideMs)});
+        return plan;
     }
+    // Run past the end by a little of what was left, then spring back.
+    const qreal extent =
+        qAbs(direction.x()) >= qAbs(direction.y()) ? bounds.viewport.width() : bounds.viewport.height();
+    const qreal overshoot = qMin(rubberBand(glide - reach, extent), extent) * 0.3;
+    const QPointF peak = edge + direction * overshoot;
+    const qreal way = reach + overshoot;
+    if (way > AtRest)
+        plan.append({from, peak, 3, qBound(100, int(3000 * way / speed), LongestGlideMs)});
+    plan.m_target = bounds.clamped(peak);
+    if (length(plan.m_target - peak) > AtRest)
+        plan.append({peak, plan.m_target, 0, BounceBackMs});
     return plan;
 }
 

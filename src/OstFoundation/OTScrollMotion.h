@@ -139,6 +139,13 @@ public:
 
 private:
     void append(const Segment &segment);
+    // The three ways a lift goes on (see afterRelease): a paging view settles on a page; a
+    // view let go past an end goes back to it; content let go moving glides, and a glide that
+    // meets an end stops there (or, bouncing, runs past it a little and comes back).
+    static Plan settleOnPage(const Bounds &bounds, QPointF from, QPointF dragStart, QPointF velocity);
+    static Plan backInside(QPointF from, QPointF inside);
+    static Plan glide(const Bounds &bounds, QPointF from, QPointF velocity);
+    static Plan glideToAnEnd(const Bounds &bounds, QPointF from, QPointF direction, qreal speed, qreal glide);
 
     std::array<Segment, 2> m_segments;
     int m_count = 0;
