@@ -1,10 +1,31 @@
 #include "OTHUD.h"
 
+/*!
+    \qmltype OTHUDTemplate
+    \inqmlmodule OstFoundation
+    \instantiates OTHUD
+    \brief The state of a transient message, without a look.
+
+    The base of the skin \l OTHUD. Its properties are what a skin binds to.
+*/
+
+/*!
+    \class OTHUD
+    \inmodule OstFoundation
+    \brief A transient message over a window: its text, its status and how far it is in view.
+
+    Global::showHUB() makes them. The skin, the QML type \l {OstFoundation::OTHUD}{OTHUD}, draws
+    the message and eases \l presentation when it changes. In QML the bare type is
+    \l {OstFoundation::OTHUDTemplate}{OTHUDTemplate}.
+*/
 OTHUD::OTHUD(QQuickItem *parent)
     : QQuickItem(parent)
 {
 }
 
+/*!
+    Sets the message to \a text with the icon of \a status.
+*/
 void OTHUD::setMessage(const QString &text, int status)
 {
     if (m_text != text) {
@@ -25,3 +46,47 @@ void OTHUD::setPresentation(qreal presentation)
     m_presentation = presentation;
     Q_EMIT presentationChanged();
 }
+
+/*!
+    \qmlproperty string OTHUDTemplate::text
+    \readonly
+
+    The message.
+*/
+
+/*!
+    \qmlproperty int OTHUDTemplate::status
+    \readonly
+
+    The message's icon: 0 plain text, 1 a success tick, 2 an error cross.
+*/
+
+/*!
+    \qmlproperty real OTHUDTemplate::presentation
+
+    How far the message is in view, from 1 (shown) to 0 (gone). Set to where the message is
+    asked to go; a skin's Behavior on it turns the change into a fade.
+*/
+
+/*!
+    \property OTHUD::text
+    \brief The message.
+*/
+
+/*!
+    \property OTHUD::status
+    \brief The message's icon: 0 plain text, 1 a success tick, 2 an error cross.
+*/
+
+/*!
+    \property OTHUD::presentation
+    \brief How far the message is in view, from 1 (shown) to 0 (gone).
+
+    Values are held to that range.
+*/
+
+/*!
+    \fn OTHUD::OTHUD(QQuickItem *parent)
+
+    Constructs a message item with \a parent.
+*/
