@@ -9,7 +9,8 @@ import OstFoundation
 
     A dark rounded box in the middle of the window with white text, and a tick (status 1) or a
     cross (status 2) above the text. It lets every touch through. When its time is up it is
-    asked for \l {OTHUDTemplate::}{presentation} 0, and fades there.
+    asked for \l {OTHUDTemplate::}{presentation} 0, and fades there over OTPalette.fadeDuration.
+    Global::showHUB() shows one.
 */
 // A transient message over a window: a dark rounded box in the middle, white text, with a
 // tick (status 1) or a cross (status 2) above the text. It lets every touch through. When
