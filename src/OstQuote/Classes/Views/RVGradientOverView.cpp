@@ -3,6 +3,31 @@
 #include <QLinearGradient>
 #include <QPainter>
 
+/*!
+    \headerfile <RVGradientOverView.h>
+    \inmodule OstQuote
+    \title The quote page's covers
+    \brief The covers over a quote page's picture, their heights and the module's version.
+*/
+
+/*!
+    \qmltype RVGradientOverView
+    \inqmlmodule OstQuote
+    \instantiates RVGradientOverView
+    \brief The bottom cover of a quote page: a black gradient that takes the touches on it.
+
+    Black from transparent at the top edge to alpha 0.5 at 80 % of the height and below.
+*/
+
+/*!
+    \qmltype RVGradientTopOverView
+    \inqmlmodule OstQuote
+    \instantiates RVGradientTopOverView
+    \brief The top cover of a quote page: a black gradient that takes the touches on it.
+
+    Black at alpha 0.6 at the top edge to transparent at the bottom edge.
+*/
+
 const double OstQuoteVersionNumber = 1.0;
 
 namespace {
@@ -25,6 +50,14 @@ void paintBlackGradient(QPainter *painter, QSizeF size, const qreal (*components
 
 } // namespace
 
+/*!
+    \class RVCoverItem
+    \inmodule OstQuote
+    \brief What both covers of a quote page share.
+
+    Painted, see-through, and taking the touches that land on them, so that a tap on a cover
+    never reaches the page below.
+*/
 RVCoverItem::RVCoverItem(QQuickItem *parent)
     : QQuickPaintedItem(parent)
 {
@@ -44,11 +77,22 @@ void RVCoverItem::touchEvent(QTouchEvent *event)
     event->accept();
 }
 
+/*!
+    \class RVGradientOverView
+    \inmodule OstQuote
+    \brief The bottom cover of a quote page.
+
+    Black from transparent at the top edge to alpha 0.5 at 80 % of the height and below. Not
+    opaque; no background of its own.
+*/
 RVGradientOverView::RVGradientOverView(QQuickItem *parent)
     : RVCoverItem(parent)
 {
 }
 
+/*!
+    Paints the gradient with \a painter.
+*/
 void RVGradientOverView::paint(QPainter *painter)
 {
     static constexpr qreal components[5][4] = {
@@ -59,11 +103,21 @@ void RVGradientOverView::paint(QPainter *painter)
     paintBlackGradient(painter, size(), components, locations, 4);
 }
 
+/*!
+    \class RVGradientTopOverView
+    \inmodule OstQuote
+    \brief The top cover of a quote page.
+
+    Black at alpha 0.6 at the top edge to transparent at the bottom edge.
+*/
 RVGradientTopOverView::RVGradientTopOverView(QQuickItem *parent)
     : RVCoverItem(parent)
 {
 }
 
+/*!
+    Paints the gradient with \a painter.
+*/
 void RVGradientTopOverView::paint(QPainter *painter)
 {
     static constexpr qreal components[5][4] = {
@@ -71,3 +125,42 @@ void RVGradientTopOverView::paint(QPainter *painter)
     };
     paintBlackGradient(painter, size(), components, nullptr, 5);
 }
+
+/*!
+    \variable RVQuoteBottomCoverHeight
+    \relates <RVGradientOverView.h>
+
+    The height of a quote page's bottom cover: 250. Hosts that lay things out around it use it.
+*/
+
+/*!
+    \variable RVQuoteTopCoverHeight
+    \relates <RVGradientOverView.h>
+
+    The height of a quote page's top cover: 100.
+*/
+
+/*!
+    \variable OstQuoteVersionNumber
+    \relates <RVGradientOverView.h>
+
+    The module's version: 1.0.
+*/
+
+/*!
+    \fn RVCoverItem::RVCoverItem(QQuickItem *parent)
+
+    Constructs a cover with \a parent.
+*/
+
+/*!
+    \fn RVGradientOverView::RVGradientOverView(QQuickItem *parent)
+
+    Constructs a bottom cover with \a parent.
+*/
+
+/*!
+    \fn RVGradientTopOverView::RVGradientTopOverView(QQuickItem *parent)
+
+    Constructs a top cover with \a parent.
+*/
