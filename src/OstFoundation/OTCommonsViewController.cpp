@@ -474,3 +474,9 @@ void OTCommonsViewController::viewDidDisappear(bool animated)
 
     This signal is emitted when the screen comes to stand on another StackView, or on none.
 */
+
+/*!
+    \qmlsignal OTCommonsViewController::stackViewChanged()
+
+    Emitted when the screen comes to stand on another StackView, or on none.
+*/
