@@ -698,7 +698,7 @@ void OstAPIClient::modelWithAPI(const QString &api, const QVariantMap &parameter
 /*!
     \fn OstAPIClient::~OstAPIClient()
 
-    Destroys the client. Requests still under way end without calling their completions.
+    Destroys the client, with its network access manager and the requests under way.
 */
 
 /*!

@@ -157,7 +157,7 @@ void OstQuoteLaunchViewController::tellDelegate()
 // Start
 
 /*!
-    Loads the cached quote and asks for the batch.
+    Hides the navigation bar, draws today's cached quote and asks for the batch.
 */
 void OstQuoteLaunchViewController::viewDidLoad()
 {
@@ -280,7 +280,8 @@ void OstQuoteLaunchViewController::clearEarlyQuotes()
 // Countdown and exit
 
 /*!
-    Draws today's quote before the screen appears, \a animated or at once.
+    Called before the screen appears, \a animated or at once. On the way back from the viewer
+    its button opened, the delegate is told at once.
 */
 void OstQuoteLaunchViewController::viewWillAppear(bool animated)
 {
@@ -291,8 +292,8 @@ void OstQuoteLaunchViewController::viewWillAppear(bool animated)
 }
 
 /*!
-    Starts the countdown once the screen has appeared, \a animated or at once; on the way back
-    from the viewer the delegate is told at once first.
+    Starts a countdown of DismissInterval once the screen has appeared, \a animated or at once;
+    every appearance starts its own, and one still pending runs on.
 */
 void OstQuoteLaunchViewController::viewDidAppear(bool animated)
 {
@@ -308,7 +309,7 @@ void OstQuoteLaunchViewController::viewDidAppear(bool animated)
 }
 
 /*!
-    The countdown \a timer has run out: tells the delegate.
+    The countdown \a timer has run out: tells the delegate and drops the countdown.
 */
 void OstQuoteLaunchViewController::timerFired(QTimer *timer)
 {
@@ -325,7 +326,7 @@ void OstQuoteLaunchViewController::timerFired(QTimer *timer)
 }
 
 /*!
-    Starts the countdown afresh.
+    Stops and drops the pending countdown.
 */
 void OstQuoteLaunchViewController::resetTimer()
 {

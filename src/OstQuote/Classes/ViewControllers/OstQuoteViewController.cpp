@@ -89,8 +89,8 @@ constexpr qint64 kSecondsPerDay = 86400;
     \section1 Sharing
 
     The share button raises the share panel (OstCustomShareView), with this screen as its
-    delegate; the shares go through OTSocialService::defaultService(). The viewer takes its share
-    picture first, in the Screenshot chrome.
+    delegate; the shares go through OTSocialService::defaultService(). A share to a target takes
+    the share picture first, in the Screenshot chrome.
 
     \section1 The skin
 
@@ -252,7 +252,7 @@ qint64 OstQuoteViewController::numberOfQuotesInGalleryView(OstQuoteGalleryView *
 // Start
 
 /*!
-    Sets up the gallery and asks for today's quote.
+    Hands the gallery its data source and delegate and asks for today's quote.
 */
 void OstQuoteViewController::viewDidLoad()
 {
@@ -543,7 +543,7 @@ void OstQuoteViewController::setShareView(OstCustomShareView *shareView)
 }
 
 /*!
-    The share button's action: takes the share picture and raises the share panel.
+    The share button's action: raises the share panel over the screen.
 */
 void OstQuoteViewController::shareAction()
 {
@@ -630,7 +630,8 @@ void OstQuoteViewController::setChrome(Chrome chrome)
 }
 
 /*!
-    Copies the link of the quote in view, as \a sender in \a shareView asked, and says so.
+    Copies the link of the quote in view, as \a sender in \a shareView asked, and says so;
+    nothing happens when the quote in view has no link.
 */
 void OstQuoteViewController::shareViewCopyLinkClicked(OstCustomShareView *shareView, QObject *sender)
 {
@@ -804,7 +805,7 @@ void OstQuoteViewController::didShareToWeibo()
 /*!
     \qmlmethod void OstQuoteViewControllerTemplate::shareAction()
 
-    The share button's action: takes the share picture and raises the share panel.
+    The share button's action: raises the share panel over the screen.
 */
 
 /*!

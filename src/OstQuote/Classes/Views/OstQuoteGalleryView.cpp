@@ -309,8 +309,8 @@ OstQuoteView *OstQuoteGalleryView::generateQuoteViewWithIndex(qint64 index)
 }
 
 /*!
-    Makes sure \a scrollView holds the page of \a index, asking the data source when it is
-    missing.
+    Makes sure \a scrollView holds a page of \a index that shows its quote, asking the data
+    source for one when it does not.
 */
 void OstQuoteGalleryView::renderSpecificQuoteViewWithIndex(qint64 index, OTScrollView *scrollView)
 {
@@ -326,7 +326,8 @@ void OstQuoteGalleryView::renderSpecificQuoteViewWithIndex(qint64 index, OTScrol
 }
 
 /*!
-    Makes sure \a scrollView holds the pages of \a index and its neighbours, and drops the rest.
+    Makes sure \a scrollView holds the pages of \a index and its two neighbours; the oldest page
+    is never made as a neighbour, only once it is current.
 */
 void OstQuoteGalleryView::renderSerialQuoteViewsWithIndex(qint64 index, OTScrollView *)
 {
