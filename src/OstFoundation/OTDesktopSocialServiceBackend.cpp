@@ -175,7 +175,7 @@ QString OTDesktopSocialServiceBackend::lastSavedImagePath()
 }
 
 /*!
-    Returns shareWithResult() of \a request succeeded.
+    Returns whether shareWithResult() of \a request succeeded.
 */
 bool OTDesktopSocialServiceBackend::share(const OTShareRequest &request)
 {

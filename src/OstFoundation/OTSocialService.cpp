@@ -372,7 +372,7 @@ void OTSocialService::setBackend(std::unique_ptr<OTSocialServiceBackend> backend
 /*!
     \variable OTShareRequest::logUrl
 
-    A link to count the share with, when the target has one.
+    The link shared when \l url is empty.
 */
 
 /*!
