@@ -53,11 +53,28 @@ QQmlEngine *engineForWindow(QQuickWindow *window)
 
 } // namespace
 
+/*!
+    \class Global
+    \inmodule OstFoundation
+    \brief App-wide services of the foundation: transient messages.
+
+    showHUB() puts a transient message (a "HUD") over the current window: centred, a dark
+    rounded box, white text, shown for HUBDuration milliseconds and then faded out by its skin
+    (\l {OstFoundation::OTHUD}{OTHUD}); a new message replaces the one in view. The status picks
+    the box's icon: 0 plain text (success or information), 1 a success tick, 2 an error cross.
+
+    \code
+    Global::sharedGlobal()->showHUB(QObject::tr("Link copied"), 1);
+    \endcode
+*/
 Global::Global(QObject *parent)
     : QObject(parent)
 {
 }
 
+/*!
+    Returns the one object of the process.
+*/
 Global *Global::sharedGlobal()
 {
     // Made on whichever thread asks first, it lives on the application's thread: messages
@@ -76,6 +93,14 @@ Global *Global::sharedGlobal()
     return global;
 }
 
+/*!
+    Shows \a text with the icon of \a status over the current window (the focus window, else the
+    last Qt Quick window that showed something). Does nothing but remember the message when
+    there is no window.
+
+    May be called from any thread: the message is shown on the application's thread (at once
+    when called there, else as soon as its event loop runs).
+*/
 void Global::showHUB(const QString &text, int status)
 {
     // Asked from another thread (a notification posted from a worker): shown on ours.
@@ -127,3 +152,28 @@ void Global::showHUB(const QString &text, int status)
     }
     Q_EMIT hubShown(text, status);
 }
+
+/*!
+    \variable Global::HUBDuration
+
+    How long a message stays in full view before it fades, in milliseconds.
+*/
+
+/*!
+    \fn QString Global::lastHUBText() const
+
+    Returns the message last shown, for hosts that log. The message in view is the item of
+    objectName \c OTHUD in the window.
+*/
+
+/*!
+    \fn int Global::lastHUBStatus() const
+
+    Returns the status of the message last shown.
+*/
+
+/*!
+    \fn void Global::hubShown(const QString &text, int status)
+
+    This signal is emitted when the message \a text with \a status has been shown.
+*/

@@ -10,10 +10,8 @@ class QQmlEngine;
 class OTHUD;
 class QQuickWindow;
 
-// App-wide services of the foundation. showHUB puts a transient message (a "HUD") over the
-// current window: centred, dark rounded box, white text, shown for HUBDuration ms then faded
-// out (the skin OTHUDSkin.qml fades it); a new message replaces the one in view. The status
-// picks the box's icon: 0 plain text (success/information), 1 success tick, 2 error cross.
+// App-wide services of the foundation.
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT Global : public QObject
 {
     Q_OBJECT

@@ -4,6 +4,27 @@
 #include <QMutex>
 #include <QMutexLocker>
 
+/*!
+    \class OTClock
+    \inmodule OstFoundation
+    \brief The foundation's clock and time zone: "now" and the zone in which day keys are read
+    and written.
+
+    Everything that asks for the current instant or the local day goes through this class, so
+    that a test, a demo or a process started with the environment variables below can pin both.
+
+    \table
+    \header \li Variable \li Meaning
+    \row \li \c OSTQUOTE_NOW \li An ISO 8601 instant with offset, such as
+         \c{2016-10-03T09:00:00+08:00}. The clock starts there and runs on from it.
+    \row \li \c OSTQUOTE_TIME_ZONE \li An IANA zone name, such as \c{Europe/London}.
+    \endtable
+
+    All functions are static and may be called from any thread.
+
+    \sa ot_todayKey(), ot_dateFromStringFormatDate()
+*/
+
 namespace {
 
 struct ClockState
@@ -50,6 +71,9 @@ void readEnvironmentLocked(ClockState &s)
 
 } // namespace
 
+/*!
+    Returns the current instant: the machine's, or the pinned one.
+*/
 QDateTime OTClock::now()
 {
     ClockState &s = state();
@@ -62,6 +86,10 @@ QDateTime OTClock::now()
     return s.pinned;
 }
 
+/*!
+    Returns the zone used for day keys and every day boundary: the pinned zone, else the
+    machine's.
+*/
 QTimeZone OTClock::timeZone()
 {
     ClockState &s = state();
@@ -70,6 +98,9 @@ QTimeZone OTClock::timeZone()
     return s.zone.isValid() ? s.zone : QTimeZone::systemTimeZone();
 }
 
+/*!
+    Freezes the clock at \a instant. A null \a instant goes back to the machine's clock.
+*/
 void OTClock::setNow(const QDateTime &instant)
 {
     ClockState &s = state();
@@ -79,6 +110,9 @@ void OTClock::setNow(const QDateTime &instant)
     s.running = false;
 }
 
+/*!
+    Lets the clock run on from \a instant, as a process started with \c OSTQUOTE_NOW does.
+*/
 void OTClock::setRunningFrom(const QDateTime &instant)
 {
     ClockState &s = state();
@@ -89,6 +123,9 @@ void OTClock::setRunningFrom(const QDateTime &instant)
     s.sincePinned.start();
 }
 
+/*!
+    Moves a pinned clock on by \a seconds. It has no effect on the machine's clock.
+*/
 void OTClock::advance(qint64 seconds)
 {
     ClockState &s = state();
@@ -97,6 +134,9 @@ void OTClock::advance(qint64 seconds)
         s.pinned = s.pinned.addSecs(seconds);
 }
 
+/*!
+    Pins the time zone to \a zone. An invalid \a zone goes back to the machine's zone.
+*/
 void OTClock::setTimeZone(const QTimeZone &zone)
 {
     ClockState &s = state();
@@ -105,6 +145,9 @@ void OTClock::setTimeZone(const QTimeZone &zone)
     s.zone = zone;
 }
 
+/*!
+    Sets the clock and the zone back to what the environment says.
+*/
 void OTClock::reset()
 {
     ClockState &s = state();

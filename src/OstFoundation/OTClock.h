@@ -6,12 +6,7 @@
 #include <QTimeZone>
 
 // The foundation owns "now" and the time zone in which day keys are read and written.
-// Everything that asks for the current instant or the local day goes through here, so
-// that a test (or a process started with OSTQUOTE_NOW / OSTQUOTE_TIME_ZONE) can pin both.
-//
-//   OSTQUOTE_NOW        an ISO 8601 instant with offset, e.g. 2016-10-03T09:00:00+08:00;
-//                       the clock starts there and runs on from it
-//   OSTQUOTE_TIME_ZONE  an IANA zone name, e.g. Europe/London
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT OTClock
 {
 public:

@@ -12,6 +12,17 @@
 
 #include <memory>
 
+/*!
+    \qmltype OTCommonsViewController
+    \inqmlmodule OstFoundation
+    \instantiates OTCommonsViewController
+    \brief The base of every full-window screen.
+
+    Its life cycle follows the StackView it stands on (see the C++ class
+    OTCommonsViewController). The module's screens, \l OstQuoteLaunchViewController and
+    \l OstQuoteViewController, are of this type.
+*/
+
 namespace {
 
 // Qt Quick's StackView type, as QML knows it in `engine`: the class of a bare StackView made
@@ -46,6 +57,34 @@ const QMetaObject *stackViewClass(const QQuickItem *item)
 
 } // namespace
 
+/*!
+    \class OTCommonsViewController
+    \inmodule OstFoundation
+    \brief The base of every full-window screen.
+
+    A screen is a QQuickItem whose look is a QML skin (its root is the screen's own type);
+    behaviour lives in C++ subclasses such as OstQuoteViewController.
+
+    \section1 Life cycle
+
+    viewDidLoad() runs once, the first time loadViewIfNeeded() is called (before the screen first
+    appears). viewWillAppear(), viewDidAppear(), viewWillDisappear() and viewDidDisappear() follow
+    the screen as it is pushed, covered, uncovered and popped; \c animated says whether that
+    change is animated. Overrides call the base class first.
+
+    On an OTNavigationController the host makes these calls. On any other StackView (a host app's
+    own) the screen follows the StackView's attached status: activating and deactivating are the
+    will-calls of an animated change, activated and deactivated its did-calls; a change made at
+    once gives both calls with \c animated false. These calls come one turn of the event loop
+    after the StackView's change, so that a screen (or its host, told by it) may ask the
+    StackView for the next change: a StackView refuses changes while it makes one.
+
+    \section1 The keyboard
+
+    A screen is a focus scope, and the screen that has just appeared takes the keyboard: keys go
+    to the item its skin gives the focus (or to the screen itself), and come back there when the
+    screen is in view again.
+*/
 OTCommonsViewController::OTCommonsViewController(QQuickItem *parent)
     : QQuickItem(parent)
 {
@@ -62,6 +101,9 @@ void OTCommonsViewController::setTitle(const QString &title)
 
 OTCommonsViewController::~OTCommonsViewController() = default;
 
+/*!
+    Runs viewDidLoad() once: the first time it is called.
+*/
 void OTCommonsViewController::loadViewIfNeeded()
 {
     if (m_viewLoaded)
@@ -72,11 +114,19 @@ void OTCommonsViewController::loadViewIfNeeded()
     Q_EMIT viewLoadedChanged();
 }
 
+/*!
+    \property OTCommonsViewController::navigationController
+    \brief The navigation host this screen is on, or null.
+*/
 OTNavigationController *OTCommonsViewController::navigationController() const
 {
     return m_navigationController.data();
 }
 
+/*!
+    Sets the navigation host the screen is on to \a navigationController. Only
+    OTNavigationController calls it.
+*/
 void OTCommonsViewController::setNavigationController(OTNavigationController *navigationController)
 {
     if (m_navigationController == navigationController)
@@ -85,11 +135,18 @@ void OTCommonsViewController::setNavigationController(OTNavigationController *na
     Q_EMIT navigationControllerChanged();
 }
 
+/*!
+    Returns the orientations the screen supports. A desktop window ignores it; phones honour it.
+*/
 Qt::ScreenOrientations OTCommonsViewController::supportedInterfaceOrientations() const
 {
     return Qt::PortraitOrientation | Qt::LandscapeOrientation | Qt::InvertedLandscapeOrientation;
 }
 
+/*!
+    Takes the user back from this screen: pops it (animated) off its navigation host or the
+    StackView it stands on, when it is the screen in view there. Nothing happens otherwise.
+*/
 void OTCommonsViewController::backAction()
 {
     // Only the screen in view can be left; a covered one waits for its turn.
@@ -102,12 +159,24 @@ void OTCommonsViewController::backAction()
         requestOnStackView(false, nullptr, true);
 }
 
+/*!
+    Returns the StackView this screen stands on: its navigation host's, or a host app's own;
+    null when it stands on none.
+*/
 QQuickItem *OTCommonsViewController::stackView() const
 {
     // A navigation host's screens stand on its skin's StackView like any other.
     return m_hostStackView;
 }
 
+/*!
+    Pushes \a viewController, \a animated or at once, on the stack this screen stands on:
+    through its navigation host, or by asking the StackView. A screen pushed on a host app's
+    StackView this way belongs to that stack and is deleted once the stack lets go of it.
+
+    Returns \c false, and pushes nothing (the caller keeps \a viewController), when the screen
+    stands on no stack.
+*/
 bool OTCommonsViewController::pushOnStack(OTCommonsViewController *viewController, bool animated)
 {
     if (!viewController)
@@ -138,6 +207,10 @@ bool OTCommonsViewController::requestOnStackView(bool push, OTCommonsViewControl
     return true;
 }
 
+/*!
+    A screen declared in QML gives its engine the foundation's picture disk cache and limits, as
+    the skins made from C++ do, before its first picture is asked for.
+*/
 void OTCommonsViewController::classBegin()
 {
     QQuickItem::classBegin();
@@ -248,6 +321,10 @@ void OTCommonsViewController::syncWithStackView()
     }
 }
 
+/*!
+    Returns the QML engine of this screen's scene (its own, or that of an ancestor item), or
+    null.
+*/
 QQmlEngine *OTCommonsViewController::qmlEngineForScene() const
 {
     if (QQmlEngine *engine = OTSkin::engineForItem(this))
@@ -256,6 +333,13 @@ QQmlEngine *OTCommonsViewController::qmlEngineForScene() const
     return m_navigationController ? OTSkin::engineForItem(m_navigationController) : nullptr;
 }
 
+/*!
+    Returns what the screen shows, drawn now and synchronously: the screen's own items over the
+    window's background, cut to the screen, in device pixels at the window's pixel ratio (a
+    375x667 screen in a window of ratio 2 gives 750x1334 pixels, its devicePixelRatio() 2).
+    Whatever lies above the screen in its window (a transient message, a host's overlay) is left
+    out. Returns a null image when the screen is not in a window.
+*/
 QImage OTCommonsViewController::renderViewImage()
 {
     QQuickWindow *quickWindow = window();
@@ -296,15 +380,24 @@ QImage OTCommonsViewController::renderViewImage()
     return image;
 }
 
+/*!
+    Builds what the screen needs once its skin exists. Overrides call the base class first.
+*/
 void OTCommonsViewController::viewDidLoad()
 {
 }
 
+/*!
+    Called when the screen is about to appear, \a animated or at once.
+*/
 void OTCommonsViewController::viewWillAppear(bool animated)
 {
     Q_UNUSED(animated);
 }
 
+/*!
+    Called when the screen has appeared, \a animated or at once. The screen takes the keyboard.
+*/
 void OTCommonsViewController::viewDidAppear(bool animated)
 {
     Q_UNUSED(animated);
@@ -316,6 +409,9 @@ void OTCommonsViewController::viewDidAppear(bool animated)
     }
 }
 
+/*!
+    Called when the screen is about to disappear, \a animated or at once.
+*/
 void OTCommonsViewController::viewWillDisappear(bool animated)
 {
     Q_UNUSED(animated);
@@ -325,7 +421,83 @@ void OTCommonsViewController::viewWillDisappear(bool animated)
     }
 }
 
+/*!
+    Called when the screen has disappeared, \a animated or at once.
+*/
 void OTCommonsViewController::viewDidDisappear(bool animated)
 {
     Q_UNUSED(animated);
 }
+
+/*!
+    \qmlproperty OTNavigationController OTCommonsViewController::navigationController
+    \readonly
+
+    The navigation host this screen is on, or null.
+*/
+
+/*!
+    \qmlproperty bool OTCommonsViewController::viewLoaded
+    \readonly
+
+    Whether the screen has loaded (its viewDidLoad has run).
+*/
+
+/*!
+    \qmlproperty bool OTCommonsViewController::visibleOnScreen
+    \readonly
+
+    True between the screen's did-appear and will-disappear calls.
+*/
+
+/*!
+    \qmlproperty string OTCommonsViewController::title
+
+    What the navigation bar shows while the screen is on top; empty by default.
+*/
+
+/*!
+    \qmlmethod void OTCommonsViewController::backAction()
+
+    Takes the user back from this screen: pops it (animated) off its navigation host or the
+    StackView it stands on, when it is the screen in view there. Nothing happens otherwise.
+*/
+
+/*!
+    \property OTCommonsViewController::viewLoaded
+    \brief Whether viewDidLoad() has run.
+*/
+
+/*!
+    \property OTCommonsViewController::visibleOnScreen
+    \brief Whether the screen is in view: between viewDidAppear() and viewWillDisappear().
+*/
+
+/*!
+    \property OTCommonsViewController::title
+    \brief What the navigation bar shows while the screen is on top; empty by default.
+*/
+
+/*!
+    \fn OTCommonsViewController::OTCommonsViewController(QQuickItem *parent)
+
+    Constructs a screen with \a parent.
+*/
+
+/*!
+    \fn OTCommonsViewController::~OTCommonsViewController()
+
+    Destroys the screen.
+*/
+
+/*!
+    \fn void OTCommonsViewController::stackViewChanged()
+
+    This signal is emitted when the screen comes to stand on another StackView, or on none.
+*/
+
+/*!
+    \qmlsignal OTCommonsViewController::stackViewChanged()
+
+    Emitted when the screen comes to stand on another StackView, or on none.
+*/

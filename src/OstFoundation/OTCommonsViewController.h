@@ -11,24 +11,8 @@ class OTNavigationController;
 class QQmlEngine;
 Q_MOC_INCLUDE("OTNavigationController.h")
 
-// The base of every full-window screen. A screen is a QQuickItem whose look is a QML skin
-// (its root is the screen's own type); behaviour lives in C++ subclasses.
-//
-// Life cycle: viewDidLoad() runs once, the first time loadViewIfNeeded() is called (before
-// the screen first appears). viewWillAppear / viewDidAppear / viewWillDisappear /
-// viewDidDisappear follow the screen as it is pushed, covered, uncovered and popped;
-// `animated` says whether that change is animated. Overrides call the base class first.
-//
-// On an OTNavigationController the host makes these calls. On any other StackView (a host
-// app's own) the screen follows the StackView's attached status: activating and deactivating
-// are the will-calls of an animated change, activated and deactivated its did-calls; a change
-// made at once gives both calls with `animated` false. These calls come one turn of the event
-// loop after the StackView's change, so that a screen (or its host, told by it) may ask the
-// StackView for the next change: a StackView refuses changes while it makes one.
-//
-// A screen is a focus scope, and the screen that has just appeared takes the keyboard: keys
-// go to the item its skin gives the focus (or to the screen itself), and come back there
-// when the screen is in view again.
+// The base of every full-window screen.
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT OTCommonsViewController : public QQuickItem
 {
     Q_OBJECT

@@ -5,6 +5,17 @@
 #include <QLocale>
 #include <QTimeZone>
 
+/*!
+    \headerfile <OTDate.h>
+    \inmodule OstFoundation
+    \title Day keys and dates
+    \brief Reading and writing day keys, and formatting dates, in the foundation's time zone.
+
+    A day key is a day written \c yyyy-MM-dd. It is read and written in the foundation's time
+    zone (OTClock::timeZone()), so that parsing a key and formatting the result gives the same
+    key back, in zones that skip or repeat midnight too.
+*/
+
 namespace {
 
 bool isDigit(QChar c)
@@ -44,6 +55,13 @@ QDateTime firstInstantOf(QDate day, const QTimeZone &zone)
 
 } // namespace
 
+/*!
+    \relates <OTDate.h>
+
+    Returns the calendar day that \a dayKey names, whatever the zone, or an invalid QDate for
+    anything that is not exactly a valid day key: \c{"2016-02-30"}, \c{"2016-1-5"},
+    \c{" 2016-10-01"} and \c{"2016-10-01x"} all give an invalid date.
+*/
 QDate ot_dayFromKey(QStringView dayKey)
 {
     // Exactly dddd-dd-dd; QDate::fromString alone would accept one-digit fields and
@@ -57,6 +75,14 @@ QDate ot_dayFromKey(QStringView dayKey)
     return QDate(digits(dayKey.mid(0, 4)), digits(dayKey.mid(5, 2)), digits(dayKey.mid(8, 2)));
 }
 
+/*!
+    \relates <OTDate.h>
+
+    Returns the instant at which the day \a dayKey begins in the foundation's time zone, or a
+    null date time for anything that is not exactly a valid day key.
+
+    \sa ot_dayFromKey()
+*/
 QDateTime ot_dateFromStringFormatDate(const QString &dayKey)
 {
     const QDate day = ot_dayFromKey(dayKey);
@@ -65,11 +91,25 @@ QDateTime ot_dateFromStringFormatDate(const QString &dayKey)
     return firstInstantOf(day, OTClock::timeZone());
 }
 
+/*!
+    \relates <OTDate.h>
+
+    Returns \a date written with the date pattern \a format (QDateTime patterns, Gregorian
+    calendar) in the foundation's time zone, with English month and day names (the "C" locale).
+    A null \a format writes the day key.
+*/
 QString descriptionWithFormat(const QDateTime &date, const QString &format)
 {
     return descriptionWithFormat(date, format, QStringLiteral("C"));
 }
 
+/*!
+    \relates <OTDate.h>
+    \overload
+
+    Writes the month and day names in the locale named by \a localeIdentifier (\c en_GB,
+    \c zh_CN, ...).
+*/
 QString descriptionWithFormat(const QDateTime &date, const QString &format, const QString &localeIdentifier)
 {
     if (!date.isValid())
@@ -79,7 +119,19 @@ QString descriptionWithFormat(const QDateTime &date, const QString &format, cons
     return QLocale(localeIdentifier).toString(local, pattern);
 }
 
+/*!
+    \relates <OTDate.h>
+
+    Returns the day key of the current day (OTClock::now()) in the foundation's time zone.
+*/
 QString ot_todayKey()
 {
     return descriptionWithFormat(OTClock::now());
 }
+
+/*!
+    \variable OTDayKeyFormat
+    \relates <OTDate.h>
+
+    The pattern of a day key: \c{"yyyy-MM-dd"}.
+*/

@@ -11,6 +11,17 @@
 #include <QStandardPaths>
 #include <QUrlQuery>
 
+/*!
+    \class OTDesktopSocialServiceBackend
+    \inmodule OstFoundation
+    \brief The desktop's way to share.
+
+    A web target opens its share page in the browser with the text, the link and the picture's
+    address; mail opens a draft (\c{mailto:}); save image writes a PNG to the Pictures folder;
+    copy image puts the picture on the clipboard. The system share route copies the link, opens
+    a mail draft or the browser.
+*/
+
 // The desktop's share backend: web share pages in the browser, mail drafts, pictures saved
 // or copied, and the system share sheet's activities.
 
@@ -92,6 +103,10 @@ QString &lastSavedPath()
 
 // --- The desktop backend --------------------------------------------------------------------
 
+/*!
+    Returns the web page that shares \a request to its platform; null for mail and the image
+    targets.
+*/
 QUrl OTDesktopSocialServiceBackend::webShareUrl(const OTShareRequest &request)
 {
     // The page a share links to: the platform's own link, else the one kept for the log.
@@ -131,11 +146,18 @@ QUrl OTDesktopSocialServiceBackend::webShareUrl(const OTShareRequest &request)
     }
 }
 
+/*!
+    Makes save image write into \a directory (by default the Pictures folder); tests point it
+    elsewhere.
+*/
 void OTDesktopSocialServiceBackend::setPicturesDirectory(const QString &directory)
 {
     picturesDirectoryOverride() = directory;
 }
 
+/*!
+    Returns where save image writes.
+*/
 QString OTDesktopSocialServiceBackend::picturesDirectory()
 {
     if (!picturesDirectoryOverride().isEmpty())
@@ -144,16 +166,28 @@ QString OTDesktopSocialServiceBackend::picturesDirectory()
     return pictures.isEmpty() ? QDir::home().filePath(QStringLiteral("Pictures")) : pictures;
 }
 
+/*!
+    Returns the file the last save image wrote.
+*/
 QString OTDesktopSocialServiceBackend::lastSavedImagePath()
 {
     return lastSavedPath();
 }
 
+/*!
+    Returns whether shareWithResult() of \a request succeeded.
+*/
 bool OTDesktopSocialServiceBackend::share(const OTShareRequest &request)
 {
     return shareWithResult(request).succeeded();
 }
 
+/*!
+    Carries \a request out: a web target opens its page (OTShareResult::PageOpened: nothing is
+    posted yet), mail a draft (DraftOpened), save image writes a file (Saved, with its path),
+    copy image sets the clipboard (Copied); Failed with the reason when the browser, the mail
+    program or the folder would not.
+*/
 OTShareResult OTDesktopSocialServiceBackend::shareWithResult(const OTShareRequest &request)
 {
     switch (request.platform) {
@@ -201,6 +235,10 @@ OTShareResult OTDesktopSocialServiceBackend::shareWithResult(const OTShareReques
     }
 }
 
+/*!
+    Copies the link in \a items to the clipboard (\c copy), opens a mail draft with it (\c mail)
+    or opens it in the browser (\c browser), as \a activity says. Returns whether it went out.
+*/
 bool OTDesktopSocialServiceBackend::performActivity(const QString &activity, const QVariantList &items)
 {
     QStringList texts;

@@ -3,11 +3,24 @@
 #include <QCoreApplication>
 #include <QPointer>
 
+/*!
+    \class OTDevice
+    \inmodule OstFoundation
+    \brief What kind of device the app runs on.
+
+    Screens that set text larger on tablets ask here. The idiom is OTDevice::Phone unless the
+    environment variable \c OSTQUOTE_DEVICE_IDIOM says \c pad (or \c phone), or a host (or a
+    test) sets it with setUserInterfaceIdiom(). A desktop window has no idiom of its own, so it
+    behaves like a phone by default.
+*/
 OTDevice::OTDevice(QObject *parent)
     : QObject(parent)
 {
 }
 
+/*!
+    Returns the one device object (GUI thread).
+*/
 OTDevice *OTDevice::currentDevice()
 {
     // Lives as long as the application; a later application gets a new one.
@@ -23,11 +36,21 @@ OTDevice::UserInterfaceIdiom OTDevice::environmentIdiom()
     return value == "pad" ? Pad : Phone;
 }
 
+/*!
+    \property OTDevice::userInterfaceIdiom
+    \brief The device's idiom.
+
+    Setting it overrides what the environment says until it is reset.
+*/
 OTDevice::UserInterfaceIdiom OTDevice::userInterfaceIdiom() const
 {
     return m_overridden ? m_idiom : environmentIdiom();
 }
 
+/*!
+    Sets the idiom to \a idiom, overriding what the environment says until
+    resetUserInterfaceIdiom().
+*/
 void OTDevice::setUserInterfaceIdiom(UserInterfaceIdiom idiom)
 {
     const UserInterfaceIdiom before = userInterfaceIdiom();
@@ -37,6 +60,9 @@ void OTDevice::setUserInterfaceIdiom(UserInterfaceIdiom idiom)
         Q_EMIT userInterfaceIdiomChanged();
 }
 
+/*!
+    Goes back to what the environment says.
+*/
 void OTDevice::resetUserInterfaceIdiom()
 {
     const UserInterfaceIdiom before = userInterfaceIdiom();
@@ -44,3 +70,10 @@ void OTDevice::resetUserInterfaceIdiom()
     if (before != userInterfaceIdiom())
         Q_EMIT userInterfaceIdiomChanged();
 }
+
+/*!
+    \enum OTDevice::UserInterfaceIdiom
+
+    \value Phone A phone, and a desktop window.
+    \value Pad A tablet: larger launch text.
+*/

@@ -4,11 +4,8 @@
 
 #include <QObject>
 
-// What kind of device the app runs on. Screens that set text larger on tablets ask here.
-//
-// The idiom is Phone unless the environment variable OSTQUOTE_DEVICE_IDIOM says "pad" (or
-// "phone"), or a host (or a test) sets it with setUserInterfaceIdiom(). A desktop window has
-// no idiom of its own, so it behaves like a phone by default.
+// What kind of device the app runs on.
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT OTDevice : public QObject
 {
     Q_OBJECT

@@ -10,6 +10,13 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+/*!
+    \headerfile <OTFile.h>
+    \inmodule OstFoundation
+    \title Small files
+    \brief Reading the small files an app keeps (archives, settings) whole and safely.
+*/
+
 #endif
 
 namespace {
@@ -40,6 +47,11 @@ QString kindOf(mode_t mode)
 
 } // namespace
 
+/*!
+    \relates <OTFile.h>
+
+    Returns \a bytes as the file messages write a size: "1 MiB", "512 KiB", "300 bytes".
+*/
 QString ot_byteCountDescription(qint64 bytes)
 {
     if (bytes >= 1024 * 1024 && bytes % (1024 * 1024) == 0)
@@ -49,6 +61,17 @@ QString ot_byteCountDescription(qint64 bytes)
     return QStringLiteral("%1 bytes").arg(bytes);
 }
 
+/*!
+    \relates <OTFile.h>
+
+    Returns the bytes of the file at \a path, or nothing with \a error set.
+
+    Only a regular file is read, a symbolic link being followed to one: a FIFO, a device or a
+    directory in its place would block the reader or hand it endless bytes, so it is refused
+    without being opened for a blocking read. A file larger than \a maxBytes is refused too,
+    before it is read. The error is OTError::FileSystem, its description naming the path and what
+    stands there ("not a regular file (a FIFO)", "larger than 1 MiB", or the system's reason).
+*/
 std::optional<QByteArray> ot_readRegularFile(const QString &path, qint64 maxBytes, OTError *error)
 {
 #ifdef Q_OS_UNIX
@@ -100,6 +123,14 @@ std::optional<QByteArray> ot_readRegularFile(const QString &path, qint64 maxByte
 #endif
 }
 
+/*!
+    \relates <OTFile.h>
+
+    Returns the one CBOR data item that \a bytes hold, or nothing with \a reason set
+    ("not CBOR: ...", "3 bytes after the end of the data"). Bytes after the item make the whole
+    undecodable: what a writer of one item left there was damaged since, and reading only the
+    part that still parses would lose the rest when the file is next written.
+*/
 std::optional<QCborValue> ot_cborValueFromBytes(const QByteArray &bytes, QString *reason)
 {
     QCborStreamReader reader(bytes);

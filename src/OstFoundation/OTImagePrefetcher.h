@@ -9,20 +9,10 @@
 #include <QStringList>
 #include <QUrl>
 
-// Fetches pictures ahead of their showing into the disk cache that the pictures' image
-// provider reads through (OTWebImage), so that a later Image of the same address needs no
-// network request when the server let the copy be kept. A picture already in the cache is not
-// asked for again, and one whose download is under way (an Image showing it, say) is not
-// downloaded twice: the prefetch waits for that download.
-//
-// The prefetcher lives on the GUI thread; prefetchURLs() may be called from any thread and
-// hops there. The downloads are OTWebImage::load()'s, on its own network thread; at most
-// MaximumConcurrentPrefetches are under way at a time (as many connections as the network
-// access manager opens to one host) and the other addresses wait their turn.
-// Each GET keeps the picture limits of OTWebImage: it ends within the picture deadline,
-// follows at most a few redirects between web addresses and is cut off past
-// MaximumPictureSize, so a hostile server costs neither a slot for ever nor the disk cache.
-// Failures are quiet: a picture that does not load is simply not cached.
+// Fetches pictures ahead of their showing into the disk cache that the pictures' image provider
+// reads through (OTWebImage), so that a later Image of the same address needs no network
+// request when the server let the copy be kept.
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT OTImagePrefetcher : public QObject
 {
     Q_OBJECT

@@ -280,16 +280,47 @@ OTModelPtr fail(OTError *error, const QString &description)
 
 } // namespace
 
+/*!
+    \class OTModel
+    \inmodule OstFoundation
+    \brief The base class of the JSON-mapped records, with keyed CBOR archives.
+
+    A subclass declares its fields as Q_PROPERTYs with a setter, gives the class a Q_INVOKABLE
+    constructor, overrides JSONKeyPathsByPropertyKey() and registers itself once with
+    OT_REGISTER_MODEL() in its .cpp file. OstQuote is one.
+
+    \section1 Building from JSON
+
+    Each mapped property takes the value at its key path (\c{"a.b"} walks into nested objects)
+    when that value has the JSON type the property expects: a string for QString, an object for
+    QVariantMap and QJsonObject, an array for QVariantList and QJsonArray, an array of strings for
+    QStringList, a number for \c int, \c qint64 and \c double, a bool for \c bool. A missing key,
+    a JSON null or a value of another type leaves the property absent: a null QString, an empty
+    container, zero. Keys that the map does not name are ignored.
+
+    \section1 Archiving
+
+    An archive is keyed CBOR: a map \c{{"class", "version", "properties"}} with every present
+    mapped property under its property name. Unarchiving checks the class tag, the version and
+    the type of every value; damaged or foreign bytes give an error, never a crash.
+*/
 OTModel::OTModel(QObject *parent)
     : QObject(parent)
 {
 }
 
+/*!
+    Returns the map from property name to JSON key path. The base class maps nothing; subclasses
+    override it.
+*/
 QHash<QString, QString> OTModel::JSONKeyPathsByPropertyKey() const
 {
     return {};
 }
 
+/*!
+    Makes \a modelClass known to the unarchiver by its class name. OT_REGISTER_MODEL() calls it.
+*/
 void OTModel::registerModelClass(const QMetaObject *modelClass)
 {
     Registry &r = registry();
@@ -297,6 +328,10 @@ void OTModel::registerModelClass(const QMetaObject *modelClass)
     r.classes.insert(QByteArray(modelClass->className()), modelClass);
 }
 
+/*!
+    Returns a new instance of \a modelClass (an OTModel subclass with a Q_INVOKABLE constructor)
+    filled from \a json, or null when the class cannot be instantiated.
+*/
 OTModelPtr OTModel::modelOfClass(const QMetaObject *modelClass, const QJsonObject &json)
 {
     if (!modelClass || !modelClass->inherits(&OTModel::staticMetaObject))
@@ -313,6 +348,9 @@ OTModelPtr OTModel::modelOfClass(const QMetaObject *modelClass, const QJsonObjec
     return model;
 }
 
+/*!
+    Returns every mapped property at its key path; absent properties are JSON null.
+*/
 QJsonObject OTModel::JSONObject() const
 {
     QJsonObject json;
@@ -325,12 +363,19 @@ QJsonObject OTModel::JSONObject() const
     return json;
 }
 
+/*!
+    Returns whether the mapped property \a name holds a value.
+*/
 bool OTModel::hasValueForKey(const QString &name) const
 {
     const int index = metaObject()->indexOfProperty(name.toUtf8().constData());
     return index >= 0 && isPresent(metaObject()->property(index).read(this));
 }
 
+/*!
+    Returns \c true when \a other is of the same class and every mapped property is equal
+    (absent equals absent only).
+*/
 bool OTModel::isEqualToModel(const OTModel *other) const
 {
     if (!other || other->metaObject() != metaObject())
@@ -344,6 +389,9 @@ bool OTModel::isEqualToModel(const OTModel *other) const
     return true;
 }
 
+/*!
+    Returns the record's keyed CBOR archive.
+*/
 QByteArray OTModel::archivedData() const
 {
     QCborMap properties;
@@ -359,6 +407,11 @@ QByteArray OTModel::archivedData() const
     return QCborValue(QCborKnownTags::Signature, root).toCbor();
 }
 
+/*!
+    Returns the record that the archive \a data holds, or null with \a error set
+    (OTError::Undecodable) for damaged or foreign bytes, an unknown class, another version or a
+    value of the wrong type.
+*/
 OTModelPtr OTModel::unarchiveObjectWithData(const QByteArray &data, OTError *error)
 {
     if (data.isEmpty())
@@ -412,6 +465,10 @@ OTModelPtr OTModel::unarchiveObjectWithData(const QByteArray &data, OTError *err
     return model;
 }
 
+/*!
+    Writes the archive to \a path atomically: the file holds the previous content or the new
+    one, never a mix. Returns \c false, with \a error set, when the file cannot be written.
+*/
 bool OTModel::archiveRootObjectToFile(const QString &path, OTError *error) const
 {
     QSaveFile file(path);
@@ -423,6 +480,11 @@ bool OTModel::archiveRootObjectToFile(const QString &path, OTError *error) const
     return true;
 }
 
+/*!
+    Reads an archive written by archiveRootObjectToFile() from \a path. Only a regular file of
+    at most \a maxBytes is read (see ot_readRegularFile()); anything else is an
+    OTError::FileSystem error in \a error, and undecodable bytes an OTError::Undecodable one.
+*/
 OTModelPtr OTModel::unarchiveObjectWithFile(const QString &path, OTError *error, qint64 maxBytes)
 {
     const std::optional<QByteArray> bytes = ot_readRegularFile(path, maxBytes, error);
@@ -430,3 +492,50 @@ OTModelPtr OTModel::unarchiveObjectWithFile(const QString &path, OTError *error,
         return {};
     return unarchiveObjectWithData(*bytes, error);
 }
+
+/*!
+    \typedef OTModelPtr
+    \relates OTModel
+
+    A shared pointer to an OTModel: QSharedPointer<OTModel>.
+*/
+
+/*!
+    \macro OT_REGISTER_MODEL(ClassName)
+    \relates OTModel
+
+    Makes the OTModel subclass \a ClassName known to the unarchiver when the library or program
+    is loaded. Write it once, in the class's .cpp file.
+*/
+
+/*!
+    \variable OTModel::ArchiveVersion
+
+    The version written into every archive, and the only one read back.
+*/
+
+/*!
+    \variable OTModel::DefaultMaxArchiveFileSize
+
+    The largest archive file unarchiveObjectWithFile() reads by default: 1 MiB.
+*/
+
+/*!
+    \fn OTModel::OTModel(QObject *parent)
+
+    Constructs an empty record with \a parent.
+*/
+
+/*!
+    \fn template <class T> QSharedPointer<T> OTModel::modelFromJSON(const QJsonObject &json)
+
+    Returns a new \c T filled from \a json, or null.
+
+    \sa modelOfClass()
+*/
+
+/*!
+    \fn void OTModel::changed()
+
+    This signal is emitted when any mapped property changes.
+*/

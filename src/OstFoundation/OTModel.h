@@ -11,20 +11,8 @@
 class OTModel;
 using OTModelPtr = QSharedPointer<OTModel>;
 
-// Base class of the JSON-mapped records. A subclass declares its fields as Q_PROPERTYs with
-// a setter, gives the class a Q_INVOKABLE constructor, overrides JSONKeyPathsByPropertyKey()
-// and registers itself once with OT_REGISTER_MODEL(ClassName) in its .cpp file.
-//
-// Building from JSON: each mapped property takes the value at its key path ("a.b" walks into
-// nested objects) when that value has the JSON type the property expects (string for
-// QString, object for QVariantMap/QJsonObject, array for QVariantList/QJsonArray, array of
-// strings for QStringList, number for int/qint64/double, bool for bool). A missing key, a
-// JSON null or a value of another type leaves the property absent: a null QString, an empty
-// container, zero. Keys that the map does not name are ignored.
-//
-// Archiving: keyed CBOR, a map {"class", "version", "properties"} with every present mapped
-// property under its property name. Unarchiving checks the class tag, the version and the
-// type of every value; damaged or foreign bytes give an error, never a crash.
+// Base class of the JSON-mapped records.
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT OTModel : public QObject
 {
     Q_OBJECT

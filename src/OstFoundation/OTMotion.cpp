@@ -4,6 +4,27 @@
 #include <QMetaMethod>
 #include <QTimer>
 
+/*!
+    \class OTMotion
+    \inmodule OstFoundation
+    \brief The end of a presented motion, for the types whose skins present it.
+
+    The type asks for a value of one of its own numeric properties (the page's cover offset, the
+    share sheet's presentation, a message's opacity); moveTo() writes it through the meta-object
+    system, so a Behavior that the skin declares on that property turns the change into motion
+    (the skin's animation then writes each step through the property's setter), and without one
+    the value lands at once.
+
+    The skin tells when its motion runs through a second property of the type, a bool it binds
+    to its animation's \c running. A move ends when that motion stops (wherever an overshooting
+    or spring easing leaves the value), or, with no motion running, when the property holds the
+    value asked for. The completion runs when the move ends, or when a later request for another
+    value takes over first; always on a later turn of the event loop, never inside moveTo(), and
+    not at all once the target object is gone.
+
+    Whether a change is animated is the type's state too: it keeps a property the skin's
+    Behavior binds its \c enabled to, and sets it before asking.
+*/
 OTMotion::OTMotion(QObject *target, const char *property, const char *runningProperty)
     : QObject(target)
     , m_target(target)
@@ -34,6 +55,10 @@ OTMotion::OTMotion(QObject *target, const char *property, const char *runningPro
     }
 }
 
+/*!
+    Asks for \a value and runs \a completion, on a later turn of the event loop, once the
+    property holds it or a later request for another value has taken over.
+*/
 void OTMotion::moveTo(qreal value, std::function<void()> completion)
 {
     // A move to somewhere else has been overtaken: what waited for it is done with.
@@ -91,3 +116,23 @@ void OTMotion::complete()
     for (const auto &completion : waiting)
         QTimer::singleShot(0, this, completion);
 }
+
+/*!
+    \fn OTMotion::OTMotion(QObject *target, const char *property, const char *runningProperty)
+
+    Watches \a property (a number with a change signal) of \a target, and \a runningProperty
+    (a bool with a change signal that the skin holds \c true while its motion runs), if given.
+    The motion is owned by \a target.
+*/
+
+/*!
+    \fn bool OTMotion::isMoving() const
+
+    Returns \c true while a move is under way: asked for and not yet arrived.
+*/
+
+/*!
+    \fn qreal OTMotion::goal() const
+
+    Returns the value last asked for.
+*/

@@ -10,6 +10,16 @@
 
 #include <utility>
 
+/*!
+    \qmltype OTNavigationControllerTemplate
+    \inqmlmodule OstFoundation
+    \instantiates OTNavigationController
+    \brief A navigation host's state and requests, without a look.
+
+    The base of the skin \l OTNavigationController. The C++ class OTNavigationController tells
+    how it drives its screens and its skin.
+*/
+
 namespace {
 
 const QUrl kSkinURL(QStringLiteral("qrc:/OstFoundation/OTNavigationControllerSkin.qml"));
@@ -145,6 +155,42 @@ struct OTNavigationController::Private
     }
 };
 
+/*!
+    \class OTNavigationController
+    \inmodule OstFoundation
+    \brief A navigation host: a stack of screens under a navigation bar.
+
+    The bar has a back button and the top screen's title. Push and pop slide horizontally when
+    animated; the bar slides up out of view and back when a screen hides or shows it. A screen
+    pushed or popped with the slide stands where it will stay from the first frame.
+
+    The host drives its screens' life cycle: loadViewIfNeeded() before a screen first appears,
+    then viewWillAppear() and viewWillDisappear() when a change starts and viewDidAppear() and
+    viewDidDisappear() when it has finished (at once when not animated). A popped screen is
+    deleted once it has disappeared.
+
+    \code
+    OTNavigationController *navigation = OTNavigationController::create(view.engine(), view.rootObject());
+    navigation->setSize(view.size());
+    navigation->pushViewController(OstQuoteLaunchViewController::create(view.engine()), false);
+    \endcode
+
+    \section1 The skin
+
+    The host decides; its skin (the QML type \l {OstFoundation::OTNavigationController}
+    {OTNavigationController}, whose root is this type) shows. Every change of the stack is asked
+    of the skin by a request signal (pushRequested(), popRequested(), replaceRequested()), which
+    the skin carries out on its StackView with the StackView's own calls before the signal
+    returns, and the skin binds that StackView's \c busy to \l stackViewBusy, by which the host
+    knows when a change has finished. The bar's slide is the skin's too: the host sets
+    \l navigationBarHiddenProgress, and a Behavior the skin declares on it (enabled while
+    \l navigationBarAnimated) turns the change into motion. Without a skin (nothing connected to
+    the requests) the top screen lies on the host itself, filling it, and every change is
+    immediate.
+
+    In QML the bare type is \l {OstFoundation::OTNavigationControllerTemplate}
+    {OTNavigationControllerTemplate}.
+*/
 OTNavigationController::OTNavigationController(QQuickItem *parent)
     : QQuickItem(parent)
     , d(new Private(this))
@@ -172,6 +218,10 @@ OTNavigationController::~OTNavigationController()
     delete d;
 }
 
+/*!
+    Returns a new host with its skin, made in \a engine, with \a parent. Returns null when the
+    skin cannot be made.
+*/
 OTNavigationController *OTNavigationController::create(QQmlEngine *engine, QQuickItem *parent)
 {
     auto *host = OTSkin::createAs<OTNavigationController>(engine, kSkinURL, "_otNavigationControllerSkin");
@@ -184,6 +234,9 @@ OTNavigationController *OTNavigationController::create(QQmlEngine *engine, QQuic
     return host;
 }
 
+/*!
+    Pushes \a viewController on top, \a animated or at once. The host takes ownership.
+*/
 void OTNavigationController::pushViewController(OTCommonsViewController *viewController, bool animated)
 {
     if (!viewController) {
@@ -217,6 +270,10 @@ void OTNavigationController::pushViewController(OTCommonsViewController *viewCon
     d->finishIfAtRest();
 }
 
+/*!
+    Pops the top screen, \a animated or at once, unless it is the only one, and returns it (null
+    when nothing was popped). The host deletes it after viewDidDisappear().
+*/
 OTCommonsViewController *OTNavigationController::popViewControllerAnimated(bool animated)
 {
     d->prune();
@@ -241,6 +298,9 @@ OTCommonsViewController *OTNavigationController::popViewControllerAnimated(bool 
     return top;
 }
 
+/*!
+    Pops every screen above the first, \a animated or at once.
+*/
 void OTNavigationController::popToRootViewControllerAnimated(bool animated)
 {
     d->prune();
@@ -267,6 +327,12 @@ void OTNavigationController::popToRootViewControllerAnimated(bool animated)
     d->finishIfAtRest();
 }
 
+/*!
+    Replaces the whole stack at once with \a viewControllers (bottom first; the host takes
+    ownership): the top screen goes as if popped, the new top appears as if pushed without
+    animation, and the screens that left are deleted. Every screen must be new to the stack;
+    nothing changes otherwise.
+*/
 void OTNavigationController::setViewControllers(const QList<OTCommonsViewController *> &viewControllers)
 {
     d->prune();
@@ -316,6 +382,9 @@ void OTNavigationController::setViewControllers(const QList<OTCommonsViewControl
     d->finishIfAtRest();
 }
 
+/*!
+    Returns the screens on the stack, bottom first.
+*/
 QList<OTCommonsViewController *> OTNavigationController::viewControllers() const
 {
     QList<OTCommonsViewController *> list;
@@ -326,6 +395,10 @@ QList<OTCommonsViewController *> OTNavigationController::viewControllers() const
     return list;
 }
 
+/*!
+    \property OTNavigationController::topViewController
+    \brief The screen on top, or null.
+*/
 OTCommonsViewController *OTNavigationController::topViewController() const
 {
     for (auto it = d->screens.crbegin(); it != d->screens.crend(); ++it) {
@@ -335,21 +408,35 @@ OTCommonsViewController *OTNavigationController::topViewController() const
     return nullptr;
 }
 
+/*!
+    \property OTNavigationController::depth
+    \brief The number of screens on the stack.
+*/
 int OTNavigationController::depth() const
 {
     return int(viewControllers().size());
 }
 
+/*!
+    Returns \c true while a push or pop animation runs.
+*/
 bool OTNavigationController::isBusy() const
 {
     return !d->changes.isEmpty() || m_stackViewBusy;
 }
 
+/*!
+    \property OTNavigationController::title
+    \brief The title of the top screen (its \c title property, when it has one).
+*/
 QString OTNavigationController::title() const
 {
     return d->title;
 }
 
+/*!
+    Hides or shows the navigation bar as \a hidden says, sliding it when \a animated.
+*/
 void OTNavigationController::setNavigationBarHidden(bool hidden, bool animated)
 {
     if (m_navigationBarHidden != hidden) {
@@ -381,3 +468,164 @@ void OTNavigationController::setStackViewBusy(bool busy)
     if (!busy && !d->destroying)
         d->finishIfAtRest();
 }
+
+/*!
+    \qmlproperty bool OTNavigationControllerTemplate::navigationBarHidden
+    \readonly
+
+    Whether the navigation bar is hidden (or being hidden).
+*/
+
+/*!
+    \qmlproperty real OTNavigationControllerTemplate::navigationBarHiddenProgress
+
+    0 with the bar in view, 1 with it out of view. Written by the host; the skin's Behavior on
+    it writes the steps in between.
+*/
+
+/*!
+    \qmlproperty bool OTNavigationControllerTemplate::navigationBarAnimated
+    \readonly
+
+    Whether the bar's latest change is to be animated.
+*/
+
+/*!
+    \qmlproperty int OTNavigationControllerTemplate::depth
+    \readonly
+
+    The number of screens on the stack.
+*/
+
+/*!
+    \qmlproperty OTCommonsViewController OTNavigationControllerTemplate::topViewController
+    \readonly
+
+    The screen on top, or null.
+*/
+
+/*!
+    \qmlproperty string OTNavigationControllerTemplate::title
+    \readonly
+
+    The title of the top screen.
+*/
+
+/*!
+    \qmlproperty bool OTNavigationControllerTemplate::stackViewBusy
+
+    Whether the skin's StackView is running a transition: the skin binds it to the StackView's
+    \c busy.
+*/
+
+/*!
+    \qmlmethod void OTNavigationControllerTemplate::pushViewController(OTCommonsViewController viewController, bool animated)
+
+    Pushes \a viewController on top, \a animated or at once. The host takes ownership.
+*/
+
+/*!
+    \qmlmethod OTCommonsViewController OTNavigationControllerTemplate::popViewControllerAnimated(bool animated)
+
+    Pops the top screen unless it is the only one, \a animated or at once, and returns it (null
+    when nothing was popped).
+*/
+
+/*!
+    \qmlmethod void OTNavigationControllerTemplate::popToRootViewControllerAnimated(bool animated)
+
+    Pops every screen above the first, \a animated or at once.
+*/
+
+/*!
+    \qmlmethod void OTNavigationControllerTemplate::setNavigationBarHidden(bool hidden, bool animated)
+
+    Hides or shows the navigation bar as \a hidden says, \a animated or at once.
+*/
+
+/*!
+    \qmlsignal OTNavigationControllerTemplate::transitionFinished()
+
+    Emitted when a push or pop has finished (its did-appear and did-disappear calls are done).
+*/
+
+/*!
+    \qmlsignal OTNavigationControllerTemplate::pushRequested(Item item, bool animated)
+
+    Asks the skin's StackView to push \a item, \a animated or at once.
+*/
+
+/*!
+    \qmlsignal OTNavigationControllerTemplate::popRequested(Item target, bool animated)
+
+    Asks the skin's StackView to pop the items above \a target, \a animated or at once.
+*/
+
+/*!
+    \qmlsignal OTNavigationControllerTemplate::replaceRequested(list items)
+
+    Asks the skin's StackView to put \a items (bottom first) in the place of every item, at once.
+*/
+
+/*!
+    \property OTNavigationController::navigationBarHidden
+    \brief Whether the navigation bar is hidden (or being hidden).
+
+    \sa setNavigationBarHidden()
+*/
+
+/*!
+    \property OTNavigationController::navigationBarHiddenProgress
+    \brief 0 with the bar in view, 1 with it out of view.
+
+    Written by the host; the skin's Behavior on it writes the steps in between.
+*/
+
+/*!
+    \property OTNavigationController::navigationBarAnimated
+    \brief Whether the bar's latest change is to be animated.
+*/
+
+/*!
+    \property OTNavigationController::stackViewBusy
+    \brief Whether the skin's StackView is running a transition (bound to its \c busy).
+*/
+
+/*!
+    \fn OTNavigationController::OTNavigationController(QQuickItem *parent)
+
+    Constructs a host without a skin, with \a parent. Use create() for a host with its skin.
+*/
+
+/*!
+    \fn OTNavigationController::~OTNavigationController()
+
+    Destroys the host and the screens it owns.
+*/
+
+/*!
+    \fn void OTNavigationController::transitionFinished()
+
+    This signal is emitted when a push or pop has finished (its did-appear and did-disappear
+    calls are done).
+*/
+
+/*!
+    \fn void OTNavigationController::pushRequested(QQuickItem *item, bool animated)
+
+    This signal asks the skin's StackView to push \a item, \a animated or at once.
+*/
+
+/*!
+    \fn void OTNavigationController::popRequested(QQuickItem *target, bool animated)
+
+    This signal asks the skin's StackView to pop the items above \a target (which is then on
+    top), \a animated or at once.
+*/
+
+/*!
+    \fn void OTNavigationController::replaceRequested(const QVariantList &items)
+
+    This signal asks the skin's StackView to put \a items (bottom first) in the place of every
+    item.
+*/

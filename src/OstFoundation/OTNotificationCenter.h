@@ -7,10 +7,8 @@
 // The name of the notification posted when a share to Weibo went out.
 OSTFOUNDATION_EXPORT extern const char OTSharedToWeiboSuccessNotification[];
 
-// The foundation's notification centre: one signal per notification. Observers connect with
-// a context object, so an observer that is destroyed is disconnected. A notification posted
-// from another thread reaches observers on the posting thread (direct connection) unless
-// they connect queued.
+// The foundation's notification centre: one signal per notification.
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT OTNotificationCenter : public QObject
 {
     Q_OBJECT

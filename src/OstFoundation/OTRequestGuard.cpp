@@ -5,6 +5,18 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 
+/*!
+    \class OTRequestGuard::Limits
+    \inmodule OstFoundation
+    \brief The deadline and the size cap of one request.
+*/
+
+/*!
+    Sends \a request through \a manager with \a verb and watches the reply within \a limits,
+    keeping or discarding the body as \a mode says; \a finished is called once at the end. GET
+    and HEAD go through their own operations, so that a cache can answer them; \a body goes with
+    any other verb. Returns the reply.
+*/
 QNetworkReply *OTRequestGuard::send(QNetworkAccessManager *manager, QNetworkRequest request, const QByteArray &verb,
                                     const QByteArray &body, const Limits &limits, BodyMode mode, Finished finished)
 {
@@ -21,6 +33,11 @@ QNetworkReply *OTRequestGuard::send(QNetworkAccessManager *manager, QNetworkRequ
     return reply;
 }
 
+/*!
+    Keeps the deadline and the size cap of \a limits for a \a reply that its maker reads itself
+    (Qt Quick's Image does): a limit hit aborts the reply, whose reader then sees it fail
+    (QNetworkReply::OperationCanceledError). The size is checked as the download progresses.
+*/
 void OTRequestGuard::watch(QNetworkReply *reply, const Limits &limits)
 {
     auto *deadline = new QTimer(reply);
@@ -36,16 +53,45 @@ void OTRequestGuard::watch(QNetworkReply *reply, const Limits &limits)
     });
 }
 
+/*!
+    Returns \a milliseconds as the errors write a deadline: "15 s", "1.5 s".
+*/
 QString OTRequestGuard::describeTimeout(int milliseconds)
 {
     return QStringLiteral("%1 s").arg(QString::number(milliseconds / 1000.0));
 }
 
+/*!
+    Returns \a bytes as the errors write a size: "4 MiB", "64 KiB", "1000 bytes".
+*/
 QString OTRequestGuard::describeSize(qint64 bytes)
 {
     return ot_byteCountDescription(bytes);
 }
 
+/*!
+    \class OTRequestGuard
+    \inmodule OstFoundation
+    \brief The limits every request of the foundation keeps.
+
+    No server, however slow, silent, endless or circular, holds a request open for ever or fills
+    the process's memory:
+
+    \list
+    \li one deadline from send to the last byte, redirects and body included (not Qt's transfer
+        timeout, which a server sending one byte now and then resets for ever);
+    \li a cap on the answer's size, counted as the body arrives (the reply's read buffer is kept
+        small, so nothing piles up unread behind it); a Content-Length above the cap ends the
+        request before the body is read at all;
+    \li at most MaximumRedirects redirects, never from https down to http.
+    \endlist
+
+    Whichever limit is hit ends the request with an OTError::Network error whose description
+    names the cause; the deadline's error is also marked as a timeout (OTError::isTimeout()).
+
+    OstAPIClient sends every request through send(); the picture loader watches Qt Quick's own
+    replies with watch().
+*/
 OTRequestGuard::OTRequestGuard(QNetworkReply *reply, const QUrl &url, bool expectsBody, const Limits &limits,
                                BodyMode mode, Finished finished)
     : QObject(reply)
@@ -161,3 +207,57 @@ void OTRequestGuard::finish()
     if (finished)
         finished(m_reply, m_body, m_error);
 }
+
+/*!
+    \variable OTRequestGuard::DefaultTimeout
+
+    The default deadline, in milliseconds: 15000.
+*/
+
+/*!
+    \variable OTRequestGuard::DefaultMaximumSize
+
+    The default cap on an answer's body, in bytes: 4 MiB.
+*/
+
+/*!
+    \variable OTRequestGuard::MaximumRedirects
+
+    The most redirects a request follows: 5.
+*/
+
+/*!
+    \variable OTRequestGuard::ReadBufferSize
+
+    How much of the answer the reply holds before the guard has read it: 64 KiB.
+*/
+
+/*!
+    \variable OTRequestGuard::Limits::timeout
+
+    The deadline in milliseconds, from send to completion.
+*/
+
+/*!
+    \variable OTRequestGuard::Limits::maximumSize
+
+    The largest (decoded) body accepted, in bytes.
+*/
+
+/*!
+    \enum OTRequestGuard::BodyMode
+
+    What becomes of the answer's body.
+
+    \value KeepBody The body is handed to the completion.
+    \value DiscardBody The body is only counted (it goes to a cache, say).
+*/
+
+/*!
+    \typealias OTRequestGuard::Finished
+
+    The completion of send(): \c{void(QNetworkReply *reply, const QByteArray &body, const
+    OTError &limitError)}. It is called exactly once, on the manager's thread, when the request
+    has ended. \c limitError is set when a limit ended it; otherwise the reply's own status and
+    error tell how it went. The reply is deleted later; do not keep it.
+*/

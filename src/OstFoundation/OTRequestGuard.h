@@ -14,18 +14,8 @@
 class QNetworkAccessManager;
 class QNetworkReply;
 
-// The limits every request of the foundation keeps, so that no server, however slow, silent,
-// endless or circular, holds a request open for ever or fills the process's memory:
-//
-// - one deadline from send to the last byte, redirects and body included (not Qt's transfer
-//   timeout, which a server sending one byte now and then resets for ever);
-// - a cap on the answer's size, counted as the body arrives (the reply's read buffer is kept
-//   small, so nothing piles up unread behind it); a Content-Length above the cap ends the
-//   request before the body is read at all;
-// - at most MaximumRedirects redirects, never from https down to http.
-//
-// Whichever limit is hit ends the request with a network error (OTError::Network) whose
-// description names the cause; the deadline's error is also marked as a timeout.
+// The limits every request of the foundation keeps: one deadline, a size cap, few redirects.
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT OTRequestGuard : public QObject
 {
     Q_OBJECT

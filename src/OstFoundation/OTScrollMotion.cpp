@@ -4,6 +4,49 @@
 
 #include <cmath>
 
+/*!
+    \namespace OTScrollMotion
+    \inmodule OstFoundation
+    \brief The scroll view's motion, apart from any pointer, item or timer.
+
+    How fast the content was moving when the finger left it, where it lands (a page, the end of a
+    glide, back inside after a pull past an end), the eased path it takes there, and the rubber
+    band that resists a pull past an end. OTScrollView moves its content with these.
+*/
+
+/*!
+    \class OTScrollMotion::Sample
+    \inmodule OstFoundation
+    \brief Where the finger was, and when.
+*/
+
+/*!
+    \class OTScrollMotion::Bounds
+    \inmodule OstFoundation
+    \brief The view a motion happens in.
+
+    Its size, how far its content scrolls on each axis, whether it scrolls vertically at all,
+    and whether it lets the content past an end.
+*/
+
+/*!
+    \class OTScrollMotion::Segment
+    \inmodule OstFoundation
+    \brief One eased stretch of a motion.
+
+    It leaves \l from at \l startSpeed times the average speed (see OTScrollMotion::eased())
+    and comes to rest on \l to after \l durationMs.
+*/
+
+/*!
+    \class OTScrollMotion::Plan
+    \inmodule OstFoundation
+    \brief A planned motion of the content.
+
+    At most two eased segments back to back: a glide past an end, then the spring back. An
+    empty plan is no motion.
+*/
+
 namespace OTScrollMotion {
 
 namespace {
@@ -91,6 +134,16 @@ int pageSettleMs(const Bounds &bounds, QPointF way)
 
 } // namespace
 
+/*!
+    Returns the content's velocity at the lift, in points per second in the direction of a
+    growing offset (the content moves against the finger). \a samples run from the oldest to the
+    lift.
+
+    Each axis is measured over the finger's movement within the last \a windowMs and since it
+    last turned back on that axis, so a quick flick back at the end of a drag counts as a flick
+    back. The result is zero when the finger rested before lifting; its vertical part is zero
+    unless \a vertical.
+*/
 QPointF releaseVelocity(std::span<const Sample> samples, bool vertical, ulong windowMs)
 {
     if (samples.size() < 2)
@@ -98,6 +151,18 @@ QPointF releaseVelocity(std::span<const Sample> samples, bool vertical, ulong wi
     return {velocityOnAxis(samples, 0, windowMs), vertical ? velocityOnAxis(samples, 1, windowMs) : 0};
 }
 
+/*!
+    \fn qreal OTScrollMotion::pageTarget(qreal offset, qreal startOffset, qreal velocity, qreal maximum, qreal extent)
+
+    Returns the offset, along one axis, that a lift at \a offset lands on in a paging view whose
+    pages are \a extent long and whose offset runs from 0 to \a maximum (the last page may be
+    short); the drag began at \a startOffset.
+
+    A flick (a \a velocity whose size is above PageFlickVelocity) goes to the nearest page boundary in the
+    direction of the velocity (the page it is on when it is exactly on one), so a flick back
+    cancels a turn; anything slower goes to the nearest page. The target is never more than one
+    page from the page the drag began on.
+*/
 qreal pageTarget(qreal offset, qreal startOffset, qreal velocity, qreal maximum, qreal extent)
 {
     if (!(extent > 0))
@@ -117,6 +182,12 @@ qreal pageTarget(qreal offset, qreal startOffset, qreal velocity, qreal maximum,
     return qMin(page * extent, maximum);
 }
 
+/*!
+    \fn qreal OTScrollMotion::nearestPage(qreal offset, qreal maximum, qreal extent)
+
+    Returns the page boundary nearest to \a offset along one axis, for pages \a extent long and
+    offsets from 0 to \a maximum.
+*/
 qreal nearestPage(qreal offset, qreal maximum, qreal extent)
 {
     if (!(extent > 0))
@@ -125,6 +196,13 @@ qreal nearestPage(qreal offset, qreal maximum, qreal extent)
     return qMin(page * extent, maximum);
 }
 
+/*!
+    \fn qreal OTScrollMotion::rubberBand(qreal distance, qreal extent)
+
+    Returns how far the content goes past an end for a finger \a distance past it, in a view
+    \a extent long. It follows the finger at a little over half its pace at first, ever more
+    slowly after, and never reaches a whole view. Zero for no distance.
+*/
 qreal rubberBand(qreal distance, qreal extent)
 {
     if (!(distance > 0) || !(extent > 0))
@@ -132,6 +210,12 @@ qreal rubberBand(qreal distance, qreal extent)
     return (1 - 1 / (distance * RubberBandStiffness / extent + 1)) * extent;
 }
 
+/*!
+    \fn qreal OTScrollMotion::rubberBandInverse(qreal overshoot, qreal extent)
+
+    Returns the finger distance that gives \a overshoot in a view \a extent long: the inverse of
+    rubberBand(), for overshoots under a view.
+*/
 qreal rubberBandInverse(qreal overshoot, qreal extent)
 {
     if (!(overshoot > 0) || !(extent > 0))
@@ -140,6 +224,13 @@ qreal rubberBandInverse(qreal overshoot, qreal extent)
     return extent / RubberBandStiffness * (1 / (1 - ratio) - 1);
 }
 
+/*!
+    \fn qreal OTScrollMotion::eased(qreal s, qreal startSpeed)
+
+    Returns a curve from 0 (\a s = 0) to 1 (\a s = 1) that comes to rest at the end and leaves
+    the start with slope \a startSpeed: 2 is a quadratic ease-out, 3 a cubic one, 0 eases in and
+    out. It is monotonic for every slope in [0, 3].
+*/
 qreal eased(qreal s, qreal startSpeed)
 {
     const qreal s2 = s * s;
@@ -312,3 +403,214 @@ QPointF Plan::offsetAt(qreal elapsedMs) const
 }
 
 } // namespace OTScrollMotion
+
+/*!
+    \variable OTScrollMotion::PageFlickVelocity
+
+    Lift speeds (points per second) at or below this are no flick: the content lands on the
+    nearest page.
+*/
+
+/*!
+    \variable OTScrollMotion::MaximumVelocity
+
+    Lift speeds are held to this, either way (points per second).
+*/
+
+/*!
+    \variable OTScrollMotion::VelocityWindowMs
+
+    Only the finger's movements in this many milliseconds before the lift count for its speed.
+*/
+
+/*!
+    \variable OTScrollMotion::AnimatedScrollMs
+
+    How long an animated scroll asked for in code takes, in milliseconds.
+*/
+
+/*!
+    \variable OTScrollMotion::ShortestPageSettleMs
+
+    The shortest time a paging view takes to settle on its page, in milliseconds.
+*/
+
+/*!
+    \variable OTScrollMotion::LongestPageSettleMs
+
+    The longest time a paging view takes to settle on its page, in milliseconds.
+*/
+
+/*!
+    \variable OTScrollMotion::BounceBackMs
+
+    How long content let go past an end takes to spring back, in milliseconds.
+*/
+
+/*!
+    \variable OTScrollMotion::LongestGlideMs
+
+    The longest glide, in milliseconds.
+*/
+
+/*!
+    \variable OTScrollMotion::Friction
+
+    The glide's constant deceleration without paging, in points per second squared.
+*/
+
+/*!
+    \variable OTScrollMotion::Sample::timestamp
+
+    The event's timestamp, in milliseconds.
+*/
+
+/*!
+    \variable OTScrollMotion::Sample::position
+
+    The finger's position.
+*/
+
+/*!
+    \variable OTScrollMotion::Bounds::viewport
+
+    The view's size.
+*/
+
+/*!
+    \variable OTScrollMotion::Bounds::maximum
+
+    The largest offset on each axis; 0 when the content fits.
+*/
+
+/*!
+    \variable OTScrollMotion::Bounds::vertical
+
+    Whether the content scrolls vertically; when \c false the vertical offset is left as it is.
+*/
+
+/*!
+    \variable OTScrollMotion::Bounds::bounces
+
+    Whether the content may go past an end, held back by the rubber band.
+*/
+
+/*!
+    \fn QPointF OTScrollMotion::Bounds::clamped(QPointF offset) const
+
+    Returns the offset nearest to \a offset that shows nothing past an end.
+*/
+
+/*!
+    \fn QPointF OTScrollMotion::Bounds::bounded(QPointF raw) const
+
+    Returns the content offset for a finger that would have moved it to \a raw: past an end the
+    rubber band holds it back (or, without bounces, it stops at the end).
+*/
+
+/*!
+    \fn QPointF OTScrollMotion::Bounds::unbounded(QPointF offset) const
+
+    Returns the finger offset that shows \a offset: the inverse of bounded() with bounces.
+*/
+
+/*!
+    \variable OTScrollMotion::Segment::from
+
+    Where the stretch starts.
+*/
+
+/*!
+    \variable OTScrollMotion::Segment::to
+
+    Where the stretch comes to rest.
+*/
+
+/*!
+    \variable OTScrollMotion::Segment::startSpeed
+
+    The slope the stretch leaves its start with, relative to its average speed.
+*/
+
+/*!
+    \variable OTScrollMotion::Segment::durationMs
+
+    How long the stretch takes, in milliseconds (at least 1).
+*/
+
+/*!
+    \fn OTScrollMotion::Plan::Plan()
+
+    Constructs an empty plan.
+*/
+
+/*!
+    \fn OTScrollMotion::Plan OTScrollMotion::Plan::animation(QPointF from, QPointF to)
+
+    Returns an animated scroll from \a from to \a to, asked for in code.
+*/
+
+/*!
+    \fn OTScrollMotion::Plan OTScrollMotion::Plan::afterRelease(const Bounds &bounds, bool paging, QPointF from, QPointF dragStart, QPointF velocity)
+
+    Returns what follows a lift at \a from in \a bounds with the content moving at \a velocity
+    (points per second, see releaseVelocity()).
+
+    With \a paging the view settles on pageTarget() of each axis, counted from the drag's start
+    at \a dragStart; otherwise content let go past an end springs back, and content let go moving
+    glides on at constant Friction, running a little past an end and back when the view bounces.
+    The plan is empty when the content stays where it is.
+*/
+
+/*!
+    \fn OTScrollMotion::Plan OTScrollMotion::Plan::pageTurn(const Bounds &bounds, QPointF from, QPointF to)
+
+    Returns a turn to the page at \a to in \a bounds asked for without a finger (a key, a wheel):
+    from \a from, which may lie between pages, eased out over the time a paging view takes to
+    settle that far. The plan is empty when the content is there already.
+*/
+
+/*!
+    \fn bool OTScrollMotion::Plan::isEmpty() const
+
+    Returns \c true when the plan is no motion.
+*/
+
+/*!
+    \fn int OTScrollMotion::Plan::segmentCount() const
+
+    Returns the number of segments: 0, 1 or 2.
+*/
+
+/*!
+    \fn const OTScrollMotion::Segment &OTScrollMotion::Plan::segment(int index) const
+
+    Returns the segment at \a index.
+*/
+
+/*!
+    \fn int OTScrollMotion::Plan::durationMs() const
+
+    Returns the whole motion's length, in milliseconds.
+*/
+
+/*!
+    \fn QPointF OTScrollMotion::Plan::target() const
+
+    Returns where the content is to land, as the lift reports it (for an empty plan: where it
+    is).
+*/
+
+/*!
+    \fn QPointF OTScrollMotion::Plan::restOffset() const
+
+    Returns where the motion leaves the content: the end of its last segment (for an empty plan,
+    target()). It is within a rounding error of target().
+*/
+
+/*!
+    \fn QPointF OTScrollMotion::Plan::offsetAt(qreal elapsedMs) const
+
+    Returns the offset \a elapsedMs into the motion; from durationMs() on, restOffset() up to
+    rounding.
+*/

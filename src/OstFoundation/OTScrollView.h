@@ -14,46 +14,9 @@
 
 class QVariantAnimation;
 
-// The foundation's scroll view: a clipping viewport over a content item that the user drags
-// by touch (one finger) or with the left mouse button. Pages and other content are added
-// with addSubview() and positioned by their owner in content coordinates; the content item
-// sits at -contentOffset.
-//
-// Horizontal dragging is always on; vertical dragging only when the content is taller than
-// the view. Past either end of the content the drag follows the finger with rubber-band
-// resistance while `bounces` is set, and is held at the end otherwise.
-//
-// Callbacks, emitted synchronously, in this order for one swipe:
-//   scrollViewWillBeginDragging   the finger has moved past the drag distance of the style
-//                                 hints; a press that lands on a child still starts a drag
-//                                 (the view takes the grab over from the child), a tap
-//                                 without movement still reaches the child
-//   scrollViewDidScroll           at every change of contentOffset, whatever its cause
-//   scrollViewWillEndDragging     the finger lifted; `velocity` in points per second in the
-//                                 direction of a growing offset (measured over the last
-//                                 100 ms of movement since the finger last turned back,
-//                                 zero when it rested before lifting), `targetContentOffset`
-//                                 where the content will come to rest
-//   scrollViewDidEndDecelerating  the deceleration that followed the lift came to rest;
-//                                 not emitted when the content was already at rest on its
-//                                 target when the finger lifted
-//
-// With paging, a lift lands on a whole page (a page is the view's size): a flick goes to
-// the nearest page boundary in the direction it was flicked (so a quick flick back undoes
-// the turn the drag had begun), anything slower to the page nearest to the offset; never
-// more than one page away from the page where the drag started (OTScrollMotion::pageTarget).
-// Without paging the content glides on and slows down, and springs back when it runs past
-// an end.
-//
-// A press while the content is decelerating or animating stops it where it is and is not
-// passed on to the children. If that press turns into a drag the usual drag flow follows.
-// If it lifts (or is cancelled) without a drag, the lift is reported as for a drag that
-// rested before lifting: scrollViewWillEndDragging with zero velocity and the nearest page
-// (or the nearest offset inside the content) as its target, then the content decelerates
-// there and reports scrollViewDidEndDecelerating; a stopped deceleration that is already at
-// rest there reports it at once. No scrollViewWillBeginDragging comes first: the finger
-// never dragged, and a receiver keeps measuring the motion from where the interrupted drag
-// began. Only one finger drags: further fingers are left to the children.
+// The foundation's scroll view: a clipping viewport over a content item that the user drags by
+// touch (one finger) or with the left mouse button.
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT OTScrollView : public QQuickItem
 {
     Q_OBJECT

@@ -9,8 +9,25 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 
+/*!
+    \namespace OTSkin
+    \inmodule OstFoundation
+    \brief Skins: the QML files that give the C++ visual types their look.
+
+    A visual type keeps its state in C++ (properties with change signals) and asks for changes
+    with request signals; its skin, a QML file whose root is the type itself, declares the
+    children, binds them to that state and owns the presented motion.
+*/
+
 namespace OTSkin {
 
+/*!
+    \fn QObject *OTSkin::create(QQmlEngine *engine, const QUrl &url, const char *key)
+
+    Returns an object made from the skin at \a url in \a engine, the skin compiled once per
+    engine (kept with the engine under \a key). The object is owned by C++. Returns null when
+    the skin cannot be made.
+*/
 QObject *create(QQmlEngine *engine, const QUrl &url, const char *key)
 {
     if (!engine)
@@ -32,6 +49,11 @@ QObject *create(QQmlEngine *engine, const QUrl &url, const char *key)
     return object;
 }
 
+/*!
+    \fn QQmlEngine *OTSkin::engineForItem(const QQuickItem *item)
+
+    Returns the QML engine of the nearest item from \a item up that QML knows, or null.
+*/
 QQmlEngine *engineForItem(const QQuickItem *item)
 {
     for (; item; item = item->parentItem()) {
@@ -59,3 +81,17 @@ void onSignal(QObject *sender, const char *signal, QObject *context, std::functi
 }
 
 } // namespace OTSkin
+
+/*!
+    \fn template <typename T> T *OTSkin::createAs(QQmlEngine *engine, const QUrl &url, const char *key)
+
+    Returns create() of \a engine, \a url and \a key as a \c T: null, and nothing left over, when
+    the skin's root is not a \c T.
+*/
+
+/*!
+    \fn void OTSkin::onSignal(QObject *sender, const char *signal, QObject *context, std::function<void()> callback)
+
+    Calls \a callback whenever \a signal (a signal signature such as \c{"busyChanged()"}) of
+    \a sender is emitted, as long as both \a sender and \a context live.
+*/

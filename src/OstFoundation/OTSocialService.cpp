@@ -7,6 +7,37 @@
 
 #include <QDir>
 
+/*!
+    \headerfile <OTSocialService.h>
+    \inmodule OstFoundation
+    \title Sharing
+    \brief The share targets, a share request and its result, the backends and the social
+    service.
+*/
+
+/*!
+    \class OTShareRequest
+    \inmodule OstFoundation
+    \brief One share, as the service was asked for it.
+
+    Strings may be null, the image may be null.
+*/
+
+/*!
+    \class OTShareResult
+    \inmodule OstFoundation
+    \brief What became of a share: what the user is told after it.
+*/
+
+/*!
+    \class OTSocialServiceBackend
+    \inmodule OstFoundation
+    \brief Carries a share out.
+
+    The service hands every share to its backend. A host can put its own in with
+    OTSocialService::setBackend(), for instance one that calls the phone's native share SDKs.
+*/
+
 namespace {
 
 struct PlatformInfo
@@ -82,6 +113,11 @@ QString localized(const char *key)
 
 // --- Any backend ---------------------------------------------------------------------------
 
+/*!
+    Carries \a request out and says what became of it. By default it calls share(), a share that
+    went out counting as posted (OTShareResult::Shared); a backend that only opens a page or
+    writes a file says so here.
+*/
 OTShareResult OTSocialServiceBackend::shareWithResult(const OTShareRequest &request)
 {
     OTShareResult result;
@@ -91,18 +127,34 @@ OTShareResult OTSocialServiceBackend::shareWithResult(const OTShareRequest &requ
 
 // --- The service ----------------------------------------------------------------------------
 
+/*!
+    \class OTSocialService
+    \inmodule OstFoundation
+    \brief The social sharing service.
+
+    It hands each share to its backend (OTDesktopSocialServiceBackend unless setBackend() says
+    otherwise) and tells the user what became of it with a transient message.
+*/
 OTSocialService::OTSocialService(QObject *parent)
     : QObject(parent)
     , m_backend(std::make_unique<OTDesktopSocialServiceBackend>())
 {
 }
 
+/*!
+    Returns the service of the process.
+*/
 OTSocialService *OTSocialService::defaultService()
 {
     static OTSocialService *service = new OTSocialService;
     return service;
 }
 
+/*!
+    Returns the link for \a platformType in a quote's share links \a shareUrls (keys \c weibo,
+    \c qq, \c qzone, \c mail, \c douban, \c twitter, \c save_image, \c copy_image), falling back
+    to the \c default link; null when there is neither or \a shareUrls is empty.
+*/
 QString OTSocialService::getShareUrlForType(int platformType, const QVariantMap &shareUrls)
 {
     if (shareUrls.isEmpty())
@@ -115,11 +167,18 @@ QString OTSocialService::getShareUrlForType(int platformType, const QVariantMap 
     return getDefaultShareUrl(shareUrls);
 }
 
+/*!
+    Returns the \c default link of \a shareUrls; null when there is none.
+*/
 QString OTSocialService::getDefaultShareUrl(const QVariantMap &shareUrls)
 {
     return linkValue(shareUrls, QStringLiteral("default"));
 }
 
+/*!
+    Returns the share targets in panel order: maps with \c type (int), \c title (the localised
+    name), \c icon and \c iconHighlighted (image URLs).
+*/
 QVariantList OTSocialService::platforms()
 {
     QVariantList list;
@@ -135,16 +194,32 @@ QVariantList OTSocialService::platforms()
     return list;
 }
 
+/*!
+    Returns the share bar's icon, as an image source for Qt Quick.
+*/
 QUrl OTSocialService::shareIconImageForBar()
 {
     return OTResourceHelper::imageURL(QStringLiteral("ostrel_share_bar"));
 }
 
+/*!
+    Returns the share bar's icon's pressed look.
+*/
 QUrl OTSocialService::highlightedShareIconImageForBar()
 {
     return OTResourceHelper::imageURL(QStringLiteral("ostrel_share_bar_highlight"));
 }
 
+/*!
+    Shares \a content, \a topic, \a url, \a logUrl and \a image to \a platform, asked from
+    \a controller, through the backend. Any argument but \a platform and \a controller may be
+    null.
+
+    A share to Weibo that was posted posts OTSharedToWeiboSuccessNotification (the screens that
+    listen say so); every other outcome is told to the user here with a transient message: where
+    the picture was saved, that it was copied, that a share page or a mail draft was opened, or
+    that it could not be.
+*/
 void OTSocialService::shareContent(const QString &content, const QString &topic, const QString &url,
                                    const QString &logUrl, const QImage &image, int platform,
                                    OTCommonsViewController *controller)
@@ -167,6 +242,10 @@ void OTSocialService::shareContent(const QString &content, const QString &topic,
     Q_EMIT shareFinished(platform, outcome);
 }
 
+/*!
+    Returns the message that tells the user what became of a share to \a platform, given its
+    \a result; null when the Weibo announcement speaks for it.
+*/
 QString OTSocialService::feedbackText(int platform, const OTShareResult &result)
 {
     switch (result.status) {
@@ -206,6 +285,9 @@ QString OTSocialService::feedbackText(int platform, const OTShareResult &result)
     }
 }
 
+/*!
+    Returns the message box's status for \a result: 0 information, 1 success, 2 failure.
+*/
 int OTSocialService::feedbackStatus(const OTShareResult &result)
 {
     switch (result.status) {
@@ -222,6 +304,11 @@ int OTSocialService::feedbackStatus(const OTShareResult &result)
     return 0;
 }
 
+/*!
+    Carries out the system share route's action \a activity for \a items through the backend,
+    followed by a transient message: the link copied, a draft or the browser opened, or that it
+    could not be. Returns whether it went out.
+*/
 bool OTSocialService::performActivity(const QString &activity, const QVariantList &items)
 {
     const bool done = m_backend->performActivity(activity, items);
@@ -239,8 +326,150 @@ bool OTSocialService::performActivity(const QString &activity, const QVariantLis
     return done;
 }
 
+/*!
+    Puts \a backend in; the service owns it.
+*/
 void OTSocialService::setBackend(std::unique_ptr<OTSocialServiceBackend> backend)
 {
     // Never without one: no backend means the desktop's.
     m_backend = backend ? std::move(backend) : std::make_unique<OTDesktopSocialServiceBackend>();
 }
+
+/*!
+    \enum OTSharePlatformType
+    \relates <OTSocialService.h>
+
+    The share targets. Mail takes text and a link; save image and copy image take only a picture.
+
+    \value OTSharePlatformWeibo Weibo's share page.
+    \value OTSharePlatformQQ QQ's share page.
+    \value OTSharePlatformQZone QZone's share page.
+    \value OTSharePlatformMail A mail draft.
+    \value OTSharePlatformDouban Douban's share page.
+    \value OTSharePlatformTwitter Twitter's share page.
+    \value OTSharePlatformSaveImage The picture, saved to a file.
+    \value OTSharePlatformCopyImage The picture, on the clipboard.
+*/
+
+/*!
+    \variable OTShareRequest::content
+
+    The text to share.
+*/
+
+/*!
+    \variable OTShareRequest::topic
+
+    The topic (a hashtag on the web targets).
+*/
+
+/*!
+    \variable OTShareRequest::url
+
+    The link to share.
+*/
+
+/*!
+    \variable OTShareRequest::logUrl
+
+    The link shared when \l url is empty.
+*/
+
+/*!
+    \variable OTShareRequest::image
+
+    The picture to share.
+*/
+
+/*!
+    \variable OTShareRequest::imageUrl
+
+    A web address of the picture, when the picture is online (the web share pages take a picture
+    only that way). Null unless the caller knows one.
+*/
+
+/*!
+    \variable OTShareRequest::platform
+
+    The target: an OTSharePlatformType.
+*/
+
+/*!
+    \variable OTShareRequest::controller
+
+    The screen the share was asked from.
+*/
+
+/*!
+    \enum OTShareResult::Status
+
+    \value Failed Nothing went out: the page, the draft or the file could not be made.
+    \value Shared Posted to the target (a backend that hears back from it).
+    \value PageOpened The target's share page is open in the browser; posting is up to the
+           user.
+    \value DraftOpened A mail draft is open in the mail program.
+    \value Saved The picture is in the file \l path.
+    \value Copied The picture is on the clipboard.
+*/
+
+/*!
+    \variable OTShareResult::status
+
+    What became of the share.
+*/
+
+/*!
+    \variable OTShareResult::path
+
+    For Saved, the file written; for a failed save, where it was to go.
+*/
+
+/*!
+    \variable OTShareResult::reason
+
+    For Failed, why, when known (the system's words).
+*/
+
+/*!
+    \fn bool OTShareResult::succeeded() const
+
+    Returns \c true unless the share failed.
+*/
+
+/*!
+    \fn OTSocialServiceBackend::~OTSocialServiceBackend()
+
+    Destroys the backend.
+*/
+
+/*!
+    \fn bool OTSocialServiceBackend::share(const OTShareRequest &request)
+
+    Carries \a request out. Returns \c true when the share went out (the browser or mail program
+    was asked to open, the file written, the clipboard set).
+*/
+
+/*!
+    \fn bool OTSocialServiceBackend::performActivity(const QString &activity, const QVariantList &items)
+
+    Carries out the system share route's \a activity (\c copy, \c mail or \c browser) for the
+    link in \a items. Returns \c true when it went out.
+*/
+
+/*!
+    \fn OTSocialServiceBackend *OTSocialService::backend() const
+
+    Returns the backend in use: the desktop one unless set. The service owns it.
+*/
+
+/*!
+    \fn void OTSocialService::shared(int platform, bool succeeded)
+
+    This signal is emitted after a share to \a platform; \a succeeded says whether it went out.
+*/
+
+/*!
+    \fn void OTSocialService::shareFinished(int platform, const OTShareResult &result)
+
+    This signal is emitted after a share to \a platform, with its \a result.
+*/

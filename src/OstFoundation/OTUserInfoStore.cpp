@@ -15,6 +15,35 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 
+/*!
+    \class OTUserInfoStore
+    \inmodule OstFoundation
+    \brief The app's persistent settings: one dictionary, written atomically, shared safely
+    between processes.
+
+    The dictionary is kept as a CBOR file in the app data directory and replaced atomically on
+    every write: a crash mid-write leaves the previous dictionary in place. Values may be
+    anything CBOR carries: strings, numbers, byte arrays, lists and maps of those.
+
+    Nothing stored is lost to a fault. A file that cannot be decoded (truncated, random bytes,
+    empty, not a dictionary) is moved aside whole, to \c{<file>.damaged-<UTC yyyyMMddTHHmmss>},
+    before anything new is written in its place; the error names both paths and the reason (a
+    caller that passes no error gets it as one warning in the log instead). Only a regular file
+    is read or replaced: anything else in its place (a FIFO, a directory, a device) is an error
+    and is left untouched, as is a file that cannot be read.
+
+    Writers take a lock file beside the settings file (\c{<file>.lock}) and wait for it at most
+    LockTimeout. A lock left by a process that died is taken over at once (after a second when
+    the process died before writing its name in it), any other once it is StaleLockTime old.
+    Readers never wait: a file is only ever replaced whole.
+
+    \code
+    OTUserInfoStore::updateOstrelDefaults([](QVariantMap &defaults) {
+        defaults.insert("launches", defaults.value("launches").toInt() + 1);
+    });
+    \endcode
+*/
+
 namespace {
 
 QMutex &pathMutex()
@@ -97,6 +126,10 @@ bool setAside(const QString &path, const QString &reason, OTError *error)
 
 } // namespace
 
+/*!
+    Returns the settings file: by default \c ostrel-defaults.cbor in
+    QStandardPaths::AppDataLocation.
+*/
 QString OTUserInfoStore::storePath()
 {
     QMutexLocker lock(&pathMutex());
@@ -105,6 +138,9 @@ QString OTUserInfoStore::storePath()
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + QStringLiteral("/ostrel-defaults.cbor");
 }
 
+/*!
+    Points the store at the file \a path. An empty \a path goes back to the default.
+*/
 void OTUserInfoStore::setStorePath(const QString &path)
 {
     QMutexLocker lock(&pathMutex());
@@ -150,6 +186,11 @@ QString lockPath(const QString &path)
 
 } // namespace
 
+/*!
+    Returns the stored dictionary. It is empty when nothing was stored yet, or when the file
+    could not be read (\a error: OTError::FileSystem, the file left as it is) or decoded
+    (\a error: OTError::Undecodable, its description saying where the file was moved).
+*/
 QVariantMap OTUserInfoStore::ostrelDefaults(OTError *error)
 {
     const QString path = storePath();
@@ -179,11 +220,26 @@ QVariantMap OTUserInfoStore::ostrelDefaults(OTError *error)
     return {};
 }
 
+/*!
+    Replaces the stored dictionary with \a defaults. Returns \c true when it is safely on disk;
+    \c false, with the reason in \a error, when it could not be written, when what stands in the
+    file's place could not be read or moved aside (it is then left untouched), or when the
+    store's lock could not be had within LockTimeout.
+*/
 bool OTUserInfoStore::synchronizeOstrelDefaults(const QVariantMap &defaults, OTError *error)
 {
     return updateOstrelDefaults([&defaults](QVariantMap &stored) { stored = defaults; }, error);
 }
 
+/*!
+    Changes the stored dictionary in one step that no other writer, in this process or another,
+    comes between: under the store's lock, the file is read afresh, \a change edits what it holds
+    (empty when there is no file, or a damaged one was moved aside) and the file is replaced.
+    Returns and fails (with \a error) as synchronizeOstrelDefaults() does.
+
+    Use it rather than reading, changing and synchronizing, which loses whatever another process
+    wrote in between.
+*/
 bool OTUserInfoStore::updateOstrelDefaults(const std::function<void(QVariantMap &)> &change, OTError *error)
 {
     const QString path = storePath();
@@ -225,3 +281,21 @@ bool OTUserInfoStore::updateOstrelDefaults(const std::function<void(QVariantMap 
         *error = {};
     return true;
 }
+
+/*!
+    \variable OTUserInfoStore::MaximumFileSize
+
+    The largest settings file read: 16 MiB.
+*/
+
+/*!
+    \variable OTUserInfoStore::LockTimeout
+
+    How long a writer waits for the store's lock, in milliseconds: 5000.
+*/
+
+/*!
+    \variable OTUserInfoStore::StaleLockTime
+
+    The age, in milliseconds, at which a lock whose owner cannot be checked is taken over: 10000.
+*/

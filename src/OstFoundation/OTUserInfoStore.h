@@ -8,16 +8,10 @@
 
 #include <functional>
 
-// The app's persistent settings: one dictionary, kept as a CBOR file in the app data
-// directory and replaced atomically on every write (a crash mid-write leaves the previous
-// dictionary in place). Values may be anything CBOR carries: strings, numbers, byte arrays,
-// lists and maps of those.
-//
-// Nothing stored is lost to a fault. A file that cannot be decoded (truncated, random bytes,
-// empty, not a dictionary) is moved aside whole, to "<file>.damaged-<UTC yyyyMMddTHHmmss>",
-// before anything new is written in its place; the error names both paths and the reason
-// (a caller that passes no error gets it as one warning in the log instead). Only a regular file is read or replaced: anything else in its place (a FIFO, a
-// directory, a device) is an error and is left untouched, as is a file that cannot be read.
+// The app's persistent settings: one dictionary, kept as a CBOR file in the app data directory
+// and replaced atomically on every write (a crash mid-write leaves the previous dictionary in
+// place).
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT OTUserInfoStore
 {
 public:

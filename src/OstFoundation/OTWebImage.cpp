@@ -22,6 +22,66 @@
 #include <cmath>
 #include <utility>
 
+/*!
+    \namespace OTWebImage
+    \inmodule OstFoundation
+    \brief Remote pictures: one download per picture, one HTTP disk cache, and a decode no
+    larger than the screen shows.
+
+    A picture's address names one picture for good: a copy the server let the disk cache keep is
+    used whatever its age (until the cache's size limit evicts it), and requests for an address
+    already under way wait for that download instead of starting their own. Only web addresses
+    are fetched: every hop is http or https, never from https down to http; any other scheme ends
+    the picture as failed without opening anything.
+
+    Every request keeps the picture limits: one deadline from send to the last byte
+    (PictureTimeout unless setPictureTimeout() says otherwise), the largest picture taken
+    (MaximumPictureSize; beyond it the request is cut off), and at most
+    OTRequestGuard::MaximumRedirects redirects.
+
+    In QML, \l {OstFoundation::OTPictures}{OTPictures.source()} gives an Image its source.
+*/
+
+/*!
+    \class OTWebImageNetworkAccessManagerFactory
+    \inmodule OstFoundation
+    \brief Makes the network access managers of a QML engine, each with a disk cache on the
+    shared picture directory.
+
+    Qt Quick calls create() from its pixmap reader thread (and from the GUI thread for
+    everything else); it is reentrant.
+
+    \sa OTWebImage::installDiskCache()
+*/
+
+/*!
+    \class OTPictures
+    \inmodule OstFoundation
+    \brief An Image's source for a remote picture, from QML.
+
+    In QML it is the singleton \l {OstFoundation::OTPictures}{OTPictures}.
+*/
+
+/*!
+    \qmltype OTPictures
+    \inqmlmodule OstFoundation
+    \instantiates OTPictures
+    \brief The source of an Image that shows a remote picture (a singleton).
+
+    A remote picture waits for its Image to have an area (an empty source until then), so that
+    it is never decoded before the size it fills is known; give that Image its size as
+    sourceSize (Qt Quick turns it into device pixels).
+
+    \qml
+    Image {
+        anchors.fill: parent
+        fillMode: Image.PreserveAspectCrop
+        sourceSize: Qt.size(width, height)
+        source: OTPictures.source(quote.origin_img_urls[0], Qt.size(width, height))
+    }
+    \endqml
+*/
+
 namespace {
 
 constexpr qint64 kMaximumCacheSize = 50 * 1024 * 1024;
@@ -281,6 +341,9 @@ public:
 
 } // namespace
 
+/*!
+    Returns OTWebImage::createNetworkAccessManager() of \a parent.
+*/
 QNetworkAccessManager *OTWebImageNetworkAccessManagerFactory::create(QObject *parent)
 {
     return OTWebImage::createNetworkAccessManager(parent);
@@ -288,22 +351,48 @@ QNetworkAccessManager *OTWebImageNetworkAccessManagerFactory::create(QObject *pa
 
 namespace OTWebImage {
 
+/*!
+    \fn void OTWebImage::setPictureTimeout(int milliseconds)
+
+    Sets the deadline of every picture request from now on to \a milliseconds; 0 or less
+    restores PictureTimeout. Safe from any thread.
+*/
 void setPictureTimeout(int milliseconds)
 {
     g_pictureTimeout = milliseconds > 0 ? milliseconds : PictureTimeout;
 }
 
+/*!
+    \fn int OTWebImage::pictureTimeout()
+
+    Returns the deadline of picture requests, in milliseconds.
+*/
 int pictureTimeout()
 {
     return g_pictureTimeout;
 }
 
+/*!
+    \fn bool OTWebImage::isWebAddress(const QUrl &url)
+
+    Returns \c true for an absolute http or https \a url with a host: the only addresses a
+    picture is fetched from.
+*/
 bool isWebAddress(const QUrl &url)
 {
     const QString scheme = url.scheme().toLower();
     return url.isValid() && (scheme == QLatin1String("http") || scheme == QLatin1String("https")) && !url.host().isEmpty();
 }
 
+/*!
+    \fn QUrl OTWebImage::pictureSource(const QUrl &address)
+
+    Returns where an Image shows the picture \a address from. A web address (or any other
+    remote one) goes through the pictures' image provider (\c{image://ostpicture/...}), which
+    downloads it once, refuses what is not http or https and decodes it at the Image's
+    sourceSize; the app's own pictures (resources, \c{qrc:}, and its engine's image providers,
+    \c{image:}) and the empty address stay as they are.
+*/
 QUrl pictureSource(const QUrl &address)
 {
     // The app's own pictures (its resources, and its engine's own image providers) are shown
@@ -315,6 +404,17 @@ QUrl pictureSource(const QUrl &address)
                                                                    | QByteArray::OmitTrailingEquals)));
 }
 
+/*!
+    \fn QSize OTWebImage::decodeSize(const QSize &original, const QSize &area, bool scalableDecode)
+
+    Returns the size to decode a picture of \a original pixels at, to cover \a area (device
+    pixels; an empty side is not constrained) as a crop fill does: the smallest that covers both
+    sides, never larger than the picture itself and never a side over MaximumDecodeSide.
+
+    Returns an empty size when the picture is to be refused: no size, or over the cap in a format
+    that cannot be scaled down while decoding (\a scalableDecode false; JPEG can, down to an
+    eighth).
+*/
 QSize decodeSize(const QSize &original, const QSize &area, bool scalableDecode)
 {
     if (original.isEmpty())
@@ -338,6 +438,13 @@ QSize decodeSize(const QSize &original, const QSize &area, bool scalableDecode)
     return size;
 }
 
+/*!
+    \fn QImage OTWebImage::decodePicture(const QByteArray &bytes, const QSize &area, QString *error)
+
+    Decodes \a bytes at decodeSize() of the size its header announces and \a area, before any
+    pixel is read. Returns a null image, with \a error set, when the picture is refused or
+    damaged.
+*/
 QImage decodePicture(const QByteArray &bytes, const QSize &area, QString *error)
 {
     QByteArray data(bytes);
@@ -372,6 +479,14 @@ QImage decodePicture(const QByteArray &bytes, const QSize &area, QString *error)
     return image;
 }
 
+/*!
+    \fn void OTWebImage::load(const QUrl &url, QObject *receiver, Loaded done)
+
+    Fetches \a url through the pictures' disk cache, once for everybody asking while it is under
+    way, within the picture limits. \a done gets the body, or an error description (and an empty
+    body), on \a receiver's thread; nothing is called once \a receiver is gone. An address that
+    failed in the last few seconds fails again at once, without a request. Safe from any thread.
+*/
 void load(const QUrl &url, QObject *receiver, Loaded done)
 {
     PictureLoader *target = loader();
@@ -381,16 +496,33 @@ void load(const QUrl &url, QObject *receiver, Loaded done)
     QMetaObject::invokeMethod(target, [target, url, waiter]() { target->start(url, waiter); }, Qt::QueuedConnection);
 }
 
+/*!
+    \fn int OTWebImage::downloadCount()
+
+    Returns the loads started since the process began, from the disk cache or the network
+    (those that joined one under way or repeated a recent failure excluded).
+*/
 int downloadCount()
 {
     return g_downloads;
 }
 
+/*!
+    \fn QString OTWebImage::diskCacheDirectory()
+
+    Returns the disk cache's directory: \c{<QStandardPaths::CacheLocation>/images}. It is read
+    at every call, so it follows the environment (\c XDG_CACHE_HOME) of the moment.
+*/
 QString diskCacheDirectory()
 {
     return QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/images");
 }
 
+/*!
+    \fn QNetworkDiskCache *OTWebImage::createDiskCache(QObject *parent)
+
+    Returns a disk cache on diskCacheDirectory(), 50 MB at most, owned by \a parent.
+*/
 QNetworkDiskCache *createDiskCache(QObject *parent)
 {
     auto *cache = new QNetworkDiskCache(parent);
@@ -399,6 +531,12 @@ QNetworkDiskCache *createDiskCache(QObject *parent)
     return cache;
 }
 
+/*!
+    \fn QNetworkAccessManager *OTWebImage::createNetworkAccessManager(QObject *parent)
+
+    Returns a network access manager owned by \a parent whose cache is a new createDiskCache(),
+    and whose every request keeps the picture limits (a request past them is aborted and fails).
+*/
 QNetworkAccessManager *createNetworkAccessManager(QObject *parent)
 {
     auto *manager = new PictureNetworkAccessManager(parent);
@@ -406,6 +544,11 @@ QNetworkAccessManager *createNetworkAccessManager(QObject *parent)
     return manager;
 }
 
+/*!
+    \fn QQmlNetworkAccessManagerFactory *OTWebImage::networkAccessManagerFactory()
+
+    Returns the factory shared by every engine; it lives as long as the process.
+*/
 QQmlNetworkAccessManagerFactory *networkAccessManagerFactory()
 {
     // Engines do not own their factory; this one outlives them all.
@@ -413,6 +556,16 @@ QQmlNetworkAccessManagerFactory *networkAccessManagerFactory()
     return &factory;
 }
 
+/*!
+    \fn bool OTWebImage::installDiskCache(QQmlEngine *engine)
+
+    Gives \a engine the shared factory unless it has a factory already (a host's own stays), and
+    the pictures' image provider (\c ostpicture) that pictureSource() addresses lead to. Returns
+    \c true when the engine uses the shared factory afterwards.
+
+    Call it before the engine loads its first remote picture; OTSkin::create() does so for every
+    skin it makes, and a screen declared in QML for its engine.
+*/
 bool installDiskCache(QQmlEngine *engine)
 {
     if (!engine)
@@ -426,3 +579,43 @@ bool installDiskCache(QQmlEngine *engine)
 }
 
 } // namespace OTWebImage
+
+/*!
+    \variable OTWebImage::PictureTimeout
+
+    The default deadline of a picture request, in milliseconds.
+*/
+
+/*!
+    \variable OTWebImage::MaximumPictureSize
+
+    The largest picture taken, in bytes.
+*/
+
+/*!
+    \variable OTWebImage::MaximumDecodeSide
+
+    The largest decode, in pixels, whatever the picture's shape and the area it fills: a side
+    longer than this is scaled down while decoding (JPEG) or the picture is refused.
+*/
+
+/*!
+    \typealias OTWebImage::Loaded
+
+    The completion of load(): \c{void(const QByteArray &body, const QString &error)}.
+*/
+
+/*!
+    \fn QUrl OTPictures::source(const QUrl &address, const QSizeF &area) const
+
+    Returns OTWebImage::pictureSource() of \a address, or an empty URL for a remote picture while
+    \a area is empty.
+*/
+
+/*!
+    \qmlmethod url OTPictures::source(url address, size area)
+
+    Returns the source that shows the picture \a address in an Image of \a area: through the
+    pictures' provider for a web address (empty while \a area is empty), \a address itself for
+    the app's own pictures.
+*/

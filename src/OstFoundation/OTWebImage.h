@@ -38,10 +38,9 @@ public:
 
 namespace OTWebImage {
 
-// The limits of a picture request, shown or prefetched: one deadline from send to the last
-// byte (PictureTimeout unless setPictureTimeout() says otherwise), and the largest picture
-// taken (beyond it the request is cut off). At most OTRequestGuard::MaximumRedirects
-// redirects are followed.
+// The limits of a picture request, shown or prefetched: one deadline from send to the last byte
+// (PictureTimeout unless setPictureTimeout() says otherwise), and the largest picture taken
+// (beyond it the request is cut off).
 inline constexpr int PictureTimeout = 30000;                       // ms
 inline constexpr qint64 MaximumPictureSize = 16 * 1024 * 1024;     // bytes
 // The largest decode, whatever the picture's shape and the area it fills: a side longer than
@@ -57,18 +56,16 @@ OSTFOUNDATION_EXPORT int pictureTimeout();
 // fetched from.
 OSTFOUNDATION_EXPORT bool isWebAddress(const QUrl &url);
 
-// Where an Image shows the picture `address` from: a web address (or any other remote one)
-// goes through the pictures' image provider ("image://ostpicture/..."), which downloads it
-// once, refuses what is not http or https and decodes it at the Image's sourceSize;
-// the app's own pictures (resources, "qrc:", and its engine's image providers, "image:") and
-// the empty address stay as they are.
+// Where an Image shows the picture `address` from: a web address (or any other remote one) goes
+// through the pictures' image provider ("image://ostpicture/..."), which downloads it once,
+// refuses what is not http or https and decodes it at the Image's sourceSize; the app's own
+// pictures (resources, "qrc:", and its engine's image providers, "image:") and the empty
+// address stay as they are.
 OSTFOUNDATION_EXPORT QUrl pictureSource(const QUrl &address);
 
 // The size to decode a picture of `original` pixels at, to cover `area` (device pixels; an
 // empty side is not constrained) as a crop fill does: the smallest that covers both sides,
-// never larger than the picture itself and never a side over MaximumDecodeSide. Empty when the
-// picture is to be refused: no size, or over the cap in a format that cannot be scaled down
-// while decoding (`scalableDecode` false; JPEG can, down to an eighth).
+// never larger than the picture itself and never a side over MaximumDecodeSide.
 OSTFOUNDATION_EXPORT QSize decodeSize(const QSize &original, const QSize &area, bool scalableDecode);
 
 // Decodes `bytes` at decodeSize() of the size its header announces, before any pixel is
@@ -76,9 +73,7 @@ OSTFOUNDATION_EXPORT QSize decodeSize(const QSize &original, const QSize &area, 
 OSTFOUNDATION_EXPORT QImage decodePicture(const QByteArray &bytes, const QSize &area, QString *error = nullptr);
 
 // Fetches `url` through the pictures' disk cache, once for everybody asking while it is under
-// way, within the picture limits. `done` gets the body, or an error description (and an empty
-// body), on `receiver`'s thread; nothing is called once `receiver` is gone. An address that
-// failed in the last few seconds fails again at once, without a request. Any thread.
+// way, within the picture limits.
 using Loaded = std::function<void(const QByteArray &body, const QString &error)>;
 OSTFOUNDATION_EXPORT void load(const QUrl &url, QObject *receiver, Loaded done);
 
@@ -100,18 +95,15 @@ OSTFOUNDATION_EXPORT QNetworkAccessManager *createNetworkAccessManager(QObject *
 // The factory shared by every engine (lives as long as the process).
 OSTFOUNDATION_EXPORT QQmlNetworkAccessManagerFactory *networkAccessManagerFactory();
 
-// Gives `engine` the shared factory unless it has a factory already (a host's own stays),
-// and the pictures' image provider ("ostpicture") that pictureSource() addresses lead to.
-// True when the engine uses the shared factory afterwards. Call it before the engine loads
-// its first remote picture; OTSkin::create() does so for every skin it makes.
+// Gives `engine` the shared factory unless it has a factory already (a host's own stays), and
+// the pictures' image provider ("ostpicture") that pictureSource() addresses lead to.
 OSTFOUNDATION_EXPORT bool installDiskCache(QQmlEngine *engine);
 
 } // namespace OTWebImage
 
-// OTPictures.source(address, Qt.size(width, height)) in QML: OTWebImage::pictureSource() for
-// an Image's source. A remote picture waits for its Image to have an area (an empty source
-// until then), so that it is never decoded before the size it fills is known; give that Image
-// its size as sourceSize (Qt Quick turns it into device pixels).
+// OTPictures.source(address, Qt.size(width, height)) in QML: OTWebImage::pictureSource() for an
+// Image's source.
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT OTPictures : public QObject
 {
     Q_OBJECT

@@ -22,6 +22,41 @@
 
 #include <memory>
 
+/*!
+    \qmltype OstAPIClient
+    \inqmlmodule OstFoundation
+    \instantiates OstAPIClient
+    \brief The shared API client (a singleton).
+
+    The C++ OstAPIClient::sharedClient(): setting its base URL points every screen of the
+    process at a server.
+
+    \qml
+    import OstFoundation
+
+    Component.onCompleted: OstAPIClient.baseURL = "https://quotes.example.com"
+    \endqml
+*/
+
+/*!
+    \class OstAPIClient::AnswerRule
+    \inmodule OstFoundation
+    \brief What the disk cache may keep and give back for some requests.
+
+    Both functions get the request's URL and the answer's JSON document.
+
+    Set with OstAPIClient::setAnswerRule().
+*/
+
+/*!
+    \class OstAPIClientForeign
+    \inmodule OstFoundation
+    \brief Registers the QML singleton OstAPIClient as the shared client.
+
+    QML would otherwise make a singleton of its own with the client's default constructor; this
+    wrapper hands it OstAPIClient::sharedClient(), which stays C++'s.
+*/
+
 namespace {
 
 constexpr auto kDefaultBase = "http://127.0.0.1:8080";
@@ -237,6 +272,49 @@ private:
 
 } // namespace
 
+/*!
+    \class OstAPIClient
+    \inmodule OstFoundation
+    \brief The HTTP client of the apps: JSON requests against one server, answers mapped onto
+    OTModel subclasses.
+
+    Every completion is called exactly once, on the thread the client lives on (the GUI thread
+    for sharedClient()), with a result and no error, or no result and an error. When a
+    \c context object is given and has been destroyed by the time the answer arrives, the
+    completion is dropped instead.
+
+    \section1 Limits
+
+    No request hangs or grows without bound (OTRequestGuard): each must end within
+    transferTimeout() from send to the last byte, redirects included; an answer larger than
+    maximumAnswerSize() is cut off as it arrives; at most OTRequestGuard::MaximumRedirects
+    redirects are followed. Each of these ends the request with an OTError::Network error that
+    says which (the deadline's is also a timeout).
+
+    \section1 Days already seen, offline
+
+    The answers of GET requests are kept in a disk cache under cacheDirectory(). A kept answer
+    answers without the network while the server's Cache-Control (max-age, at most a year;
+    no-cache; no-store) or Expires calls it fresh; after that the request goes to the server
+    again. When the network fails (refused, unreachable, timed out), a GET is answered from that
+    cache if it holds the server's last answer to the same request. A network-required request
+    never reads or fills the cache.
+
+    Nothing the network says is kept on trust: only a 200 answer whose body is a JSON object or
+    array is kept, and only when the AnswerRule for its path (setAnswerRule()) agrees; an error,
+    a cut answer or a refused one never replaces or removes an answer already kept. The rule also
+    decides, each time, whether a kept answer may still answer. The cache reads regular files
+    only: anything else found in its folder (a FIFO, a device, a link) is removed unread.
+
+    \section1 Pointing the apps at a server
+
+    \code
+    OstAPIClient::sharedClient()->setBaseURL(QUrl("https://quotes.example.com"));
+    \endcode
+
+    In QML the singleton \l {OstFoundation::OstAPIClient}{OstAPIClient} is the shared client:
+    \c{OstAPIClient.baseURL = "https://quotes.example.com"}.
+*/
 OstAPIClient::OstAPIClient(QObject *parent)
     : QObject(parent)
     , m_network(new QNetworkAccessManager(this))
@@ -258,6 +336,10 @@ void OstAPIClient::useCacheDirectory(const QString &directory)
         m_cache->setCacheDirectory(directory);
 }
 
+/*!
+    Returns where answers are kept: \c{<QStandardPaths::CacheLocation>/api}, read at every
+    request.
+*/
 QString OstAPIClient::cacheDirectory()
 {
     return QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + QStringLiteral("/api");
@@ -265,6 +347,9 @@ QString OstAPIClient::cacheDirectory()
 
 OstAPIClient::~OstAPIClient() = default;
 
+/*!
+    Returns OstAPIClient::sharedClient() for \a qmlEngine and \a jsEngine.
+*/
 OstAPIClient *OstAPIClientForeign::create(QQmlEngine *qmlEngine, QJSEngine *jsEngine)
 {
     Q_UNUSED(qmlEngine);
@@ -274,6 +359,9 @@ OstAPIClient *OstAPIClientForeign::create(QQmlEngine *qmlEngine, QJSEngine *jsEn
     return client;
 }
 
+/*!
+    Returns the client of the process, created on first use on the application's thread.
+*/
 OstAPIClient *OstAPIClient::sharedClient()
 {
     static QPointer<OstAPIClient> client;
@@ -290,6 +378,10 @@ OstAPIClient *OstAPIClient::sharedClient()
     return client;
 }
 
+/*!
+    Returns the environment variable \c OSTQUOTE_API_BASE as a URL, else
+    \c{http://127.0.0.1:8080}.
+*/
 QUrl OstAPIClient::defaultBaseURL()
 {
     const QByteArray fromEnvironment = qgetenv("OSTQUOTE_API_BASE");
@@ -315,12 +407,20 @@ void OstAPIClient::setMaximumAnswerSize(qint64 bytes)
     m_maximumAnswerSize = bytes > 0 ? bytes : DefaultMaximumAnswerSize;
 }
 
+/*!
+    Sets the \a rule for the GET requests whose URL path holds \a pathPart (the longest matching
+    part wins). Without a rule every 200 JSON answer is kept and used as HTTP caching says. May
+    be called from any thread.
+*/
 void OstAPIClient::setAnswerRule(const QString &pathPart, const AnswerRule &rule)
 {
     QMutexLocker lock(&m_rulesMutex);
     m_rules.insert(pathPart, rule);
 }
 
+/*!
+    Returns the rule for \a url: an empty rule when none matches.
+*/
 OstAPIClient::AnswerRule OstAPIClient::answerRule(const QUrl &url) const
 {
     QMutexLocker lock(&m_rulesMutex);
@@ -336,6 +436,10 @@ OstAPIClient::AnswerRule OstAPIClient::answerRule(const QUrl &url) const
     return found;
 }
 
+/*!
+    Returns the absolute URL of \a api (a path such as \c{/api/v2/…}) on the server, with
+    \a parameters as the query.
+*/
 QUrl OstAPIClient::URLForAPI(const QString &api, const QVariantMap &parameters) const
 {
     // The API path goes below whatever path the base already has, so that a server mounted
@@ -428,6 +532,11 @@ void OstAPIClient::send(const QString &method, const QString &api, const QVarian
         });
 }
 
+/*!
+    Sends \a method to \a api and builds an instance of \a onClass from the JSON object that
+    answers, handing it to \a completion. GET and HEAD send \a parameters as the query, other
+    methods as a JSON body. An answer that arrives after \a context is destroyed is dropped.
+*/
 void OstAPIClient::modelWithMethod(const QString &method, const QString &api, const QVariantMap &parameters,
                                    const QMetaObject *onClass, ModelCompletion completion, QObject *context)
 {
@@ -461,6 +570,12 @@ void OstAPIClient::modelWithMethod(const QString &method, const QString &api, co
     });
 }
 
+/*!
+    GETs \a api with \a parameters as the query and builds an instance of \a modelClass from each
+    object of the JSON array that answers, handing the list to \a block. With
+    \a networkRequired the answer comes from the server, never from the cache. An answer that
+    arrives after \a context is destroyed is dropped.
+*/
 void OstAPIClient::modelWithAPI(const QString &api, const QVariantMap &parameters, const QMetaObject *modelClass,
                                 bool networkRequired, ModelsCompletion block, QObject *context)
 {
@@ -499,3 +614,110 @@ void OstAPIClient::modelWithAPI(const QString &api, const QVariantMap &parameter
         block(models, {});
     });
 }
+
+/*!
+    \qmlproperty url OstAPIClient::baseURL
+
+    The server the API paths are resolved against. It starts as the environment variable
+    \c OSTQUOTE_API_BASE, else \c{http://127.0.0.1:8080}. A base URL with a path puts the API
+    paths below it.
+*/
+
+/*!
+    \qmlproperty int OstAPIClient::transferTimeout
+
+    The deadline of every request, in milliseconds from send to completion. Zero or less
+    restores the default (15000).
+*/
+
+/*!
+    \qmlproperty int OstAPIClient::maximumAnswerSize
+
+    The largest answer body accepted, in bytes. Zero or less restores the default (4 MiB).
+*/
+
+/*!
+    \typealias OstAPIClient::ModelCompletion
+
+    The completion of modelWithMethod(): \c{void(OTModelPtr model, const OTError &error)}.
+*/
+
+/*!
+    \typealias OstAPIClient::ModelsCompletion
+
+    The completion of modelWithAPI(): \c{void(const QList<OTModelPtr> &models, const OTError
+    &error)}.
+*/
+
+/*!
+    \variable OstAPIClient::DefaultTransferTimeout
+
+    The default deadline of a request, in milliseconds: OTRequestGuard::DefaultTimeout.
+*/
+
+/*!
+    \variable OstAPIClient::DefaultMaximumAnswerSize
+
+    The default cap on an answer's body, in bytes: OTRequestGuard::DefaultMaximumSize.
+*/
+
+/*!
+    \variable OstAPIClient::MaximumCacheSize
+
+    The size of the answers' disk cache, in bytes: 10 MiB.
+*/
+
+/*!
+    \property OstAPIClient::baseURL
+    \brief The server the API paths are resolved against.
+
+    It starts as defaultBaseURL(). A base URL with a path (\c{https://cdn.example.com/quotes})
+    puts the API paths below it.
+*/
+
+/*!
+    \property OstAPIClient::transferTimeout
+    \brief The deadline of every request, in milliseconds from send to completion.
+
+    It is not a pause between bytes. Zero or less restores DefaultTransferTimeout.
+*/
+
+/*!
+    \property OstAPIClient::maximumAnswerSize
+    \brief The largest answer body accepted, in bytes.
+
+    Zero or less restores DefaultMaximumAnswerSize.
+*/
+
+/*!
+    \fn OstAPIClient::OstAPIClient(QObject *parent)
+
+    Constructs a client with \a parent, on defaultBaseURL(). Most code uses sharedClient().
+*/
+
+/*!
+    \fn OstAPIClient::~OstAPIClient()
+
+    Destroys the client, with its network access manager and the requests under way.
+*/
+
+/*!
+    \fn QNetworkAccessManager *OstAPIClient::networkAccessManager() const
+
+    Returns the network access manager the client sends through.
+*/
+
+/*!
+    \variable OstAPIClient::AnswerRule::keep
+
+    Sees a 200 JSON answer before it is kept: \c false and it is dropped, and whatever was kept
+    before stays.
+*/
+
+/*!
+    \variable OstAPIClient::AnswerRule::use
+
+    Sees a kept answer each time it could answer (online before the request is sent, offline
+    after the network failed); its \c fresh argument says whether the server's cache headers
+    still call it fresh. \c false and it is no answer at all.
+*/

@@ -24,35 +24,9 @@ class QNetworkDiskCache;
 class QQmlEngine;
 class QNetworkReply;
 
-// The HTTP client of the apps: JSON requests against one server, answers mapped onto
-// OTModel subclasses.
-//
-// Every completion is called exactly once, on the thread the client lives on (the GUI
-// thread for sharedClient()), with (result, no error) or (no result, error). When a
-// `context` object is given and has been destroyed by the time the answer arrives, the
-// completion is dropped instead.
-//
-// No request hangs or grows without bound (OTRequestGuard): each must end within
-// transferTimeout() from send to the last byte, redirects included; an answer larger than
-// maximumAnswerSize() is cut off as it arrives; at most OTRequestGuard::MaximumRedirects
-// redirects are followed. Each of these ends the request with an OTError::Network that says
-// which (the deadline's is also a timeout).
-//
-// Days already seen, offline: the answers of GET requests are kept in a disk cache under
-// "<CacheLocation>/api". A kept answer answers without the network while the server's
-// Cache-Control (max-age, at most a year; no-cache; no-store) or Expires calls it fresh;
-// after that the request goes to the server again. When the network fails (refused, unreachable, timed out),
-// a GET is answered from that cache if it holds the server's last answer to the same
-// request. A network-required request never reads or fills the cache.
-//
-// Nothing the network says is kept on trust: only a 200 answer whose body is a JSON object or
-// array is kept, and only when the AnswerRule for its path (setAnswerRule()) agrees; an error,
-// a cut answer or a refused one never replaces or removes an answer already kept. The rule
-// also decides, each time, whether a kept answer may still answer. The cache reads regular
-// files only: anything else found in its folder (a FIFO, a device, a link) is removed unread.
-//
-// In QML the singleton OstAPIClient (module OstFoundation) is the shared client, so a host
-// may point every screen at its server: `OstAPIClient.baseURL = "https://…"`.
+// The HTTP client of the apps: JSON requests against one server, answers mapped onto OTModel
+// subclasses.
+// The reference (scripts/docs) documents it in full.
 class OSTFOUNDATION_EXPORT OstAPIClient : public QObject
 {
     Q_OBJECT

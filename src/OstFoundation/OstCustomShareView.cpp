@@ -10,6 +10,25 @@
 
 #include <functional>
 
+/*!
+    \class OstCustomShareViewDelegate
+    \inmodule OstFoundation
+    \brief Told what the user picked in the share panel.
+
+    Implement it in a QObject (with Q_INTERFACES(OstCustomShareViewDelegate)) and hand that to
+    OstCustomShareView::setDelegate(). Every call does nothing by default.
+*/
+
+/*!
+    \qmltype OstCustomShareViewTemplate
+    \inqmlmodule OstFoundation
+    \instantiates OstCustomShareView
+    \brief The share panel's state and actions, without a look.
+
+    The base of the skin \l OstCustomShareView; the C++ class OstCustomShareView tells how the
+    panel behaves.
+*/
+
 namespace {
 
 const QUrl kSkinURL(QStringLiteral("qrc:/OstFoundation/OstCustomShareViewSkin.qml"));
@@ -127,6 +146,34 @@ struct OstCustomShareView::Private
     }
 };
 
+/*!
+    \class OstCustomShareView
+    \inmodule OstFoundation
+    \brief The share panel: a sheet that rises from the bottom of a screen over a dimmed
+    backdrop.
+
+    The sheet has one button per share target (icon and name, from OTSocialService::platforms()),
+    then "copy link", "copy text" and "more", and a cancel button. A tap on the backdrop or on
+    cancel takes it away (animated); so do the two copy buttons after telling the delegate. A
+    share target's button tells the delegate and leaves the panel where it is (the delegate
+    decides).
+
+    showSystemShareModuleWithActivityItems() opens the system's share route over a screen: a
+    second sheet listing what the desktop offers for the items (copy the link, a mail draft,
+    open in the browser), carried out through OTSocialService.
+
+    While it is up the panel holds the keyboard: it takes the focus from the screen when it
+    rises (Tab then goes through its buttons) and gives it back to the item that had it when it
+    goes (or to the screen, when that item can no longer take it). Esc, Backspace, Alt+Left and
+    the platform's back key take it away, as cancel does.
+
+    The delegate is a QObject implementing OstCustomShareViewDelegate, held weakly. The look is
+    the skin, the QML type \l {OstFoundation::OstCustomShareView}{OstCustomShareView}, whose
+    root is this type: it binds the sheets to the state below and eases \l presentation to where
+    the panel asks (a Behavior enabled while \l presentationAnimated holds); the panel leaves
+    the screen once a hide has arrived at 0. In QML the bare type is
+    \l {OstFoundation::OstCustomShareViewTemplate}{OstCustomShareViewTemplate}.
+*/
 OstCustomShareView::OstCustomShareView(QQuickItem *parent)
     : QQuickItem(parent)
     , d(new Private(this))
@@ -142,11 +189,17 @@ OstCustomShareView::~OstCustomShareView()
     delete d;
 }
 
+/*!
+    Returns a new panel with its skin, made in \a engine.
+*/
 OstCustomShareView *OstCustomShareView::create(QQmlEngine *engine)
 {
     return OTSkin::createAs<OstCustomShareView>(engine, kSkinURL, "_ostCustomShareViewSkin");
 }
 
+/*!
+    Sets the \a delegate: a QObject implementing OstCustomShareViewDelegate, held weakly.
+*/
 void OstCustomShareView::setDelegate(QObject *delegate)
 {
     if (delegate && !qobject_cast<OstCustomShareViewDelegate *>(delegate))
@@ -178,11 +231,19 @@ void OstCustomShareView::setPresentation(qreal presentation)
     Q_EMIT presentationChanged();
 }
 
+/*!
+    \property OstCustomShareView::platforms
+    \brief The share targets in panel order (OTSocialService::platforms()).
+*/
 QVariantList OstCustomShareView::platforms() const
 {
     return OTSocialService::platforms();
 }
 
+/*!
+    Lays the panel over \a controller (filling it, on top of its children) and raises the sheet,
+    \a animated or at once.
+*/
 void OstCustomShareView::showInController(OTCommonsViewController *controller, bool animated)
 {
     if (!controller) {
@@ -195,6 +256,10 @@ void OstCustomShareView::showInController(OTCommonsViewController *controller, b
     d->moveTo(1, animated, {});
 }
 
+/*!
+    Lowers the sheet (and the system share sheet), \a animated or at once, and takes the panel
+    off the screen.
+*/
 void OstCustomShareView::hideWithAnimated(bool animated)
 {
     d->setSystemShareShowing(false);
@@ -212,6 +277,9 @@ void OstCustomShareView::hideWithAnimated(bool animated)
     });
 }
 
+/*!
+    Opens the system share route for \a activityItems (strings and URLs) over \a controller.
+*/
 void OstCustomShareView::showSystemShareModuleWithActivityItems(const QVariantList &activityItems,
                                                                 OTCommonsViewController *controller)
 {
@@ -229,6 +297,9 @@ void OstCustomShareView::showSystemShareModuleWithActivityItems(const QVariantLi
     d->moveTo(1, true, {});
 }
 
+/*!
+    What a share target's button calls: tells the delegate about \a platformType.
+*/
 void OstCustomShareView::platformClicked(int platformType)
 {
     if (!isPlatform(platformType))
@@ -237,11 +308,17 @@ void OstCustomShareView::platformClicked(int platformType)
         delegate->shareViewShareToPlatform(this, platformType);
 }
 
+/*!
+    What "copy link" calls: tells the delegate, with \a sender, then hides the panel.
+*/
 void OstCustomShareView::copyLinkClicked(QObject *sender)
 {
     tellDelegateThenHide(&OstCustomShareViewDelegate::shareViewCopyLinkClicked, sender);
 }
 
+/*!
+    What "copy text" calls: tells the delegate, with \a sender, then hides the panel.
+*/
 void OstCustomShareView::copyTextClicked(QObject *sender)
 {
     tellDelegateThenHide(&OstCustomShareViewDelegate::shareViewCopyTextClicked, sender);
@@ -258,12 +335,18 @@ void OstCustomShareView::tellDelegateThenHide(void (OstCustomShareViewDelegate::
         hideWithAnimated(true);
 }
 
+/*!
+    What "more" calls: tells the delegate, with \a sender.
+*/
 void OstCustomShareView::moreClicked(QObject *sender)
 {
     if (OstCustomShareViewDelegate *delegate = d->delegate())
         delegate->shareViewMoreButtonClicked(this, sender);
 }
 
+/*!
+    What cancel and the backdrop call: hides the panel, animated.
+*/
 void OstCustomShareView::cancelClicked()
 {
     hideWithAnimated(true);
@@ -284,6 +367,10 @@ void OstCustomShareView::keyPressEvent(QKeyEvent *event)
     cancelClicked();
 }
 
+/*!
+    What an entry of the system share sheet calls: carries out \a activity (\c copy, \c mail or
+    \c browser) through OTSocialService and hides the panel.
+*/
 void OstCustomShareView::systemShareActivityClicked(const QString &activity)
 {
     QPointer<OstCustomShareView> self(this);
@@ -291,3 +378,206 @@ void OstCustomShareView::systemShareActivityClicked(const QString &activity)
     if (self)
         hideWithAnimated(true);
 }
+
+/*!
+    \fn OstCustomShareViewDelegate::~OstCustomShareViewDelegate()
+
+    Destroys the delegate.
+*/
+
+/*!
+    \fn void OstCustomShareViewDelegate::shareViewShareToPlatform(OstCustomShareView *shareView, int platformType)
+
+    Called when a share target's button of \a shareView was pressed; \a platformType is an
+    OTSharePlatformType.
+*/
+
+/*!
+    \fn void OstCustomShareViewDelegate::shareViewCopyLinkClicked(OstCustomShareView *shareView, QObject *sender)
+
+    Called when "copy link" of \a shareView was pressed. \a sender is the button (unused by most
+    delegates).
+*/
+
+/*!
+    \fn void OstCustomShareViewDelegate::shareViewCopyTextClicked(OstCustomShareView *shareView, QObject *sender)
+
+    Called when "copy text" of \a shareView was pressed: the quote in view as plain text.
+    \a sender is the button.
+*/
+
+/*!
+    \fn void OstCustomShareViewDelegate::shareViewMoreButtonClicked(OstCustomShareView *shareView, QObject *sender)
+
+    Called when "more" of \a shareView was pressed: the system's share route. \a sender is the
+    button.
+*/
+
+/*!
+    \qmlproperty real OstCustomShareViewTemplate::presentation
+
+    0 out of view (below the screen), 1 fully risen. Set to where the sheet is asked to go; the
+    skin's motion writes the steps on the way.
+*/
+
+/*!
+    \qmlproperty bool OstCustomShareViewTemplate::presentationAnimated
+    \readonly
+
+    Whether the move of the sheet under way eases (true) or jumps (false).
+*/
+
+/*!
+    \qmlproperty bool OstCustomShareViewTemplate::sheetMoving
+
+    Set by the skin while its motion of the sheet runs (bound to its animation's \c running): a
+    move of the sheet ends when that motion does.
+*/
+
+/*!
+    \qmlproperty bool OstCustomShareViewTemplate::holdsKeyboard
+
+    Set by the skin while what it shows of the panel has the keyboard (the module's skin holds
+    it in a Popup, outside the panel's own item). When the panel goes, the keyboard goes back to
+    the item that had it only if the panel holds it.
+*/
+
+/*!
+    \qmlproperty bool OstCustomShareViewTemplate::showing
+    \readonly
+
+    Whether the panel is up (or rising).
+*/
+
+/*!
+    \qmlproperty bool OstCustomShareViewTemplate::systemShareShowing
+    \readonly
+
+    Whether the system share route's sheet is in the share targets' place.
+*/
+
+/*!
+    \qmlproperty list OstCustomShareViewTemplate::platforms
+    \readonly
+
+    The share targets in panel order: maps with \c type, \c title, \c icon and
+    \c iconHighlighted.
+*/
+
+/*!
+    \qmlproperty list OstCustomShareViewTemplate::activityItems
+    \readonly
+
+    The items the system share route was opened for.
+*/
+
+/*!
+    \qmlmethod void OstCustomShareViewTemplate::showInController(OTCommonsViewController controller, bool animated)
+
+    Lays the panel over \a controller and raises the sheet, \a animated or at once.
+*/
+
+/*!
+    \qmlmethod void OstCustomShareViewTemplate::hideWithAnimated(bool animated)
+
+    Lowers the sheet (and the system share sheet), \a animated or at once, and takes the panel
+    off the screen.
+*/
+
+/*!
+    \qmlmethod void OstCustomShareViewTemplate::showSystemShareModuleWithActivityItems(list activityItems, OTCommonsViewController controller)
+
+    Opens the system share route for \a activityItems (strings and URLs) over \a controller.
+*/
+
+/*!
+    \qmlmethod void OstCustomShareViewTemplate::platformClicked(int platformType)
+
+    What a share target's button calls, with its \a platformType.
+*/
+
+/*!
+    \qmlmethod void OstCustomShareViewTemplate::copyLinkClicked(QtObject sender)
+
+    What "copy link" calls, with the button as \a sender.
+*/
+
+/*!
+    \qmlmethod void OstCustomShareViewTemplate::copyTextClicked(QtObject sender)
+
+    What "copy text" calls, with the button as \a sender.
+*/
+
+/*!
+    \qmlmethod void OstCustomShareViewTemplate::moreClicked(QtObject sender)
+
+    What "more" calls, with the button as \a sender.
+*/
+
+/*!
+    \qmlmethod void OstCustomShareViewTemplate::cancelClicked()
+
+    What cancel and the backdrop call.
+*/
+
+/*!
+    \qmlmethod void OstCustomShareViewTemplate::systemShareActivityClicked(string activity)
+
+    What an entry of the system share sheet calls: \a activity is \c copy, \c mail or
+    \c browser.
+*/
+
+/*!
+    \property OstCustomShareView::presentation
+    \brief 0 out of view (below the screen), 1 fully risen.
+
+    Set here to where the sheet is asked to go; the skin's motion writes the steps on the way.
+*/
+
+/*!
+    \property OstCustomShareView::presentationAnimated
+    \brief Whether the move of the sheet under way eases (true) or jumps (false).
+*/
+
+/*!
+    \property OstCustomShareView::sheetMoving
+    \brief Whether the skin's motion of the sheet runs; set by the skin.
+*/
+
+/*!
+    \property OstCustomShareView::holdsKeyboard
+    \brief Whether what the skin shows of the panel has the keyboard; set by the skin.
+*/
+
+/*!
+    \property OstCustomShareView::showing
+    \brief Whether the panel is up (or rising).
+*/
+
+/*!
+    \property OstCustomShareView::systemShareShowing
+    \brief Whether the system share route's sheet is in the share targets' place.
+*/
+
+/*!
+    \property OstCustomShareView::activityItems
+    \brief The items the system share route was opened for.
+*/
+
+/*!
+    \fn OstCustomShareView::OstCustomShareView(QQuickItem *parent)
+
+    Constructs a panel without a skin, with \a parent. Use create() for a panel with its skin.
+*/
+
+/*!
+    \fn OstCustomShareView::~OstCustomShareView()
+
+    Destroys the panel.
+*/
+
+/*!
+    \fn QObject *OstCustomShareView::delegate() const
+
+    Returns the delegate, or null.
+*/

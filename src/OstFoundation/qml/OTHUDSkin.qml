@@ -1,6 +1,17 @@
 import QtQuick
 import OstFoundation
 
+/*!
+    \qmltype OTHUD
+    \inqmlmodule OstFoundation
+    \inherits OTHUDTemplate
+    \brief A transient message over a window, skin included.
+
+    A dark rounded box in the middle of the window with white text, and a tick (status 1) or a
+    cross (status 2) above the text. It lets every touch through. When its time is up it is
+    asked for \l {OTHUDTemplate::}{presentation} 0, and fades there over OTPalette.fadeDuration.
+    Global::showHUB() shows one.
+*/
 // A transient message over a window: a dark rounded box in the middle, white text, with a
 // tick (status 1) or a cross (status 2) above the text. It lets every touch through. When
 // its time is up it is asked for presentation 0, and fades there.

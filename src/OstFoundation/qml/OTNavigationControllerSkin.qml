@@ -2,6 +2,24 @@ import QtQuick
 import QtQuick.Templates as T
 import OstFoundation
 
+/*!
+    \qmltype OTNavigationController
+    \inqmlmodule OstFoundation
+    \inherits OTNavigationControllerTemplate
+    \brief A navigation host, skin included: a stack of screens under a navigation bar.
+
+    A white bar, 44 high with a hairline at its foot, over the stack of screens. The bar carries
+    a back button on the left (only with a screen to go back to) and the top screen's title in
+    its middle. A screen stands under the bar while it shows and takes the whole host while it is
+    hidden: the screen at rest on top grows as the bar slides up out of view. A slide between
+    screens moves nothing but the slide: the screen coming in stands where it will stay from its
+    first frame (a screen that hides the bar comes in full height while the bar slides away above
+    it), the one going out where it was.
+
+    The host asks, the skin does: each request is carried out on the skin's StackView at once,
+    and the StackView's \c busy goes back to the host, which finishes its screens' changes when
+    it falls. From C++, OTNavigationController::create() makes one.
+*/
 // The look of a navigation host: a white bar, 44 high with a hairline at its foot, over the
 // stack of screens. The bar carries a back button on the left (only with a screen to go back
 // to) and the top screen's title in its middle. A screen stands under the bar while it shows

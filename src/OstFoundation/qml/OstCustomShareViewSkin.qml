@@ -2,6 +2,24 @@ import QtQuick
 import QtQuick.Templates as T
 import OstFoundation
 
+/*!
+    \qmltype OstCustomShareView
+    \inqmlmodule OstFoundation
+    \inherits OstCustomShareViewTemplate
+    \brief The share panel, skin included.
+
+    A dimmed backdrop over the whole screen and a white sheet that rises from the bottom edge: a
+    title, the share targets four to a row (icon over its name), a row with "copy link", "copy
+    text" and "more", and a cancel bar. The system share route is a second sheet of the same make
+    that takes the first one's place. Every button takes the keyboard by Tab, shows a ring while
+    it has it and is pressed by Enter or Space; screen readers find the panel as a dialog and each
+    button by its name.
+
+    The sheet eases to where the panel asks: \l {OstCustomShareViewTemplate::}{presentation}
+    moves over OTPalette.sheetDuration while
+    \l {OstCustomShareViewTemplate::}{presentationAnimated} holds. From C++,
+    OstCustomShareView::create() makes one.
+*/
 // The look of the share panel: a dimmed backdrop over the whole screen and a white sheet
 // that rises from the bottom edge: a title, the share targets four to a row (icon over its
 // name), a row with "copy link", "copy text" and "more", and a cancel bar. The system share route is a

@@ -7,6 +7,30 @@
 #include <QJsonDocument>
 #include <QStringList>
 
+/*!
+    \headerfile <OstAPIClient+Quote.h>
+    \inmodule OstQuote
+    \title The quote calls
+    \brief The quote calls of the API client.
+
+    Each takes the client to use (usually OstAPIClient::sharedClient()) and calls its block once,
+    on the client's thread, with a result or an OTError that says whether the network, the HTTP
+    status or the body was at fault. With a \c context, an answer that arrives after the context
+    is destroyed is dropped.
+
+    Offline, a day already fetched is answered from the client's disk cache, which keeps a day's
+    answer only when it is that day's quote. A kept "today" answers only while the server's cache
+    headers call it fresh and its day is still today by OTClock; after that "today" needs the
+    network, and fails without it.
+
+    \code
+    updateQuoteWithBlock(OstAPIClient::sharedClient(), [](OTModelPtr result, const OTError &error) {
+        if (error)
+            qWarning() << error.description();
+    });
+    \endcode
+*/
+
 namespace {
 
 // The day an answer holds: its assign_date when that is a day key, else nothing.
@@ -49,6 +73,13 @@ void keepOnlyRightDays(OstAPIClient *client)
 
 } // namespace
 
+/*!
+    \relates <OstAPIClient+Quote.h>
+
+    Asks \a client for the quote of the day \a date (\c yyyy-MM-dd) and hands it to \a block. The
+    word \c today asks for today's quote without storing it. An answer that arrives after
+    \a context is destroyed is dropped.
+*/
 void getQuoteWithDate(OstAPIClient *client, const QString &date, OstQuoteBlock block, QObject *context)
 {
     keepOnlyRightDays(client);
@@ -63,6 +94,13 @@ void getQuoteWithDate(OstAPIClient *client, const QString &date, OstQuoteBlock b
         context);
 }
 
+/*!
+    \relates <OstAPIClient+Quote.h>
+
+    Asks \a client for today's quote and keeps it as the latest quote (updateQuote()) when it
+    arrives. The \a block, when given, sees the answer whether or not it could be stored. An
+    answer that arrives after \a context is destroyed is dropped.
+*/
 void updateQuoteWithBlock(OstAPIClient *client, OstQuoteUpdateBlock block, QObject *context)
 {
     keepOnlyRightDays(client);
@@ -79,6 +117,12 @@ void updateQuoteWithBlock(OstAPIClient *client, OstQuoteUpdateBlock block, QObje
         context);
 }
 
+/*!
+    \relates <OstAPIClient+Quote.h>
+
+    Asks \a client for the batch of coming days' quotes, always from the network, and hands it to
+    \a block. An answer that arrives after \a context is destroyed is dropped.
+*/
 void getQuotesWithBlock(OstAPIClient *client, OstQuotesBlock block, QObject *context)
 {
     client->modelWithAPI(
@@ -94,3 +138,46 @@ void getQuotesWithBlock(OstAPIClient *client, OstQuotesBlock block, QObject *con
         },
         context);
 }
+
+/*!
+    \typedef OstQuoteBlock
+    \relates <OstAPIClient+Quote.h>
+
+    The block of getQuoteWithDate(): \c{void(OstQuotePtr quote, const OTError &error)}.
+*/
+
+/*!
+    \typedef OstQuotesBlock
+    \relates <OstAPIClient+Quote.h>
+
+    The block of getQuotesWithBlock(): \c{void(const QList<OstQuotePtr> &quotes, const OTError
+    &error)}.
+*/
+
+/*!
+    \typedef OstQuoteUpdateBlock
+    \relates <OstAPIClient+Quote.h>
+
+    The block of updateQuoteWithBlock(): \c{void(OTModelPtr result, const OTError &error)}.
+*/
+
+/*!
+    \variable OstQuoteDayAPI
+    \relates <OstAPIClient+Quote.h>
+
+    The path of a day's quote: \c{/api/v2/quote/quotes/{date}/}.
+*/
+
+/*!
+    \variable OstQuoteTodayAPI
+    \relates <OstAPIClient+Quote.h>
+
+    The path of today's quote: \c{/api/v2/quote/quotes/today/}.
+*/
+
+/*!
+    \variable OstQuoteBatchAPI
+    \relates <OstAPIClient+Quote.h>
+
+    The path of the batch of coming days' quotes: \c{/api/v2/quote/quotes/batch/}.
+*/

@@ -15,9 +15,5 @@ inline constexpr const char *OstQuoteLatestQuoteKey = "kNewQuote";
 // could not be read are never written over; a damaged settings file is first moved aside.
 OSTQUOTE_EXPORT bool updateQuote(const OstQuote *quote, OTError *error = nullptr);
 
-// The record stored by the last successful updateQuote(), or null on a fresh store. The
-// unarchived object is returned as it comes, whatever its class: callers check it. A
-// damaged entry gives null, with the reason in `error` (or in one line of the log when no
-// `error` is passed); it stays until the next update replaces it. A settings file that cannot be read or decoded gives null and
-// the store's error.
+// The record stored by the last successful updateQuote(), or null on a fresh store.
 OSTQUOTE_EXPORT OTModelPtr latestQuote(OTError *error = nullptr);

@@ -7,19 +7,8 @@
 #include <QUrl>
 #include <QtQml/qqmlregistration.h>
 
-// The module's own links, and the day each one names. Two kinds lead to a day:
-//
-// - the app link "ostquote://day/YYYY-MM-DD", for notifications and for the host's own
-//   features ("this day last year");
-// - the share page link the quote server hands out with every quote,
-//   "<server>/share/quotes/YYYY-MM-DD/", with or without "?via=<target>". It counts only when
-//   it points at the quote server (the server's scheme, http or https, host, port and path);
-//   the same path on any other host is somebody else's page.
-//
-// Anything else is not a day link: dayOfLink() gives a null string. The day must be a real
-// one; whether the quotes reach that far back (or forward) is the viewer's to decide.
-//
-// In QML the type is the singleton OstQuoteLink: `OstQuoteLink.dayOf(url)`.
+// The module's own links, and the day each one names.
+// The reference (scripts/docs) documents it in full.
 class OSTQUOTE_EXPORT OstQuoteLink : public QObject
 {
     Q_OBJECT

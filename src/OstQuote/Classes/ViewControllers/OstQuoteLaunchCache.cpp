@@ -28,6 +28,20 @@
 #include <sched.h>
 #endif
 
+/*!
+    \class OstQuoteLaunchCache
+    \inmodule OstQuote
+    \brief The launch screen's cache on disk: one file per coming day, filled for the launches to
+    come.
+
+    The files are in directoryPath(), each named by its day key and holding that day's quote
+    archive.
+
+    The batch a launch asks for belongs to the process, not to the screen that asked: a host that
+    takes its launch screen away before the answer comes (most launches on a slow network) still
+    has the batch filed. The one cache lives on the GUI thread; it files each batch on the global
+    thread pool and, when the application goes, waits for the files being written.
+*/
 OstQuoteLaunchCache::OstQuoteLaunchCache(QObject *parent)
     : QObject(parent)
 {
@@ -40,6 +54,9 @@ OstQuoteLaunchCache::~OstQuoteLaunchCache()
     waitForPendingWrites();
 }
 
+/*!
+    Returns the cache of the process, made on first use on the application's thread.
+*/
 OstQuoteLaunchCache *OstQuoteLaunchCache::sharedCache()
 {
     static QPointer<OstQuoteLaunchCache> cache;
@@ -58,6 +75,9 @@ OstQuoteLaunchCache *OstQuoteLaunchCache::sharedCache()
     return cache;
 }
 
+/*!
+    Returns \c{<CacheLocation>/launch_quotes}, created (with its parents) on every call.
+*/
 QString OstQuoteLaunchCache::directoryPath()
 {
     const QString path =
@@ -67,6 +87,12 @@ QString OstQuoteLaunchCache::directoryPath()
     return path;
 }
 
+/*!
+    Returns today's quote (by the foundation's clock and zone), or null: no file for today, or one
+    that cannot be read as a quote archive. Only a regular file of at most MaximumFileSize is
+    read; anything else counts as damaged. A damaged file is reported in one log line and left in
+    place: the next batch may replace it.
+*/
 OstQuotePtr OstQuoteLaunchCache::loadTodaysQuote() const
 {
     const QString path = directoryPath() + QLatin1Char('/') + descriptionWithFormat(OTClock::now());
@@ -79,6 +105,15 @@ OstQuotePtr OstQuoteLaunchCache::loadTodaysQuote() const
     return model.objectCast<OstQuote>();
 }
 
+/*!
+    Asks the shared API client for the batch; a successful answer is filed on the thread pool. A
+    failure files nothing and says nothing.
+
+    With a \a screen, the request goes once the screen's window has shown its next frame, or for
+    a screen not yet in a window, the first frame after it is put in one (within FetchDelayLimit
+    at most): nothing of it is shown by this launch, and the first frame need not wait for the
+    network's set-up.
+*/
 void OstQuoteLaunchCache::fetchQuotes(QQuickItem *screen)
 {
     if (screen) {
@@ -159,6 +194,11 @@ private:
 
 } // namespace
 
+/*!
+    Files \a quotes, one file per assign_date (a later one of the same day wins), then
+    prefetches each quote's first picture. Runs on the calling thread (any); returns the day keys
+    written, in order, and announces them with quotesCached().
+*/
 QStringList OstQuoteLaunchCache::cacheQuotes(const QList<OstQuotePtr> &quotes)
 {
     if (quotes.isEmpty())
@@ -189,8 +229,36 @@ QStringList OstQuoteLaunchCache::cacheQuotes(const QList<OstQuotePtr> &quotes)
     return written;
 }
 
+/*!
+    Blocks until every batch being filed is on disk (GUI thread).
+*/
 void OstQuoteLaunchCache::waitForPendingWrites()
 {
     for (const Write &write : std::as_const(m_writes))
         write.watcher->waitForFinished();
 }
+
+/*!
+    \variable OstQuoteLaunchCache::MaximumFileSize
+
+    The largest file read back: 1 MiB (a day's archive is a few hundred bytes).
+*/
+
+/*!
+    \variable OstQuoteLaunchCache::FetchDelayLimit
+
+    The longest a fetch waits for its screen's next frame, in milliseconds.
+*/
+
+/*!
+    \fn int OstQuoteLaunchCache::pendingWriteCount() const
+
+    Returns the batches answered and not yet on disk (GUI thread).
+*/
+
+/*!
+    \fn void OstQuoteLaunchCache::quotesCached(const QStringList &dayKeys)
+
+    This signal is emitted when a batch has been filed; \a dayKeys are the files written, in
+    order. It is emitted on the thread that wrote them.
+*/

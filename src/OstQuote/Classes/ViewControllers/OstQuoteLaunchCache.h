@@ -12,11 +12,7 @@ class QQuickItem;
 
 // The launch cache on disk: one file per day in "<CacheLocation>/launch_quotes", named by the
 // day key and holding that day's quote archive, filled for the launches to come.
-//
-// The batch a launch asks for belongs to the process, not to the screen that asked: a host
-// that takes its launch screen away before the answer comes (most launches on a slow network)
-// still has the batch filed. The one cache lives on the GUI thread; it files each batch on the
-// global thread pool and, when the application goes, waits for the files being written.
+// The reference (scripts/docs) documents it in full.
 class OSTQUOTE_EXPORT OstQuoteLaunchCache : public QObject
 {
     Q_OBJECT

@@ -34,23 +34,7 @@ Q_DECLARE_INTERFACE(OstQuoteLaunchViewControllerDelegate, OstQuoteLaunchViewCont
 
 // The splash a host shows while it starts: today's sentence under a large picture, the logo in
 // the bottom right corner and a framed button at the top right that opens the quote viewer.
-//
-// Today's quote comes from the launch cache on disk, filled by earlier launches: one file per
-// day in "<CacheLocation>/launch_quotes", named by the day key and holding the quote's archive.
-// Without a file for today the screen shows a fixed sentence over the default picture. Every
-// launch also asks the server for the batch of coming days and files it, on the thread pool,
-// for the launches to come (never showing it), and prefetches each quote's first picture into
-// the picture cache.
-//
-// 2.5 seconds after each appearance the delegate (a QObject implementing
-// OstQuoteLaunchViewControllerDelegate, held weakly) is told that the host may remove the
-// screen; willDismiss() is emitted at the same moments for QML hosts. The screen never removes
-// itself. The button stops the countdown and pushes a quote viewer; on the way back the
-// delegate is told at once and again 2.5 seconds after the screen has reappeared.
-//
-// The look is the skin OstQuoteLaunchViewControllerSkin.qml (root: this type), which declares
-// the picture, the sentence, the logo and the button, hands them over through the properties
-// below and binds to the rendered state.
+// The reference (scripts/docs) documents it in full.
 class OSTQUOTE_EXPORT OstQuoteLaunchViewController : public OTCommonsViewController
 {
     Q_OBJECT

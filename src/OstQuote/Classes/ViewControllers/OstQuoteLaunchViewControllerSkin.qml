@@ -3,6 +3,34 @@ import QtQuick.Templates as T
 import OstFoundation
 import OstQuote
 
+/*!
+    \qmltype OstQuoteLaunchViewController
+    \inqmlmodule OstQuote
+    \inherits OstQuoteLaunchViewControllerTemplate
+    \brief The launch screen, skin included: today's sentence under a large picture.
+
+    Back to front: the picture, the logo, the sentence and the button. The logo sits 16 from the
+    right edge and 20 above the bottom, at its image's own size; the sentence ends 16 above the
+    logo, 26 in from either side, as tall as its text; the picture takes the full width and
+    everything above the sentence but a 22-point gap. The button floats 20 below the top edge,
+    right-aligned with the logo, 80 wide and as tall as its title.
+
+    Put it first on a StackView and take it away when it says so:
+
+    \qml
+    StackView {
+        id: stack
+        anchors.fill: parent
+        initialItem: OstQuoteLaunchViewController {
+            onWillDismiss: stack.replace(home)
+        }
+    }
+    \endqml
+
+    \l {OstQuoteLaunchViewControllerTemplate::willDismiss()}{willDismiss()} comes 2.5 s after
+    each appearance, so also on the way back from the viewer: act once. The button pushes a quote
+    viewer on the same StackView.
+*/
 // The look of the launch screen. Back to front: the picture, the logo, the sentence and the
 // button.
 //

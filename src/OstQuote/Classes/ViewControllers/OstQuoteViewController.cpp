@@ -23,6 +23,17 @@
 #include <cmath>
 #include <utility>
 
+/*!
+    \qmltype OstQuoteViewControllerTemplate
+    \inqmlmodule OstQuote
+    \instantiates OstQuoteViewController
+    \inherits OTCommonsViewController
+    \brief The quote viewer's state and actions, without a look.
+
+    The base of the skin \l OstQuoteViewController. The C++ class OstQuoteViewController tells
+    what the viewer asks of the server, the day it opens at and its keys.
+*/
+
 namespace {
 
 const QUrl kSkinURL(QStringLiteral("qrc:/OstQuote/OstQuoteViewControllerSkin.qml"));
@@ -30,6 +41,66 @@ constexpr qint64 kSecondsPerDay = 86400;
 
 } // namespace
 
+/*!
+    \class OstQuoteViewController
+    \inmodule OstQuote
+    \brief The quote viewer: a full-screen gallery with one page per day from today back to
+    1 October 2016.
+
+    A back button and a share button sit over its top corners, and the app's logo, which only
+    share pictures show. Swipe right to go back in time, tap the picture to slide the text off it
+    and back, share with the button at the top right. Push it onto the foundation's navigation
+    host; it hides the bar while it is in view and its back button pops it:
+
+    \code
+    navigation->pushViewController(OstQuoteViewController::create(view.engine()), true);
+    \endcode
+
+    \section1 What it asks of the server
+
+    On load it asks the server for today's quote; its answer fixes "today", is kept and loads the
+    gallery. From then on each day is asked for one swipe ahead: when the gallery comes to rest on
+    a page, the day before it and (if still missing) its own day are requested, and a page is
+    filled from the answers kept so far whenever the gallery asks for it. Nothing is retried or
+    reported: a day that failed is simply asked for again at the next rest.
+
+    If today's quote cannot be had (the server is down, the device is offline and today's answer
+    was never kept), the viewer asks once, when it loads, and never again: it stays black, with
+    its back and share buttons over it. A host that wants a retry pops the viewer and pushes a new
+    one.
+
+    \section1 The day it opens at
+
+    It opens at today, or at the day initialDay names when the host has set it (a day key,
+    \c yyyy-MM-dd; OstQuoteLink gives the day of a link). The day is shown once the calendar is
+    known, that is once today's answer has come: the gallery then rests at that day's page and
+    asks for its days as at any rest, the older neighbour first. showDay() turns to a day later
+    on. A day outside the calendar (before StartDayKey or after today) is refused with a warning,
+    and the viewer opens at today (or, later on, stays where it is).
+
+    \section1 Keys
+
+    Left and PageUp turn to the day before, Right and PageDown to the day after, Home to today
+    and End to the first day, each as a swipe would (the wheel pages through the gallery's scroll
+    view the same way). Esc, Backspace, Alt+Left and the platform's back key close the share
+    panel when it is up, and otherwise take the user back from the screen, whatever the chrome
+    shows.
+
+    \section1 Sharing
+
+    The share button raises the share panel (OstCustomShareView), with this screen as its
+    delegate; the shares go through OTSocialService::defaultService(). A share to a target takes
+    the share picture first, in the Screenshot chrome.
+
+    \section1 The skin
+
+    The look is the skin, the QML type \l {OstQuote::OstQuoteViewController}
+    {OstQuoteViewController}, whose root is this type: it declares the gallery (handed over
+    through galleryView), the two buttons and the logo, and shows the buttons or the logo as
+    \l chrome says. The buttons stand back while the share panel is up, which holds the keyboard
+    then. In QML the bare type is
+    \l {OstQuote::OstQuoteViewControllerTemplate}{OstQuoteViewControllerTemplate}.
+*/
 OstQuoteViewController::OstQuoteViewController(QQuickItem *parent)
     : OTCommonsViewController(parent)
 {
@@ -37,6 +108,10 @@ OstQuoteViewController::OstQuoteViewController(QQuickItem *parent)
 
 OstQuoteViewController::~OstQuoteViewController() = default;
 
+/*!
+    Returns a new viewer with its skin, made in \a engine; push it onto an
+    OTNavigationController.
+*/
 OstQuoteViewController *OstQuoteViewController::create(QQmlEngine *engine)
 {
     return OTSkin::createAs<OstQuoteViewController>(engine, kSkinURL, "_ostQuoteViewControllerSkin");
@@ -44,6 +119,10 @@ OstQuoteViewController *OstQuoteViewController::create(QQmlEngine *engine)
 
 // Calendar
 
+/*!
+    Returns the instant today's answer fixed as "today": page index 0. Each further index is one
+    day (86400 s) earlier.
+*/
 QDateTime OstQuoteViewController::dateToday()
 {
     if (!m_dateToday.isValid())
@@ -51,17 +130,28 @@ QDateTime OstQuoteViewController::dateToday()
     return m_dateToday;
 }
 
+/*!
+    Fixes "today" at \a date.
+*/
 void OstQuoteViewController::setDateToday(const QDateTime &date)
 {
     m_dateToday = date;
 }
 
+/*!
+    Returns the day key of the page \a index.
+*/
 QString OstQuoteViewController::convertToDateStringWithIndex(qint64 index)
 {
     const qint64 seconds = index * -kSecondsPerDay;
     return descriptionWithFormat(dateToday().addSecs(seconds), QStringLiteral("yyyy-MM-dd"));
 }
 
+/*!
+    Returns the page index of the day key \a dayKey, or -1 when the calendar does not hold that
+    day. A day between the first day and today that no page is labelled with (the fixed step
+    passes over a day when the clocks go forward) gets its neighbour's page.
+*/
 qint64 OstQuoteViewController::indexOfDay(const QString &dayKey)
 {
     if (!OstQuoteLink::isDayKey(dayKey) || dayKey < QLatin1String(StartDayKey))
@@ -98,6 +188,11 @@ void OstQuoteViewController::setInitialDay(const QString &dayKey)
         showDay(dayKey);
 }
 
+/*!
+    Turns to the page of \a dayKey as a swipe that lands there would, or, before today's answer,
+    makes it the day to open at. Returns \c false, with a warning, for what is not a day key or a
+    day outside the calendar; \c false too while a finger holds the gallery.
+*/
 bool OstQuoteViewController::showDay(const QString &dayKey)
 {
     if (!OstQuoteLink::isDayKey(dayKey)) {
@@ -139,6 +234,10 @@ void OstQuoteViewController::fillPageInView(const OstQuotePtr &quote)
         page->setQuote(quote);
 }
 
+/*!
+    Returns the number of days from the first day to today (by OTClock): the pages of
+    \a galleryView.
+*/
 qint64 OstQuoteViewController::numberOfQuotesInGalleryView(OstQuoteGalleryView *galleryView)
 {
     Q_UNUSED(galleryView);
@@ -152,6 +251,9 @@ qint64 OstQuoteViewController::numberOfQuotesInGalleryView(OstQuoteGalleryView *
 
 // Start
 
+/*!
+    Hands the gallery its data source and delegate and asks for today's quote.
+*/
 void OstQuoteViewController::viewDidLoad()
 {
     OTCommonsViewController::viewDidLoad();
@@ -183,6 +285,10 @@ void OstQuoteViewController::setupSubviews()
 
 // Requests
 
+/*!
+    Asks the server for the day \a date (\c yyyy-MM-dd or \c today); the answer is kept and,
+    with \a shouldReload, reloads the gallery.
+*/
 void OstQuoteViewController::requestQuoteWithDate(const QString &date, bool shouldReload)
 {
     getQuoteWithDate(
@@ -216,6 +322,9 @@ void OstQuoteViewController::requestQuoteWithDate(const QString &date, bool shou
 
 // Gallery
 
+/*!
+    Returns a page of \a galleryView for \a index, filled with its day's quote when it has come.
+*/
 OstQuoteView *OstQuoteViewController::galleryViewQuoteAtIndex(OstQuoteGalleryView *galleryView, qint64 index)
 {
     OstQuoteView *page = galleryView->dequeueReusableView();
@@ -226,6 +335,9 @@ OstQuoteView *OstQuoteViewController::galleryViewQuoteAtIndex(OstQuoteGalleryVie
     return page;
 }
 
+/*!
+    Asks for the days around \a index, where \a galleryView is going.
+*/
 void OstQuoteViewController::galleryViewDidScrollToIndex(OstQuoteGalleryView *galleryView, qint64 index)
 {
     Q_UNUSED(galleryView);
@@ -286,11 +398,18 @@ void OstQuoteViewController::keyPressEvent(QKeyEvent *event)
 
 // Navigation
 
+/*!
+    Returns portrait only.
+*/
 Qt::ScreenOrientations OstQuoteViewController::supportedInterfaceOrientations() const
 {
     return Qt::PortraitOrientation;
 }
 
+/*!
+    Hides the navigation bar as the viewer appears (the back button stands in for it); the bar
+    slides whether or not the screen's own change is \a animated.
+*/
 void OstQuoteViewController::viewWillAppear(bool animated)
 {
     OTCommonsViewController::viewWillAppear(animated);
@@ -299,6 +418,10 @@ void OstQuoteViewController::viewWillAppear(bool animated)
         navigation->setNavigationBarHidden(true, true);
 }
 
+/*!
+    Shows the navigation bar again as the viewer leaves; the bar slides whether or not the
+    screen's own change is \a animated.
+*/
 void OstQuoteViewController::viewWillDisappear(bool animated)
 {
     OTCommonsViewController::viewWillDisappear(animated);
@@ -306,41 +429,76 @@ void OstQuoteViewController::viewWillDisappear(bool animated)
         navigation->setNavigationBarHidden(false, true);
 }
 
+/*!
+    \property OstQuoteViewController::backImage
+    \brief The back button's image.
+*/
 QUrl OstQuoteViewController::backImage() const
 {
     return ostrelNavigationBackImage();
 }
 
+/*!
+    \property OstQuoteViewController::backHighlightImage
+    \brief The back button's pressed look.
+*/
 QUrl OstQuoteViewController::backHighlightImage() const
 {
     return ostrelNavigationBackHighlightImage();
 }
 
+/*!
+    \property OstQuoteViewController::shareImage
+    \brief The share button's image.
+*/
 QUrl OstQuoteViewController::shareImage() const
 {
     return OTSocialService::shareIconImageForBar();
 }
 
+/*!
+    \property OstQuoteViewController::shareHighlightImage
+    \brief The share button's pressed look.
+*/
 QUrl OstQuoteViewController::shareHighlightImage() const
 {
     return OTSocialService::highlightedShareIconImageForBar();
 }
 
+/*!
+    \property OstQuoteViewController::logoImage
+    \brief The logo shown in share pictures.
+*/
 QUrl OstQuoteViewController::logoImage() const
 {
     return OstQuoteResourceHelper::imageURL(QStringLiteral("ostrel_logo_quote"));
 }
 
+/*!
+    \property OstQuoteViewController::backTitle
+    \brief What screen readers say for the back button.
+*/
 QString OstQuoteViewController::backTitle() const
 {
     return OstQuoteResourceHelper::LocalizedString(QStringLiteral("quote_viewer_back"));
 }
 
+/*!
+    \property OstQuoteViewController::shareTitle
+    \brief What screen readers say for the share button.
+*/
 QString OstQuoteViewController::shareTitle() const
 {
     return OstQuoteResourceHelper::LocalizedString(QStringLiteral("quote_viewer_share"));
 }
 
+/*!
+    \property OstQuoteViewController::dayInView
+    \brief The day of the page in view in full ("Wednesday, 1 March 2017").
+
+    It is empty until the gallery has pages, and changes when the gallery comes to rest on
+    another day.
+*/
 QString OstQuoteViewController::dayInView()
 {
     if (!m_galleryView || m_galleryView->numberOfQuotes() <= 0)
@@ -350,6 +508,9 @@ QString OstQuoteViewController::dayInView()
 
 // Sharing
 
+/*!
+    Returns the share panel, made on first use with this screen as its delegate.
+*/
 OstCustomShareView *OstQuoteViewController::shareView()
 {
     if (!m_shareView) {
@@ -363,6 +524,9 @@ OstCustomShareView *OstQuoteViewController::shareView()
     return m_shareView;
 }
 
+/*!
+    Uses \a shareView as the share panel.
+*/
 void OstQuoteViewController::setShareView(OstCustomShareView *shareView)
 {
     if (m_shareView == shareView)
@@ -378,6 +542,9 @@ void OstQuoteViewController::setShareView(OstCustomShareView *shareView)
         Q_EMIT sharePanelShowingChanged();
 }
 
+/*!
+    The share button's action: raises the share panel over the screen.
+*/
 void OstQuoteViewController::shareAction()
 {
     if (OstCustomShareView *panel = shareView())
@@ -391,12 +558,19 @@ OstQuotePtr OstQuoteViewController::currentQuote()
     return m_quotes.value(convertToDateStringWithIndex(m_galleryView->currentIndex()));
 }
 
+/*!
+    Shares the quote in view to \a platformType, picked in \a shareView.
+*/
 void OstQuoteViewController::shareViewShareToPlatform(OstCustomShareView *shareView, int platformType)
 {
     Q_UNUSED(shareView);
     shareQuoteViewWithPlatform(platformType);
 }
 
+/*!
+    Shares the quote in view, with its share picture, to \a platformType through
+    OTSocialService.
+*/
 void OstQuoteViewController::shareQuoteViewWithPlatform(int platformType)
 {
     const QImage screenshot = screenShotOfCurrentQuoteView();
@@ -420,6 +594,10 @@ void OstQuoteViewController::shareQuoteViewWithPlatform(int platformType)
     initNavigationBar();
 }
 
+/*!
+    Returns the whole screen with the text cover of the page in view, as share pictures show it:
+    the Screenshot chrome, the share panel away. Restores nothing (see initNavigationBar()).
+*/
 QImage OstQuoteViewController::screenShotOfCurrentQuoteView()
 {
     // The skin's bindings follow at once, so the capture below sees the logo.
@@ -435,6 +613,9 @@ QImage OstQuoteViewController::screenShotOfCurrentQuoteView()
     return renderViewImage();
 }
 
+/*!
+    Puts the chrome as in normal use (Normal): logo hidden, back and share buttons shown.
+*/
 void OstQuoteViewController::initNavigationBar()
 {
     setChrome(Normal);
@@ -448,6 +629,10 @@ void OstQuoteViewController::setChrome(Chrome chrome)
     Q_EMIT chromeChanged();
 }
 
+/*!
+    Copies the link of the quote in view, as \a sender in \a shareView asked, and says so;
+    nothing happens when the quote in view has no link.
+*/
 void OstQuoteViewController::shareViewCopyLinkClicked(OstCustomShareView *shareView, QObject *sender)
 {
     Q_UNUSED(shareView);
@@ -461,6 +646,10 @@ void OstQuoteViewController::shareViewCopyLinkClicked(OstCustomShareView *shareV
         OstQuoteResourceHelper::LocalizedString(QStringLiteral("share_view_copy_link_copied"), QStringLiteral("")), 0);
 }
 
+/*!
+    Returns \a quote as plain text for the clipboard: the sentence, its translation,
+    "— author" and the day's link, a line each (a piece the quote lacks is left out).
+*/
 QString OstQuoteViewController::plainText(const OstQuote &quote)
 {
     QStringList lines;
@@ -476,6 +665,10 @@ QString OstQuoteViewController::plainText(const OstQuote &quote)
     return lines.join(u'\n');
 }
 
+/*!
+    Copies the quote in view as plainText(), as \a sender in \a shareView asked, and says
+    "Text copied".
+*/
 void OstQuoteViewController::shareViewCopyTextClicked(OstCustomShareView *shareView, QObject *sender)
 {
     Q_UNUSED(shareView);
@@ -490,6 +683,10 @@ void OstQuoteViewController::shareViewCopyTextClicked(OstCustomShareView *shareV
         OstQuoteResourceHelper::LocalizedString(QStringLiteral("share_view_copy_text_copied"), QStringLiteral("")), 0);
 }
 
+/*!
+    Opens the system share route for the link of the quote in view, as \a sender in \a shareView
+    asked.
+*/
 void OstQuoteViewController::shareViewMoreButtonClicked(OstCustomShareView *shareView, QObject *sender)
 {
     Q_UNUSED(sender);
@@ -500,8 +697,174 @@ void OstQuoteViewController::shareViewMoreButtonClicked(OstCustomShareView *shar
     shareView->showSystemShareModuleWithActivityItems({link}, this);
 }
 
+/*!
+    Says that a Weibo share went out (anywhere in the app).
+*/
 void OstQuoteViewController::didShareToWeibo()
 {
     Global::sharedGlobal()->showHUB(
         OstQuoteResourceHelper::LocalizedString(QStringLiteral("share_success"), QStringLiteral("分享成功")), 0);
 }
+
+/*!
+    \qmlproperty OstQuoteGalleryView OstQuoteViewControllerTemplate::galleryView
+
+    The skin's gallery, handed over by the skin.
+*/
+
+/*!
+    \qmlproperty enumeration OstQuoteViewControllerTemplate::chrome
+    \readonly
+
+    What lies over the gallery:
+
+    \value OstQuoteViewController.Normal The back and share buttons, no logo.
+    \value OstQuoteViewController.Screenshot The logo, no buttons (the length of one capture
+           for sharing).
+*/
+
+/*!
+    \qmlproperty url OstQuoteViewControllerTemplate::backImage
+    \readonly
+
+    The back button's image.
+*/
+
+/*!
+    \qmlproperty url OstQuoteViewControllerTemplate::backHighlightImage
+    \readonly
+
+    The back button's pressed look.
+*/
+
+/*!
+    \qmlproperty url OstQuoteViewControllerTemplate::shareImage
+    \readonly
+
+    The share button's image.
+*/
+
+/*!
+    \qmlproperty url OstQuoteViewControllerTemplate::shareHighlightImage
+    \readonly
+
+    The share button's pressed look.
+*/
+
+/*!
+    \qmlproperty url OstQuoteViewControllerTemplate::logoImage
+    \readonly
+
+    The logo shown in share pictures.
+*/
+
+/*!
+    \qmlproperty string OstQuoteViewControllerTemplate::backTitle
+    \readonly
+
+    What screen readers say for the back button.
+*/
+
+/*!
+    \qmlproperty string OstQuoteViewControllerTemplate::shareTitle
+    \readonly
+
+    What screen readers say for the share button.
+*/
+
+/*!
+    \qmlproperty string OstQuoteViewControllerTemplate::dayInView
+    \readonly
+
+    The day of the page in view in full ("Wednesday, 1 March 2017"); empty until the gallery has
+    pages. It changes when the gallery comes to rest on another day.
+*/
+
+/*!
+    \qmlproperty bool OstQuoteViewControllerTemplate::sharePanelShowing
+    \readonly
+
+    Whether the share panel is up.
+*/
+
+/*!
+    \qmlproperty string OstQuoteViewControllerTemplate::initialDay
+
+    The day to open at (\c yyyy-MM-dd); empty, the default, for today. Set it before the screen
+    appears; set later, it turns to the day as showDay() does.
+*/
+
+/*!
+    \qmlmethod bool OstQuoteViewControllerTemplate::showDay(string dayKey)
+
+    Turns to the page of \a dayKey as a swipe that lands there would, or, before today's answer,
+    makes it the day to open at. Returns false, with a warning, for what is not a day key or a
+    day outside the calendar; false too while a finger holds the gallery.
+*/
+
+/*!
+    \qmlmethod void OstQuoteViewControllerTemplate::shareAction()
+
+    The share button's action: raises the share panel over the screen.
+*/
+
+/*!
+    \enum OstQuoteViewController::Chrome
+
+    What lies over the gallery.
+
+    \value Normal The back and share buttons, no logo.
+    \value Screenshot The logo, no buttons: the length of one capture for sharing.
+*/
+
+/*!
+    \variable OstQuoteViewController::StartDayKey
+
+    The first day that has a quote: \c 2016-10-01.
+*/
+
+/*!
+    \property OstQuoteViewController::galleryView
+    \brief The skin's gallery.
+*/
+
+/*!
+    \property OstQuoteViewController::chrome
+    \brief What lies over the gallery.
+*/
+
+/*!
+    \property OstQuoteViewController::sharePanelShowing
+    \brief Whether the share panel is up.
+*/
+
+/*!
+    \property OstQuoteViewController::initialDay
+    \brief The day to open at (\c yyyy-MM-dd); empty, the default, for today.
+
+    Set it before the screen appears; set later, it turns to the day as showDay() does.
+*/
+
+/*!
+    \fn OstQuoteViewController::OstQuoteViewController(QQuickItem *parent)
+
+    Constructs a viewer without a skin, with \a parent. Use create() for a viewer with its skin.
+*/
+
+/*!
+    \fn OstQuoteViewController::~OstQuoteViewController()
+
+    Destroys the viewer.
+*/
+
+/*!
+    \fn QHash<QString, OstQuotePtr> OstQuoteViewController::quotes() const
+
+    Returns the quotes received so far, by their own assign_date.
+*/
+
+/*!
+    \fn void OstQuoteViewController::setQuotes(const QHash<QString, OstQuotePtr> &quotes)
+
+    Replaces the quotes received so far with \a quotes.
+*/

@@ -16,33 +16,10 @@
 
 class QQmlEngine;
 
-// The quote viewer: a full-screen gallery with one page per day from today back to
-// 1 October 2016, a back button and a share button over its top corners, and the app's logo,
-// which only share pictures show.
-//
-// On load it asks the server for today's quote; its answer fixes "today", is kept and loads
-// the gallery. From then on each day is asked for one swipe ahead: when the gallery comes to
-// rest on a page, the day before it and (if still missing) its own day are requested, and a
-// page is filled from the answers kept so far whenever the gallery asks for it. Nothing is
-// retried or reported: a day that failed is simply asked for again at the next rest.
-//
-// It opens at today, or at the day `initialDay` names when the host has set it (a day key,
-// "yyyy-MM-dd"; OstQuoteLink gives the day of a link). The day is shown once the calendar is
-// known, that is once today's answer has come: the gallery then rests at that day's page and
-// asks for its days as at any rest, the older neighbour first. showDay() turns to a day later
-// on. A day outside the calendar (before 1 October 2016 or after today) is refused with a
-// warning, and the viewer opens at today (or, later on, stays where it is).
-//
-// Without touch: Left and PageUp turn to the day before, Right and PageDown to the day after,
-// Home to today and End to the first day, each as a swipe would (the wheel pages through the
-// gallery's scroll view the same way). Esc, Backspace, Alt+Left and the platform's back key
-// close the share panel when it is up, and otherwise take the user back from the screen,
-// whatever the chrome shows.
-//
-// The look is the skin OstQuoteViewControllerSkin.qml (root: this type), which declares the
-// gallery (handed over through galleryView), the two buttons and the logo, and shows the
-// buttons or the logo as `chrome` says. The buttons stand back while the share panel is up,
-// which holds the keyboard then.
+// The quote viewer: a full-screen gallery with one page per day from today back to 1 October
+// 2016, a back button and a share button over its top corners, and the app's logo, which only
+// share pictures show.
+// The reference (scripts/docs) documents it in full.
 class OSTQUOTE_EXPORT OstQuoteViewController : public OTCommonsViewController,
                                                public OstQuoteGalleryViewDataSource,
                                                public OstQuoteGalleryViewDelegate,

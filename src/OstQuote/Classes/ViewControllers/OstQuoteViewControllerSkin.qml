@@ -3,6 +3,33 @@ import QtQuick.Templates as T
 import OstFoundation
 import OstQuote
 
+/*!
+    \qmltype OstQuoteViewController
+    \inqmlmodule OstQuote
+    \inherits OstQuoteViewControllerTemplate
+    \brief The quote viewer, skin included: a full-screen gallery with one page per day.
+
+    The gallery fills the screen; the back button sits over the top left corner, the share button
+    over the top right, each a 60 × 40 touch area with its image against the outer edge; the logo
+    (shown only in share pictures) at the top right. The buttons are there in the
+    \c OstQuoteViewController.Normal chrome, the logo in the \c Screenshot one. The keyboard
+    starts on the gallery, which tells screen readers the day in view; Tab reaches the buttons,
+    each ringed while it has the keyboard, and Enter or Space presses them. While the share panel
+    is up they stand back.
+
+    Declare it and put it on any StackView; its back button pops it:
+
+    \qml
+    StackView {
+        id: stack
+        anchors.fill: parent
+        initialItem: OstQuoteViewController { initialDay: "2019-02-14" }
+    }
+    \endqml
+
+    See \l OstQuoteViewControllerTemplate for what it asks of the server, the days it opens at
+    and its keys.
+*/
 // The look of the quote viewer: the gallery fills the screen; the back button sits over the
 // top left corner, the share button over the top right, each a 60 × 40 touch area with its
 // image against the outer edge; the logo (shown only in share pictures) at the top right.
@@ -16,8 +43,11 @@ OstQuoteViewControllerTemplate {
 
     galleryView: gallery
 
-    // What the gallery makes its pages from: a component whose root is a quote page (a skin of
-    // the host's own, from OstQuoteViewTemplate). None, the module's OstQuoteView.
+    /*!
+        What the viewer's gallery makes its pages from: a component whose root is a quote page
+        in a skin of the host's own (made from OstQuoteViewTemplate). None, the module's
+        OstQuoteView.
+    */
     property Component pageComponent: null
 
     // A button over the picture: a ring while it has the keyboard, and Enter presses it as

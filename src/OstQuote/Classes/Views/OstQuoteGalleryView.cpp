@@ -10,6 +10,36 @@
 #include <QQmlEngine>
 #include <QtMath>
 
+/*!
+    \class OstQuoteGalleryViewDataSource
+    \inmodule OstQuote
+    \brief Supplies the gallery's pages: how many, and the page of one index.
+
+    A page comes from the gallery's OstQuoteGalleryView::dequeueReusableView(), filled with the
+    quote of that index when it is known. Implement it in a QObject (with Q_INTERFACES) and hand
+    that to OstQuoteGalleryView::setDataSource().
+*/
+
+/*!
+    \class OstQuoteGalleryViewDelegate
+    \inmodule OstQuote
+    \brief Told where the user is going in the gallery.
+
+    On reload with the current index, and when a finger lifts with the index the swipe will land
+    on. Implement it in a QObject (with Q_INTERFACES) and hand that to
+    OstQuoteGalleryView::setDelegate().
+*/
+
+/*!
+    \qmltype OstQuoteGalleryView
+    \inqmlmodule OstQuote
+    \instantiates OstQuoteGalleryView
+    \brief A full-screen paging gallery with one quote page per day index.
+
+    Index 0 (today) is the rightmost page. Its pages come from a data source set from C++
+    (OstQuoteGalleryView::setDataSource()); the viewer screen declares one in its skin.
+*/
+
 namespace {
 
 constexpr double kPinFactor = 0.5;
@@ -38,6 +68,21 @@ bool hasQuote(const QQuickItem *child)
 
 } // namespace
 
+/*!
+    \class OstQuoteGalleryView
+    \inmodule OstQuote
+    \brief A full-screen paging gallery with one quote page per day index.
+
+    Index 0 (today) is the rightmost page; each higher index is one page further left. Only the
+    current page and its neighbours live in the scroll view: pages outside that range are dropped
+    when a drag starts and when a scroll comes to rest, and the missing ones are asked of the
+    data source. While a swipe runs, the page being left (or approached) is pinned in place
+    behind the sliding one and shrinks and fades (or grows and appears).
+
+    The data source and the delegate are QObjects implementing OstQuoteGalleryViewDataSource and
+    OstQuoteGalleryViewDelegate, held weakly. In QML the type is
+    \l {OstQuote::OstQuoteGalleryView}{OstQuoteGalleryView}.
+*/
 OstQuoteGalleryView::OstQuoteGalleryView(QQuickItem *parent)
     : QQuickItem(parent)
     , m_scrollView(new OTScrollView(this))
@@ -59,11 +104,17 @@ OstQuoteGalleryView::~OstQuoteGalleryView()
     }
 }
 
+/*!
+    Sets the \a dataSource: a QObject implementing OstQuoteGalleryViewDataSource, held weakly.
+*/
 void OstQuoteGalleryView::setDataSource(QObject *dataSource)
 {
     m_dataSource = dataSource;
 }
 
+/*!
+    Sets the \a delegate: a QObject implementing OstQuoteGalleryViewDelegate, held weakly.
+*/
 void OstQuoteGalleryView::setDelegate(QObject *delegate)
 {
     m_delegate = delegate;
@@ -121,6 +172,10 @@ void OstQuoteGalleryView::geometryChange(const QRectF &newGeometry, const QRectF
         scrollViewDidEndDecelerating(m_scrollView);
 }
 
+/*!
+    Asks the data source for the count again, sizes the content, scrolls (animated) to the
+    current page, makes one more page for it and settles as after a swipe.
+*/
 void OstQuoteGalleryView::reloadData()
 {
     const double w = width();
@@ -141,6 +196,11 @@ void OstQuoteGalleryView::reloadData()
     scrollViewDidEndDecelerating(m_scrollView);
 }
 
+/*!
+    Loads as reloadData() does, resting at \a index (one of the pages the data source counts):
+    the delegate learns that index and the gallery settles there, as after a swipe that landed on
+    it. For a screen that opens at a day other than today.
+*/
 void OstQuoteGalleryView::reloadDataAtIndex(qint64 index)
 {
     // reloadData() settles on the index a swipe would land on: that is this one.
@@ -154,6 +214,10 @@ QPointF OstQuoteGalleryView::offsetOfIndex(qint64 index) const
     return QPointF(double(m_numberOfQuotes - 1 - index) * width(), 0);
 }
 
+/*!
+    Returns the index the gallery rests on, or the one the turn under way lands on: where the
+    next page turn counts from. 0 before the first reload.
+*/
 qint64 OstQuoteGalleryView::landingIndex() const
 {
     const double w = width();
@@ -163,6 +227,16 @@ qint64 OstQuoteGalleryView::landingIndex() const
     return qBound(qint64(0), index, m_numberOfQuotes - 1);
 }
 
+/*!
+    Turns to the page of \a index (held to the pages there are) as a swipe that lands there does:
+    the delegate learns the index when the turn begins, the page being left shrinks and fades,
+    and the gallery settles on it as after a swipe. A page further than one away is reached by a
+    jump to its neighbour, whose pages are made afresh, and one page turn. Keys, the wheel and
+    other ways in that have no finger use this.
+
+    Returns \c false, and does nothing, before the first reload, while a finger is on the
+    gallery, or when the gallery already rests on that page.
+*/
 bool OstQuoteGalleryView::scrollToIndexAnimated(qint64 index)
 {
     if (m_numberOfQuotes <= 0 || !(width() > 0) || m_scrollView->isPressed())
@@ -183,6 +257,9 @@ bool OstQuoteGalleryView::scrollToIndexAnimated(qint64 index)
     return m_scrollView->scrollToPage(offsetOfIndex(index));
 }
 
+/*!
+    Returns the topmost page of the current index, or null.
+*/
 OstQuoteView *OstQuoteGalleryView::currentQuoteView() const
 {
     OstQuoteView *result = nullptr;
@@ -194,6 +271,9 @@ OstQuoteView *OstQuoteGalleryView::currentQuoteView() const
     return result;
 }
 
+/*!
+    Returns a page for the data source to fill, already on top of the scroll view's children.
+*/
 OstQuoteView *OstQuoteGalleryView::dequeueReusableView()
 {
     OstQuoteView *view = nullptr;
@@ -230,12 +310,18 @@ void OstQuoteGalleryView::setPageComponent(QQmlComponent *component)
     Q_EMIT pageComponentChanged();
 }
 
+/*!
+    Puts \a view in the pool that dequeueReusableView() draws from first.
+*/
 void OstQuoteGalleryView::queueReusaleView(OstQuoteView *view)
 {
     if (view)
         m_reusableViewPool.insert(view);
 }
 
+/*!
+    Returns the data source's page of \a index, placed at its position in the content.
+*/
 OstQuoteView *OstQuoteGalleryView::generateQuoteViewWithIndex(qint64 index)
 {
     OstQuoteGalleryViewDataSource *source = dataSourceInterface();
@@ -249,6 +335,10 @@ OstQuoteView *OstQuoteGalleryView::generateQuoteViewWithIndex(qint64 index)
     return page;
 }
 
+/*!
+    Makes sure \a scrollView holds a page of \a index that shows its quote, asking the data
+    source for one when it does not.
+*/
 void OstQuoteGalleryView::renderSpecificQuoteViewWithIndex(qint64 index, OTScrollView *scrollView)
 {
     bool rendered = false;
@@ -262,6 +352,10 @@ void OstQuoteGalleryView::renderSpecificQuoteViewWithIndex(qint64 index, OTScrol
         generateQuoteViewWithIndex(index);
 }
 
+/*!
+    Makes sure \a scrollView holds the pages of \a index and its two neighbours; the oldest page
+    is never made as a neighbour, only once it is current.
+*/
 void OstQuoteGalleryView::renderSerialQuoteViewsWithIndex(qint64 index, OTScrollView *)
 {
     // The oldest page is never rendered as a neighbour: it appears once it is current.
@@ -280,6 +374,9 @@ void OstQuoteGalleryView::removeFromSuperview(QQuickItem *view)
         view->deleteLater();
 }
 
+/*!
+    The gallery's answer to \a scrollView's callback of that name.
+*/
 void OstQuoteGalleryView::scrollViewWillBeginDragging(OTScrollView *scrollView)
 {
     const double n = double(m_numberOfQuotes);
@@ -295,6 +392,9 @@ void OstQuoteGalleryView::scrollViewWillBeginDragging(OTScrollView *scrollView)
     m_lastContentOffsetX = scrollView->contentOffset().x();
 }
 
+/*!
+    The gallery's answer to \a scrollView's callback of that name: the depth effect.
+*/
 void OstQuoteGalleryView::scrollViewDidScroll(OTScrollView *scrollView)
 {
     const double x = scrollView->contentOffset().x();
@@ -342,6 +442,10 @@ void OstQuoteGalleryView::transition(OstQuoteView *page, double x)
     }
 }
 
+/*!
+    The gallery's answer to \a scrollView's callback of that name, with the lift's \a velocity
+    and \a targetContentOffset: tells the delegate the index the swipe lands on.
+*/
 void OstQuoteGalleryView::scrollViewWillEndDragging(OTScrollView *scrollView, QPointF velocity,
                                                     QPointF targetContentOffset)
 {
@@ -352,6 +456,9 @@ void OstQuoteGalleryView::scrollViewWillEndDragging(OTScrollView *scrollView, QP
         d->galleryViewDidScrollToIndex(this, m_readyCurrentIndex);
 }
 
+/*!
+    The gallery's answer to \a scrollView's callback of that name: settles on the page.
+*/
 void OstQuoteGalleryView::scrollViewDidEndDecelerating(OTScrollView *scrollView)
 {
     setCurrentIndex(m_readyCurrentIndex);
@@ -362,3 +469,138 @@ void OstQuoteGalleryView::scrollViewDidEndDecelerating(OTScrollView *scrollView)
     }
     renderSerialQuoteViewsWithIndex(m_currentIndex, scrollView);
 }
+
+/*!
+    \fn OstQuoteGalleryViewDataSource::~OstQuoteGalleryViewDataSource()
+
+    Destroys the data source.
+*/
+
+/*!
+    \fn qint64 OstQuoteGalleryViewDataSource::numberOfQuotesInGalleryView(OstQuoteGalleryView *galleryView)
+
+    Returns how many pages \a galleryView has.
+*/
+
+/*!
+    \fn OstQuoteView *OstQuoteGalleryViewDataSource::galleryViewQuoteAtIndex(OstQuoteGalleryView *galleryView, qint64 index)
+
+    Returns the page of \a index for \a galleryView, taken from its dequeueReusableView().
+*/
+
+/*!
+    \fn OstQuoteGalleryViewDelegate::~OstQuoteGalleryViewDelegate()
+
+    Destroys the delegate.
+*/
+
+/*!
+    \fn void OstQuoteGalleryViewDelegate::galleryViewDidScrollToIndex(OstQuoteGalleryView *galleryView, qint64 index)
+
+    Called when \a galleryView is going to \a index. Does nothing by default.
+*/
+
+/*!
+    \qmlproperty int OstQuoteGalleryView::currentIndex
+
+    The index of the page in view.
+*/
+
+/*!
+    \qmlproperty int OstQuoteGalleryView::numberOfQuotes
+    \readonly
+
+    How many pages the data source counts.
+*/
+
+/*!
+    \qmlproperty OTScrollView OstQuoteGalleryView::scrollView
+    \readonly
+
+    The paging scroll view the pages live in.
+*/
+
+/*!
+    \qmlproperty Component OstQuoteGalleryView::pageComponent
+
+    What the gallery makes its pages from: a component whose root is a quote page (a skin of the
+    host's own, made from OstQuoteViewTemplate). None, the module's OstQuoteView. Pages already
+    made stay as they are.
+*/
+
+/*!
+    \qmlmethod void OstQuoteGalleryView::reloadData()
+
+    Asks the data source for the count again and settles on the current page as after a swipe.
+*/
+
+/*!
+    \qmlmethod bool OstQuoteGalleryView::scrollToIndexAnimated(int index)
+
+    Turns to the page of \a index as a swipe that lands there does. Returns false, and does
+    nothing, before the first reload, while a finger is on the gallery, or when the gallery
+    already rests on that page.
+*/
+
+/*!
+    \property OstQuoteGalleryView::currentIndex
+    \brief The index of the page in view.
+*/
+
+/*!
+    \property OstQuoteGalleryView::numberOfQuotes
+    \brief How many pages the data source counts.
+*/
+
+/*!
+    \property OstQuoteGalleryView::scrollView
+    \brief The paging scroll view the pages live in.
+*/
+
+/*!
+    \fn OstQuoteGalleryView::OstQuoteGalleryView(QQuickItem *parent)
+
+    Constructs a gallery with \a parent.
+*/
+
+/*!
+    \fn OstQuoteGalleryView::~OstQuoteGalleryView()
+
+    Destroys the gallery and its pages.
+*/
+
+/*!
+    \fn QObject *OstQuoteGalleryView::dataSource() const
+
+    Returns the data source, or null.
+*/
+
+/*!
+    \fn QObject *OstQuoteGalleryView::delegate() const
+
+    Returns the delegate, or null.
+*/
+
+/*!
+    \fn qint64 OstQuoteGalleryView::readyCurrentIndex() const
+
+    Returns the index the last lift said the swipe lands on.
+*/
+
+/*!
+    \fn bool OstQuoteGalleryView::isDraggingToRight() const
+
+    Returns \c true while the drag under way goes right: back in time.
+*/
+
+/*!
+    \fn double OstQuoteGalleryView::lastContentOffsetX() const
+
+    Returns the scroll view's horizontal offset at the last scroll.
+*/
+
+/*!
+    \fn QSet<OstQuoteView *> OstQuoteGalleryView::reusableViewPool() const
+
+    Returns the pages waiting to be reused.
+*/

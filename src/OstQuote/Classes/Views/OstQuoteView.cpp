@@ -7,6 +7,16 @@
 #include <QLocale>
 #include <QQmlEngine>
 
+/*!
+    \qmltype OstQuoteViewTemplate
+    \inqmlmodule OstQuote
+    \instantiates OstQuoteView
+    \brief A quote page's state, without a look.
+
+    The base of the skin \l OstQuoteView: the texts it shows, the picture, and where the cover
+    stands.
+*/
+
 namespace {
 
 const QUrl kSkinURL(QStringLiteral("qrc:/OstQuote/OstQuoteViewSkin.qml"));
@@ -14,6 +24,21 @@ const QUrl kSkinURL(QStringLiteral("qrc:/OstQuote/OstQuoteViewSkin.qml"));
 // One compiled skin per engine, kept with the engine.
 } // namespace
 
+/*!
+    \class OstQuoteView
+    \inmodule OstQuote
+    \brief One full-screen page of the quote gallery.
+
+    The day's picture, a dark cover at the top and one at the bottom that carries the date, the
+    sentence, its translation and the author. A tap on the bare picture slides the bottom cover
+    (and the text on it) off the page; the next tap brings it back.
+
+    Behaviour lives here; the look (children, anchors, fonts, colours) and the cover's slide are
+    the skin, the QML type \l {OstQuote::OstQuoteView}{OstQuoteView}, whose root is this type.
+    The skin binds to the texts and the offset below, animates the offset (a Behavior enabled
+    while \l coverAnimated holds) and hands back the children that others reach: the picture and
+    the cover. In QML the bare type is \l {OstQuote::OstQuoteViewTemplate}{OstQuoteViewTemplate}.
+*/
 OstQuoteView::OstQuoteView(QQuickItem *parent)
     : QQuickItem(parent)
 {
@@ -24,6 +49,10 @@ OstQuoteView::OstQuoteView(QQuickItem *parent)
 
 OstQuoteView::~OstQuoteView() = default;
 
+/*!
+    Returns a new page with its skin, made in the QML engine of \a context (an item of the scene
+    the page will live in). Returns null when \a context has no engine.
+*/
 OstQuoteView *OstQuoteView::create(QQuickItem *context)
 {
     // The nearest item of the scene that QML made knows the engine.
@@ -31,11 +60,21 @@ OstQuoteView *OstQuoteView::create(QQuickItem *context)
     return engine ? create(engine) : nullptr;
 }
 
+/*!
+    \overload
+
+    Makes the page in \a engine.
+*/
 OstQuoteView *OstQuoteView::create(QQmlEngine *engine)
 {
     return OTSkin::createAs<OstQuoteView>(engine, kSkinURL, "_ostQuoteViewSkin");
 }
 
+/*!
+    Shows \a quote. Fields the quote lacks leave the author line, the date and the picture as
+    they were, and clear the sentence and the translation. A null quote counts as one that lacks
+    every field.
+*/
 void OstQuoteView::setQuote(const OstQuotePtr &quote)
 {
     m_quote = quote;
@@ -62,6 +101,11 @@ void OstQuoteView::setQuote(const OstQuotePtr &quote)
     Q_EMIT quoteChanged();
 }
 
+/*!
+    Returns the day \a dayKey (\c yyyy-MM-dd) in full in the reader's language (QLocale()):
+    "Wednesday, 1 March 2017", "2017年3月1日星期三". Returns an empty string for anything but a
+    day key.
+*/
 QString OstQuoteView::spokenDate(const QString &dayKey)
 {
     if (!ot_dateFromStringFormatDate(dayKey).isValid())
@@ -85,6 +129,10 @@ void OstQuoteView::setIsShowing(bool showing)
     Q_EMIT isShowingChanged();
 }
 
+/*!
+    Sets the page's place in a page turn to \a progress, its content never shown smaller than
+    \a minimumScale. The gallery calls this as the content moves.
+*/
 void OstQuoteView::setDepth(qreal progress, qreal minimumScale)
 {
     if (m_depthProgress == progress && m_depthMinimumScale == minimumScale)
@@ -110,6 +158,10 @@ void OstQuoteView::setCoverSliding(bool sliding)
     Q_EMIT coverSlidingChanged();
 }
 
+/*!
+    Brings the text cover back into view: over 0.25 s when \a animated, or at once. isShowing
+    turns true when that move completes (right after this returns, without animation).
+*/
 void OstQuoteView::showCoverViewWithAnimated(bool animated)
 {
     moveCover(0, animated, [this]() { setIsShowing(true); });
@@ -154,3 +206,268 @@ void OstQuoteView::touchEvent(QTouchEvent *event)
         && contains(event->points().constFirst().position()))
         tapped();
 }
+
+/*!
+    \qmlproperty OstQuote OstQuoteViewTemplate::quote
+    \readonly
+
+    The quote shown, or null.
+*/
+
+/*!
+    \qmlproperty int OstQuoteViewTemplate::itemIndex
+
+    The page's day index in the gallery: 0 is today.
+*/
+
+/*!
+    \qmlproperty bool OstQuoteViewTemplate::isShowing
+
+    Whether the text cover is in view.
+*/
+
+/*!
+    \qmlproperty string OstQuoteViewTemplate::authorText
+    \readonly
+
+    The author line.
+*/
+
+/*!
+    \qmlproperty string OstQuoteViewTemplate::translationText
+    \readonly
+
+    The translation.
+*/
+
+/*!
+    \qmlproperty string OstQuoteViewTemplate::contentText
+    \readonly
+
+    The sentence.
+*/
+
+/*!
+    \qmlproperty string OstQuoteViewTemplate::dayText
+    \readonly
+
+    The day of the month.
+*/
+
+/*!
+    \qmlproperty string OstQuoteViewTemplate::monthYearText
+    \readonly
+
+    The month and year.
+*/
+
+/*!
+    \qmlproperty string OstQuoteViewTemplate::dateText
+    \readonly
+
+    The day in full, as screen readers say it (the labels show it in short).
+*/
+
+/*!
+    \qmlproperty url OstQuoteViewTemplate::imageSource
+    \readonly
+
+    The source of the day's picture.
+*/
+
+/*!
+    \qmlproperty real OstQuoteViewTemplate::coverHeight
+    \readonly
+
+    The bottom cover's height (250), which is also how far it slides off the picture.
+*/
+
+/*!
+    \qmlproperty real OstQuoteViewTemplate::coverOffset
+
+    How far the bottom cover sits below its place: 0 in view, 250 out of view. Set to where the
+    cover is asked to go; the skin's slide writes the steps on the way.
+*/
+
+/*!
+    \qmlproperty bool OstQuoteViewTemplate::coverAnimated
+    \readonly
+
+    Whether the move of the cover under way slides (true) or jumps (false).
+*/
+
+/*!
+    \qmlproperty bool OstQuoteViewTemplate::coverSliding
+
+    Set by the skin while its slide of the cover runs (bound to its animation's \c running):
+    the move ends, and isShowing follows, when the slide does.
+*/
+
+/*!
+    \qmlproperty real OstQuoteViewTemplate::depthProgress
+    \readonly
+
+    The page's place in a page turn of the gallery: 1 whole and in its place, falling to 0 as
+    a page being left shrinks and fades behind the one sliding over it (or rising from 0 as the
+    page being approached grows and appears). A skin shows the page with that opacity and its
+    content scaled about its centre by depthProgress, never below depthMinimumScale.
+*/
+
+/*!
+    \qmlproperty real OstQuoteViewTemplate::depthMinimumScale
+    \readonly
+
+    The least scale a skin shows the page's content at during a page turn (0.8 for the page
+    being left).
+*/
+
+/*!
+    \qmlproperty Item OstQuoteViewTemplate::backgroundImageView
+
+    The skin's picture, handed over by the skin.
+*/
+
+/*!
+    \qmlproperty Item OstQuoteViewTemplate::coverView
+
+    The skin's bottom cover, handed over by the skin.
+*/
+
+/*!
+    \qmlmethod void OstQuoteViewTemplate::showCoverViewWithAnimated(bool animated)
+
+    Brings the text cover back into view, \a animated or at once.
+*/
+
+/*!
+    \property OstQuoteView::quote
+    \brief The quote shown, or null.
+*/
+
+/*!
+    \property OstQuoteView::itemIndex
+    \brief The page's day index in the gallery: 0 is today.
+*/
+
+/*!
+    \property OstQuoteView::isShowing
+    \brief Whether the text cover is in view.
+*/
+
+/*!
+    \property OstQuoteView::authorText
+    \brief The author line the skin shows.
+*/
+
+/*!
+    \property OstQuoteView::translationText
+    \brief The translation the skin shows.
+*/
+
+/*!
+    \property OstQuoteView::contentText
+    \brief The sentence the skin shows.
+*/
+
+/*!
+    \property OstQuoteView::dayText
+    \brief The day of the month the skin shows.
+*/
+
+/*!
+    \property OstQuoteView::monthYearText
+    \brief The month and year the skin shows.
+*/
+
+/*!
+    \property OstQuoteView::dateText
+    \brief The day in full, as screen readers say it (the labels show it in short).
+*/
+
+/*!
+    \property OstQuoteView::imageSource
+    \brief The source of the day's picture.
+*/
+
+/*!
+    \property OstQuoteView::coverHeight
+    \brief The bottom cover's height (RVQuoteBottomCoverHeight, 250), which is also how far it
+    slides off the picture.
+*/
+
+/*!
+    \property OstQuoteView::coverOffset
+    \brief How far the bottom cover sits below its place: 0 in view, 250 out of view.
+
+    Set here to where the cover is asked to go; the skin's slide writes the steps on the way.
+*/
+
+/*!
+    \property OstQuoteView::coverAnimated
+    \brief Whether the move of the cover under way slides (true) or jumps (false).
+*/
+
+/*!
+    \property OstQuoteView::coverSliding
+    \brief Whether the skin's slide of the cover runs; set by the skin.
+
+    The move of the cover ends when the slide does (see OTMotion).
+*/
+
+/*!
+    \property OstQuoteView::depthProgress
+    \brief The page's place in a page turn of the gallery: 1 whole and in its place, 0 gone
+    behind the page sliding over it.
+*/
+
+/*!
+    \property OstQuoteView::depthMinimumScale
+    \brief The least scale the page's content is shown at during a page turn.
+*/
+
+/*!
+    \fn qreal OstQuoteView::depthScale() const
+
+    The scale the skin shows the content at: depthProgress, never below depthMinimumScale.
+*/
+
+
+/*!
+    \property OstQuoteView::backgroundImageView
+    \brief The skin's picture.
+*/
+
+/*!
+    \property OstQuoteView::coverView
+    \brief The skin's bottom cover.
+*/
+
+/*!
+    \variable OstQuoteView::CoverSlideDistance
+
+    The distance the cover slides (over OTPalette::CoverSlideDuration): its whole height.
+*/
+
+/*!
+    \fn OstQuoteView::OstQuoteView(QQuickItem *parent)
+
+    Constructs a page without a skin, with \a parent. Use create() for a page with its skin.
+*/
+
+/*!
+    \fn OstQuoteView::~OstQuoteView()
+
+    Destroys the page.
+*/
+
+/*!
+    \fn OstQuotePtr OstQuoteView::quote() const
+
+    Returns the quote shown, or null.
+*/
+
+/*!
+    \fn OstQuote *OstQuoteView::quoteObject() const
+
+    Returns the quote shown as a plain pointer, or null.
+*/

@@ -2,6 +2,20 @@ import QtQuick
 import OstFoundation
 import OstQuote
 
+/*!
+    \qmltype OstQuoteView
+    \inqmlmodule OstQuote
+    \inherits OstQuoteViewTemplate
+    \brief One full-screen page of the quote gallery, skin included.
+
+    The picture, the top cover, and the bottom cover with the text stacked upwards from its
+    bottom edge: the date, the sentence, its translation and the author. An empty label takes no
+    room: the label above it closes the gap by the empty label's line height. The cover slides to
+    the \l {OstQuoteViewTemplate::}{coverOffset} the page asks for, over
+    OTPalette.coverSlideDuration while \l {OstQuoteViewTemplate::}{coverAnimated} holds. Screen
+    readers find the date, the sentence, its translation and the author as text, in that order;
+    the pictures are decoration.
+*/
 // The look of a quote page: picture, top cover, and the bottom cover with the text stacked
 // upwards from its bottom edge. An empty label takes no room: the label above it closes the
 // gap by the empty label's line height. The cover slides to the offset the page asks for.

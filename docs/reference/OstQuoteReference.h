@@ -1,0 +1,41 @@
+// Every public header of the two libraries, for the reference's parser.
+#pragma once
+
+#include <OTClock.h>
+#include <OTCommonsViewController.h>
+#include <OTDate.h>
+#include <OTDevice.h>
+#include <OTError.h>
+#include <OTFile.h>
+#include <OTHUD.h>
+#include <OTImage.h>
+#include <OTImagePrefetcher.h>
+#include <OTModel.h>
+#include <OTMotion.h>
+#include <OTNavigationController.h>
+#include <OTNotificationCenter.h>
+#include <OTPalette.h>
+#include <OTRequestGuard.h>
+#include <OTResourceHelper.h>
+#include <OTScrollMotion.h>
+#include <OTScrollView.h>
+#include <OTSkin.h>
+#include <OTSocialService.h>
+#include <OTStackViewRequests.h>
+#include <OTUserInfoStore.h>
+#include <OTWebImage.h>
+#include <OstAPIClient.h>
+#include <OstCustomShareView.h>
+#include <Global.h>
+
+#include <OstQuote.h>
+#include <OstAPIClient+Quote.h>
+#include <OTUserInfoStore+OstQuote.h>
+#include <OstQuoteLink.h>
+#include <OstQuoteResourceHelper.h>
+#include <RVGradientOverView.h>
+#include <OstQuoteView.h>
+#include <OstQuoteGalleryView.h>
+#include <OstQuoteLaunchCache.h>
+#include <OstQuoteLaunchViewController.h>
+#include <OstQuoteViewController.h>
