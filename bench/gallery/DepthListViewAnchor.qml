@@ -17,7 +17,7 @@ ListView {
     layoutDirection: Qt.RightToLeft
     model: fixtures ? fixtures.count : 0
 
-    delegate: OstQuoteViewSkin {
+    delegate: OstQuoteView {
         id: page
 
         required property int index
@@ -30,7 +30,9 @@ ListView {
         transform: Translate { x: -page.behind * list.width }
         z: page.behind > 0 ? -1 : 0
         opacity: 1 - page.behind
-        contentScale: Math.max(0.8, 1 - page.behind)
+        // The whole page scales about its centre: to the eye the same as the gallery's pages,
+        // whose content shrinks inside a page that keeps its size.
+        scale: Math.max(0.8, 1 - page.behind)
         Component.onCompleted: list.fixtures.fillPage(this, index)
     }
 }

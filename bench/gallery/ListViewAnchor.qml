@@ -14,7 +14,7 @@ ListView {
     layoutDirection: Qt.RightToLeft
     model: fixtures ? fixtures.count : 0
 
-    delegate: OstQuoteViewSkin {
+    delegate: OstQuoteView {
         required property int index
         width: list.width
         height: list.height
