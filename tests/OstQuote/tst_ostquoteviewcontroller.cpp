@@ -130,27 +130,16 @@ class TestOstQuoteViewController : public ViewerFixture
         return double(differing) / double(rect.width() * rect.height());
     }
 
-    // A touch or a mouse press, moves and lift, for the gestures that are run both ways.
-    void press(bool touch, QPoint at)
+    // The panel's copy button `clicked`, with nothing to copy: the clipboard keeps what it
+    // had and nothing is said.
+    template<typename Slot>
+    void verifyNothingCopied(Slot clicked)
     {
-        if (touch)
-            touchPress(m_view.get(), at);
-        else
-            QTest::mousePress(m_view.get(), Qt::LeftButton, {}, at);
-    }
-    void moveTo(bool touch, QPoint at)
-    {
-        if (touch)
-            touchMoves(m_view.get(), at, {}, 1, 4);
-        else
-            QTest::mouseMove(m_view.get(), at, 8);
-    }
-    void lift(bool touch, QPoint at)
-    {
-        if (touch)
-            touchLift(m_view.get(), at);
-        else
-            QTest::mouseRelease(m_view.get(), Qt::LeftButton, {}, at);
+        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
+        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+        (m_viewer->*clicked)(m_viewer->shareView(), nullptr);
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
+        QCOMPARE(messages.count(), 0);
     }
 
 private Q_SLOTS:
@@ -333,10 +322,7 @@ private Q_SLOTS:
         QFETCH(QString, warning);
         if (!warning.isEmpty())
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QRegularExpression::escape(warning)));
-        m_viewer = OstQuoteViewController::create(m_view->engine());
-        QVERIFY(m_viewer);
-        m_viewer->setInitialDay(day);
-        m_navigation->pushViewController(m_viewer, false);
+        openViewer(day);
         QTRY_VERIFY(gallery()->numberOfQuotes() > 0);
         waitForRest();
         QCOMPARE(gallery()->currentIndex(), index);
@@ -355,10 +341,7 @@ private Q_SLOTS:
     {
         OTClock::setTimeZone(QTimeZone("Europe/London"));
         QVERIFY(startServer(QDateTime(QDate(2019, 4, 15), QTime(10, 0), Qt::UTC)));
-        m_viewer = OstQuoteViewController::create(m_view->engine());
-        QVERIFY(m_viewer);
-        m_viewer->setInitialDay(QStringLiteral("2019-03-31"));
-        m_navigation->pushViewController(m_viewer, false);
+        openViewer(QStringLiteral("2019-03-31"));
         QTRY_VERIFY(gallery()->numberOfQuotes() > 0);
         waitForRest();
         const QString shown = m_viewer->convertToDateStringWithIndex(gallery()->currentIndex());
@@ -651,11 +634,7 @@ private Q_SLOTS:
         bare->setAssign_date(QStringLiteral("2017-03-01"));
         bare->setShare_urls({{QStringLiteral("weibo"), QStringLiteral("http://example.org/w")}});
         m_viewer->setQuotes({{QStringLiteral("2017-03-01"), bare}});
-        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
-        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
-        m_viewer->shareViewCopyLinkClicked(m_viewer->shareView(), nullptr);
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
-        QCOMPARE(messages.count(), 0);
+        verifyNothingCopied(&OstQuoteViewController::shareViewCopyLinkClicked);
     }
 
     // "Copy text" from the panel: the quote in view as text, said with its own message;
@@ -681,11 +660,7 @@ private Q_SLOTS:
         saveScreenshot(m_view.get(), QStringLiteral("viewer-text-copied.png"));
 
         m_viewer->setQuotes({});
-        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
-        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
-        m_viewer->shareViewCopyTextClicked(m_viewer->shareView(), nullptr);
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
-        QCOMPARE(messages.count(), 0);
+        verifyNothingCopied(&OstQuoteViewController::shareViewCopyTextClicked);
     }
 
     void moreOffersTheLinkToTheSystemShareRoute()
@@ -697,35 +672,36 @@ private Q_SLOTS:
         QCOMPARE(panel->activityItems(), QVariantList{todaysQuote()->share_urls().value("default")});
     }
 
+    void aWeiboShareIsAnnounced_data()
+    {
+        QTest::addColumn<bool>("fromWorker");
+        QTest::newRow("from the GUI thread") << false;
+        QTest::newRow("from a worker thread") << true;
+    }
+
     void aWeiboShareIsAnnounced()
     {
+        QFETCH(bool, fromWorker);
         openViewerOnToday();
         QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
-        OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification);
-        QCOMPARE(messages.count(), 1);
-        QCOMPARE(messages.first().at(0).toString(), QStringLiteral("Shared"));
-        QCOMPARE(messages.first().at(1).toInt(), 0);
+        const auto announce = []() { OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification); };
+        if (fromWorker) {
+            std::unique_ptr<QThread> worker(QThread::create(announce));
+            worker->start();
+            QVERIFY(worker->wait(10000));
+        } else {
+            announce();
+            QCOMPARE(messages.count(), 1);
+        }
+        QTRY_COMPARE(messages.count(), 1);
+        QCOMPARE(messages.first(), (QVariantList{QStringLiteral("Shared"), 0}));
+        QCOMPARE(messagesIn(m_view.get()).size(), 1);
 
         // A gone screen says nothing.
         m_navigation->popViewControllerAnimated(false);
         QTRY_VERIFY(!m_viewer);
-        OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification);
+        announce();
         QCOMPARE(messages.count(), 1);
-    }
-
-    void aWeiboShareAnnouncedFromAWorkerThread()
-    {
-        openViewerOnToday();
-        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
-        QThread *worker = QThread::create([]() {
-            OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification);
-        });
-        worker->start();
-        QVERIFY(worker->wait(10000));
-        delete worker;
-        QTRY_COMPARE(messages.count(), 1);
-        QCOMPARE(messages.first().at(0).toString(), QStringLiteral("Shared"));
-        QCOMPARE(messagesIn(m_view.get()).size(), 1);
     }
 
     // --- What the user is told after a share ---------------------------------------------
@@ -922,16 +898,16 @@ private Q_SLOTS:
         openViewerOnToday();
         OTScrollView *scroll = gallery()->scrollView();
         const QPoint from(40, 400);
-        press(touch, from);
-        moveTo(touch, from + QPoint(30, 0));
-        moveTo(touch, from + QPoint(60, 0));
-        lift(touch, from + QPoint(60, 0));
+        pointerPress(m_view.get(), touch, from);
+        pointerMove(m_view.get(), touch, from + QPoint(30, 0), touch ? 4 : 8);
+        pointerMove(m_view.get(), touch, from + QPoint(60, 0), touch ? 4 : 8);
+        pointerLift(m_view.get(), touch, from + QPoint(60, 0));
         QVERIFY(scroll->decelerating());
         const QPoint at(187, 300);
-        press(touch, at);
+        pointerPress(m_view.get(), touch, at);
         QVERIFY(!scroll->decelerating());
         QVERIFY(scroll->contentOffset().x() > scroll->contentSize().width() - 1.5 * scroll->width());
-        lift(touch, at);
+        pointerLift(m_view.get(), touch, at);
         waitForRest();
 
         QCOMPARE(scroll->contentOffset().x(), scroll->contentSize().width() - scroll->width());
