@@ -57,7 +57,7 @@ bool viewerRestsOn(DemoHost *host, qint64 index)
     if (scroll->dragging() || scroll->decelerating() || scroll->property("animating").toBool())
         return false;
     OstQuoteView *page = gallery->currentQuoteView();
-    return page && page->quote() && imageReady(page->backgroundImageView());
+    return page && page->quote() && imageReady(page->findChild<QQuickItem *>(QStringLiteral("backgroundImageView")));
 }
 
 } // namespace
@@ -119,7 +119,7 @@ int DemoTour::run()
          [this]() {
              OstQuoteLaunchViewController *launch = m_host->launchViewController();
              return m_host->stage() == DemoHost::Launching && launch && launch->isVisibleOnScreen()
-                 && !launch->quoteText().isEmpty() && imageReady(launch->imageView());
+                 && !launch->quoteText().isEmpty() && imageReady(launch->findChild<QQuickItem *>(QStringLiteral("imageView")));
          },
          {}},
         // Caught part way through the fade.
@@ -157,7 +157,7 @@ int DemoTour::run()
          [currentPage]() {
              OstQuoteView *page = currentPage();
              return page && !page->isShowing() && page->coverOffset() > 0
-                 && page->coverView()->y() >= page->height() - 0.5;
+                 && page->findChild<QQuickItem *>(QStringLiteral("coverView"))->y() >= page->height() - 0.5;
          },
          [this, currentPage]() {
              // Above the text, below the top cover: bare picture.

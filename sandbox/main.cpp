@@ -30,8 +30,8 @@ bool pageReady(OstQuoteGalleryView *gallery)
     if (scroll->dragging() || scroll->decelerating() || scroll->animating())
         return false;
     OstQuoteView *page = gallery->currentQuoteView();
-    return page && page->quote() && !page->contentText().isEmpty() && page->backgroundImageView()
-        && page->backgroundImageView()->property("status").toInt() == 1; // Image.Ready
+    return page && page->quote() && !page->contentText().isEmpty() && page->findChild<QQuickItem *>(QStringLiteral("backgroundImageView"))
+        && page->findChild<QQuickItem *>(QStringLiteral("backgroundImageView"))->property("status").toInt() == 1; // Image.Ready
 }
 
 } // namespace

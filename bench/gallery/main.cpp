@@ -295,8 +295,7 @@ void prepareView(Contender &c)
 
 bool imageReady(QQuickItem *page)
 {
-    const QVariant image = page ? page->property("backgroundImageView") : QVariant();
-    const auto *item = image.value<QQuickItem *>();
+    const QQuickItem *item = page ? page->findChild<QQuickItem *>(QStringLiteral("backgroundImageView")) : nullptr;
     return item && item->property("status").toInt() == 1; // Image.Ready
 }
 

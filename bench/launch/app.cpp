@@ -61,8 +61,8 @@ int main(int argc, char *argv[])
         // What a frame shows is settled when the scene is synchronised for it; with the basic
         // render loop both signals come on this thread.
         QObject::connect(window, &QQuickWindow::beforeSynchronizing, launch, [&]() {
-            QQuickItem *label = launch->quoteLabel();
-            QQuickItem *picture = launch->imageView();
+            QQuickItem *label = launch->findChild<QQuickItem *>(QStringLiteral("quoteLabel"));
+            QQuickItem *picture = launch->findChild<QQuickItem *>(QStringLiteral("imageView"));
             if (!pictureAt && picture && picture->property("status").toInt() == 1)
                 pictureAt = monotonicNs();
             shownInSync = label && picture

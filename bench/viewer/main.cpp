@@ -117,7 +117,7 @@ Opening openOnce(Host &host)
                          && page->x() + page->width() > offset + 1 && page->x() < offset + gallery->width() - 1;
         textInSync = inView && !page->contentText().isEmpty();
         inPlaceInSync = inView && qAbs(page->x() - offset) < 0.5;
-        pictureInSync = inPlaceInSync && page->backgroundImageView()->property("status").toInt() == 1;
+        pictureInSync = inPlaceInSync && page->findChild<QQuickItem *>(QStringLiteral("backgroundImageView"))->property("status").toInt() == 1;
     }, Qt::DirectConnection);
     connections << QObject::connect(&host.view, &QQuickWindow::frameSwapped, gallery, [&]() {
         if (answeredAt < 0)
@@ -240,7 +240,7 @@ int main(int argc, char *argv[])
         // Let the page's own answer and picture come in, as a reader would.
         waitFor([&]() {
             OstQuoteView *page = gallery->currentQuoteView();
-            return page && page->quote() && page->backgroundImageView()->property("status").toInt() == 1;
+            return page && page->quote() && page->findChild<QQuickItem *>(QStringLiteral("backgroundImageView"))->property("status").toInt() == 1;
         }, 5000);
     }
     const qint64 reached = gallery->currentIndex();

@@ -97,6 +97,18 @@ class TestOstQuoteGalleryView : public QObject
     std::unique_ptr<Source> m_source;
     OstQuoteGalleryView *m_gallery = nullptr;
 
+    // Reloaded, then dragged page by page to `index`.
+    bool reloadAndDragTo(qint64 index)
+    {
+        reloadAndSettle();
+        for (qint64 i = 0; i < index; ++i) {
+            drag(250);
+            if (!waitForRest())
+                return false;
+        }
+        return true;
+    }
+
     void reloadAndSettle()
     {
         m_gallery->reloadData();
@@ -106,29 +118,9 @@ class TestOstQuoteGalleryView : public QObject
 
     OTScrollView *scroll() const { return m_gallery->scrollView(); }
 
-    // A pointer that presses, moves and lifts by touch or with the mouse. Touch events carry
-    // the real clock's time, mouse events QTest's own, each move `intervalMs` after the last.
-    void press(bool touch, QPoint at)
-    {
-        if (touch)
-            touchPress(m_view.get(), at);
-        else
-            QTest::mousePress(m_view.get(), Qt::LeftButton, {}, at);
-    }
-    void moveTo(bool touch, QPoint at, int intervalMs)
-    {
-        if (touch)
-            touchMoves(m_view.get(), at, {}, 1, intervalMs);
-        else
-            QTest::mouseMove(m_view.get(), at, intervalMs);
-    }
-    void lift(bool touch, QPoint at)
-    {
-        if (touch)
-            touchLift(m_view.get(), at);
-        else
-            QTest::mouseRelease(m_view.get(), Qt::LeftButton, {}, at);
-    }
+    void press(bool touch, QPoint at) { pointerPress(m_view.get(), touch, at); }
+    void moveTo(bool touch, QPoint at, int intervalMs) { pointerMove(m_view.get(), touch, at, intervalMs); }
+    void lift(bool touch, QPoint at) { pointerLift(m_view.get(), touch, at); }
     // A quick flick by `dx` points in two moves, left on its glide.
     void flick(bool touch, int dx)
     {
@@ -360,7 +352,7 @@ private Q_SLOTS:
     void midSwipeShowsThePageBehindShrinking()
     {
         reloadAndSettle();
-        QTRY_COMPARE(m_gallery->currentQuoteView()->backgroundImageView()->property("status").toInt(), 1); // Image.Ready
+        QTRY_COMPARE(m_gallery->currentQuoteView()->findChild<QQuickItem *>(QStringLiteral("backgroundImageView"))->property("status").toInt(), 1); // Image.Ready
         QTest::qWait(50);
         const QImage atRest = m_view->grabWindow();
         saveScreenshot(m_view.get(), QStringLiteral("gallery-page.png"));
@@ -398,11 +390,7 @@ private Q_SLOTS:
         QFETCH(bool, late);
         QFETCH(qint64, startIndex);
         QFETCH(qint64, landing);
-        reloadAndSettle();
-        for (qint64 i = 0; i < startIndex; ++i) {
-            drag(250);
-            QVERIFY(waitForRest());
-        }
+        QVERIFY(reloadAndDragTo(startIndex));
         VERIFY_AT_REST(startIndex);
 
         flick(touch, dx);
@@ -452,11 +440,7 @@ private Q_SLOTS:
         QFETCH(int, dx);
         QFETCH(bool, catching);
         const qint64 startIndex = dx > 0 ? 0 : 2;
-        reloadAndSettle();
-        for (qint64 i = 0; i < startIndex; ++i) {
-            drag(250);
-            QVERIFY(waitForRest());
-        }
+        QVERIFY(reloadAndDragTo(startIndex));
         VERIFY_AT_REST(startIndex);
 
         flick(touch, dx);
@@ -505,11 +489,7 @@ private Q_SLOTS:
         QFETCH(qint64, startIndex);
         QFETCH(int, firstDx);
         QFETCH(int, secondDx);
-        reloadAndSettle();
-        for (qint64 i = 0; i < startIndex; ++i) {
-            drag(250);
-            QVERIFY(waitForRest());
-        }
+        QVERIFY(reloadAndDragTo(startIndex));
 
         struct Look { qreal scale; qreal opacity; };
         QHash<OstQuoteView *, Look> last;

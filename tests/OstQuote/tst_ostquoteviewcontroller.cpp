@@ -130,27 +130,38 @@ class TestOstQuoteViewController : public ViewerFixture
         return double(differing) / double(rect.width() * rect.height());
     }
 
-    // A touch or a mouse press, moves and lift, for the gestures that are run both ways.
-    void press(bool touch, QPoint at)
+    // The content shared to the panel's first target: the quote in view's.
+    QString sharedContent()
     {
-        if (touch)
-            touchPress(m_view.get(), at);
-        else
-            QTest::mousePress(m_view.get(), Qt::LeftButton, {}, at);
+        m_viewer->shareViewShareToPlatform(m_viewer->shareView(), 0);
+        return m_shares->shares.size() == 1 ? m_shares->shares.first().content : QStringLiteral("<%1 shares>").arg(m_shares->shares.size());
     }
-    void moveTo(bool touch, QPoint at)
+
+    // At rest on today's page, whole and in its place, and today's quote is the one shared.
+    void verifyRestingOnToday()
     {
-        if (touch)
-            touchMoves(m_view.get(), at, {}, 1, 4);
-        else
-            QTest::mouseMove(m_view.get(), at, 8);
+        waitForRest();
+        OTScrollView *scroll = gallery()->scrollView();
+        QCOMPARE(scroll->contentOffset().x(), scroll->contentSize().width() - scroll->width());
+        QCOMPARE(gallery()->currentIndex(), 0);
+        OstQuoteView *page = gallery()->currentQuoteView();
+        QCOMPARE(page->quote()->assign_date(), QStringLiteral("2017-03-01"));
+        QCOMPARE(page->position().x(), scroll->contentOffset().x());
+        QCOMPARE(page->opacity(), 1.0);
+        QCOMPARE(shownScale(page), 1.0);
+        QCOMPARE(sharedContent(), todaysQuote()->content());
     }
-    void lift(bool touch, QPoint at)
+
+    // The panel's copy button `clicked`, with nothing to copy: the clipboard keeps what it
+    // had and nothing is said.
+    template<typename Slot>
+    void verifyNothingCopied(Slot clicked)
     {
-        if (touch)
-            touchLift(m_view.get(), at);
-        else
-            QTest::mouseRelease(m_view.get(), Qt::LeftButton, {}, at);
+        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
+        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
+        (m_viewer->*clicked)(m_viewer->shareView(), nullptr);
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
+        QCOMPARE(messages.count(), 0);
     }
 
 private Q_SLOTS:
@@ -184,7 +195,7 @@ private Q_SLOTS:
         QVERIFY(!page->contentText().isEmpty());
         QCOMPARE(page->dayText(), QStringLiteral("01"));
         QCOMPARE(m_viewer->dateToday(), QDateTime(QDate(2017, 3, 1), QTime(0, 0), Qt::UTC));
-        QTRY_COMPARE(page->backgroundImageView()->property("status").toInt(), 1); // Image.Ready
+        QTRY_COMPARE(page->findChild<QQuickItem *>(QStringLiteral("backgroundImageView"))->property("status").toInt(), 1); // Image.Ready
         QTRY_COMPARE(m_navigation->navigationBarHiddenProgress(), 1.0);
         saveScreenshot(m_view.get(), QStringLiteral("viewer.png"));
         QCOMPARE(reloads.count(), 1);
@@ -198,7 +209,7 @@ private Q_SLOTS:
         openViewerOnToday();
         for (int i = 0; i < 30; ++i) {
             swipe(i < 15 ? 200 : -200);
-            QTRY_COMPARE_WITH_TIMEOUT(gallery()->currentQuoteView()->backgroundImageView()->property("status").toInt(), 1,
+            QTRY_COMPARE_WITH_TIMEOUT(gallery()->currentQuoteView()->findChild<QQuickItem *>(QStringLiteral("backgroundImageView"))->property("status").toInt(), 1,
                                       10000); // Image.Ready
         }
         QCOMPARE(gallery()->currentIndex(), 0);
@@ -259,6 +270,21 @@ private Q_SLOTS:
         QCOMPARE(gallery()->currentIndex(), 1);
         QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01", "2016-09-30", "2016-09-30"}));
         QVERIFY(!m_viewer->quotes().contains(QStringLiteral("2016-09-30")));
+
+        // A swipe towards today stopped at once: the gallery settles back on the oldest page
+        // and asks again, as after any swipe that comes to rest there.
+        OTScrollView *scroll = gallery()->scrollView();
+        touchDrag(m_view.get(), QPoint(335, 400), QPoint(-60, 0), 2, 4);
+        QVERIFY(scroll->decelerating());
+        touchPress(m_view.get(), QPoint(187, 300));
+        QVERIFY(scroll->contentOffset().x() < 0.5 * scroll->width());
+        touchLift(m_view.get(), QPoint(187, 300));
+        waitForRest();
+        QCOMPARE(scroll->contentOffset().x(), 0.0);
+        QCOMPARE(gallery()->currentIndex(), 1);
+        QCOMPARE(gallery()->currentQuoteView()->quote()->assign_date(), QStringLiteral("2016-10-01"));
+        QTRY_COMPARE(requestedDays().mid(4), QStringList{"2016-09-30"});
+        QCOMPARE(sharedContent(), m_viewer->quotes().value(QStringLiteral("2016-10-01"))->content());
     }
 
     void aFailedTodayLeavesTheGalleryEmpty()
@@ -333,10 +359,7 @@ private Q_SLOTS:
         QFETCH(QString, warning);
         if (!warning.isEmpty())
             QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QRegularExpression::escape(warning)));
-        m_viewer = OstQuoteViewController::create(m_view->engine());
-        QVERIFY(m_viewer);
-        m_viewer->setInitialDay(day);
-        m_navigation->pushViewController(m_viewer, false);
+        openViewer(day);
         QTRY_VERIFY(gallery()->numberOfQuotes() > 0);
         waitForRest();
         QCOMPARE(gallery()->currentIndex(), index);
@@ -355,10 +378,7 @@ private Q_SLOTS:
     {
         OTClock::setTimeZone(QTimeZone("Europe/London"));
         QVERIFY(startServer(QDateTime(QDate(2019, 4, 15), QTime(10, 0), Qt::UTC)));
-        m_viewer = OstQuoteViewController::create(m_view->engine());
-        QVERIFY(m_viewer);
-        m_viewer->setInitialDay(QStringLiteral("2019-03-31"));
-        m_navigation->pushViewController(m_viewer, false);
+        openViewer(QStringLiteral("2019-03-31"));
         QTRY_VERIFY(gallery()->numberOfQuotes() > 0);
         waitForRest();
         const QString shown = m_viewer->convertToDateStringWithIndex(gallery()->currentIndex());
@@ -651,11 +671,7 @@ private Q_SLOTS:
         bare->setAssign_date(QStringLiteral("2017-03-01"));
         bare->setShare_urls({{QStringLiteral("weibo"), QStringLiteral("http://example.org/w")}});
         m_viewer->setQuotes({{QStringLiteral("2017-03-01"), bare}});
-        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
-        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
-        m_viewer->shareViewCopyLinkClicked(m_viewer->shareView(), nullptr);
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
-        QCOMPARE(messages.count(), 0);
+        verifyNothingCopied(&OstQuoteViewController::shareViewCopyLinkClicked);
     }
 
     // "Copy text" from the panel: the quote in view as text, said with its own message;
@@ -681,11 +697,7 @@ private Q_SLOTS:
         saveScreenshot(m_view.get(), QStringLiteral("viewer-text-copied.png"));
 
         m_viewer->setQuotes({});
-        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
-        QGuiApplication::clipboard()->setText(QStringLiteral("before"));
-        m_viewer->shareViewCopyTextClicked(m_viewer->shareView(), nullptr);
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("before"));
-        QCOMPARE(messages.count(), 0);
+        verifyNothingCopied(&OstQuoteViewController::shareViewCopyTextClicked);
     }
 
     void moreOffersTheLinkToTheSystemShareRoute()
@@ -697,35 +709,36 @@ private Q_SLOTS:
         QCOMPARE(panel->activityItems(), QVariantList{todaysQuote()->share_urls().value("default")});
     }
 
+    void aWeiboShareIsAnnounced_data()
+    {
+        QTest::addColumn<bool>("fromWorker");
+        QTest::newRow("from the GUI thread") << false;
+        QTest::newRow("from a worker thread") << true;
+    }
+
     void aWeiboShareIsAnnounced()
     {
+        QFETCH(bool, fromWorker);
         openViewerOnToday();
         QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
-        OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification);
-        QCOMPARE(messages.count(), 1);
-        QCOMPARE(messages.first().at(0).toString(), QStringLiteral("Shared"));
-        QCOMPARE(messages.first().at(1).toInt(), 0);
+        const auto announce = []() { OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification); };
+        if (fromWorker) {
+            std::unique_ptr<QThread> worker(QThread::create(announce));
+            worker->start();
+            QVERIFY(worker->wait(10000));
+        } else {
+            announce();
+            QCOMPARE(messages.count(), 1);
+        }
+        QTRY_COMPARE(messages.count(), 1);
+        QCOMPARE(messages.first(), (QVariantList{QStringLiteral("Shared"), 0}));
+        QCOMPARE(messagesIn(m_view.get()).size(), 1);
 
         // A gone screen says nothing.
         m_navigation->popViewControllerAnimated(false);
         QTRY_VERIFY(!m_viewer);
-        OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification);
+        announce();
         QCOMPARE(messages.count(), 1);
-    }
-
-    void aWeiboShareAnnouncedFromAWorkerThread()
-    {
-        openViewerOnToday();
-        QSignalSpy messages(Global::sharedGlobal(), &Global::hubShown);
-        QThread *worker = QThread::create([]() {
-            OTNotificationCenter::defaultCenter()->postNotificationName(OTSharedToWeiboSuccessNotification);
-        });
-        worker->start();
-        QVERIFY(worker->wait(10000));
-        delete worker;
-        QTRY_COMPARE(messages.count(), 1);
-        QCOMPARE(messages.first().at(0).toString(), QStringLiteral("Shared"));
-        QCOMPARE(messagesIn(m_view.get()).size(), 1);
     }
 
     // --- What the user is told after a share ---------------------------------------------
@@ -845,7 +858,7 @@ private Q_SLOTS:
     {
         openViewerOnToday();
         OstQuoteView *page = gallery()->currentQuoteView();
-        QTRY_COMPARE(page->backgroundImageView()->property("status").toInt(), 1); // Image.Ready
+        QTRY_COMPARE(page->findChild<QQuickItem *>(QStringLiteral("backgroundImageView"))->property("status").toInt(), 1); // Image.Ready
         const qreal ratio = m_view->effectiveDevicePixelRatio();
         const QSize pixels = (QSizeF(375, 667) * ratio).toSize();
         // The reader has slid the text away and copied the link: "Link copied" is in view.
@@ -892,7 +905,7 @@ private Q_SLOTS:
     {
         openViewerOnToday();
         swipe(200);
-        QTRY_COMPARE(gallery()->currentQuoteView()->backgroundImageView()->property("status").toInt(), 1);
+        QTRY_COMPARE(gallery()->currentQuoteView()->findChild<QQuickItem *>(QStringLiteral("backgroundImageView"))->property("status").toInt(), 1);
         OTScrollView *scroll = gallery()->scrollView();
         gallery()->scrollViewWillBeginDragging(scroll);
         scroll->setContentOffset(scroll->contentOffset() + QPointF(140, 0));
@@ -922,32 +935,20 @@ private Q_SLOTS:
         openViewerOnToday();
         OTScrollView *scroll = gallery()->scrollView();
         const QPoint from(40, 400);
-        press(touch, from);
-        moveTo(touch, from + QPoint(30, 0));
-        moveTo(touch, from + QPoint(60, 0));
-        lift(touch, from + QPoint(60, 0));
+        pointerPress(m_view.get(), touch, from);
+        pointerMove(m_view.get(), touch, from + QPoint(30, 0), touch ? 4 : 8);
+        pointerMove(m_view.get(), touch, from + QPoint(60, 0), touch ? 4 : 8);
+        pointerLift(m_view.get(), touch, from + QPoint(60, 0));
         QVERIFY(scroll->decelerating());
         const QPoint at(187, 300);
-        press(touch, at);
+        pointerPress(m_view.get(), touch, at);
         QVERIFY(!scroll->decelerating());
         QVERIFY(scroll->contentOffset().x() > scroll->contentSize().width() - 1.5 * scroll->width());
-        lift(touch, at);
-        waitForRest();
-
-        QCOMPARE(scroll->contentOffset().x(), scroll->contentSize().width() - scroll->width());
-        QCOMPARE(gallery()->currentIndex(), 0);
-        OstQuoteView *page = gallery()->currentQuoteView();
-        QCOMPARE(page->quote()->assign_date(), QStringLiteral("2017-03-01"));
-        QCOMPARE(page->position().x(), scroll->contentOffset().x());
-        QCOMPARE(page->opacity(), 1.0);
-        QCOMPARE(shownScale(page), 1.0);
+        pointerLift(m_view.get(), touch, at);
+        verifyRestingOnToday();
         // The press did not reach the page as a tap.
-        QVERIFY(page->isShowing());
-
+        QVERIFY(gallery()->currentQuoteView()->isShowing());
         const OstQuotePtr today = todaysQuote();
-        m_viewer->shareViewShareToPlatform(m_viewer->shareView(), 0);
-        QCOMPARE(m_shares->shares.size(), 1);
-        QCOMPARE(m_shares->shares.first().content, today->content());
         QCOMPARE(m_shares->shares.first().url, today->share_urls().value(QStringLiteral("weibo")).toString());
         m_viewer->shareViewCopyLinkClicked(m_viewer->shareView(), nullptr);
         QCOMPARE(QGuiApplication::clipboard()->text(), today->share_urls().value(QStringLiteral("default")).toString());
@@ -961,18 +962,7 @@ private Q_SLOTS:
         touchPress(m_view.get(), QPoint(40, 400));
         const QPoint turned = touchMoves(m_view.get(), QPoint(40, 400), QPoint(300, 0), 10, 16);
         touchLift(m_view.get(), touchMoves(m_view.get(), turned, QPoint(-40, 0), 2, 5));
-        waitForRest();
-
-        OTScrollView *scroll = gallery()->scrollView();
-        QCOMPARE(scroll->contentOffset().x(), scroll->contentSize().width() - scroll->width());
-        QCOMPARE(gallery()->currentIndex(), 0);
-        OstQuoteView *page = gallery()->currentQuoteView();
-        QCOMPARE(page->quote()->assign_date(), QStringLiteral("2017-03-01"));
-        QCOMPARE(page->opacity(), 1.0);
-        QCOMPARE(shownScale(page), 1.0);
-        m_viewer->shareViewShareToPlatform(m_viewer->shareView(), 0);
-        QCOMPARE(m_shares->shares.size(), 1);
-        QCOMPARE(m_shares->shares.first().content, todaysQuote()->content());
+        verifyRestingOnToday();
     }
 
     // The window changes size in the middle of a swipe (a bar appears, the phone turns):
@@ -997,36 +987,6 @@ private Q_SLOTS:
         const QImage frame = m_view->grabWindow();
         const qreal ratio = frame.devicePixelRatio();
         QVERIFY(frame.pixelColor(int(187 * ratio), int(620 * ratio)) != QColor(Qt::black));
-    }
-
-    // On the oldest page, a swipe towards today stopped at once: the gallery settles back on
-    // the oldest page and the screen asks again for the day before it, as after any swipe
-    // that comes to rest there.
-    void aStoppedGlideAsksForTheDaysOfThePageInView()
-    {
-        QVERIFY(startServer(QDateTime(QDate(2016, 10, 2), QTime(10, 0), Qt::UTC)));
-        openViewerOnToday();
-        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01"}));
-        swipe(200);
-        QCOMPARE(gallery()->currentIndex(), 1);
-        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01", "2016-09-30"}));
-
-        OTScrollView *scroll = gallery()->scrollView();
-        touchDrag(m_view.get(), QPoint(335, 400), QPoint(-60, 0), 2, 4);
-        QVERIFY(scroll->decelerating());
-        touchPress(m_view.get(), QPoint(187, 300));
-        QVERIFY(scroll->contentOffset().x() < 0.5 * scroll->width());
-        touchLift(m_view.get(), QPoint(187, 300));
-        waitForRest();
-
-        QCOMPARE(scroll->contentOffset().x(), 0.0);
-        QCOMPARE(gallery()->currentIndex(), 1);
-        QCOMPARE(gallery()->currentQuoteView()->quote()->assign_date(), QStringLiteral("2016-10-01"));
-        QTRY_COMPARE(requestedDays(), (QStringList{"today", "2016-10-01", "2016-09-30", "2016-09-30"}));
-        const OstQuotePtr oldest = m_viewer->quotes().value(QStringLiteral("2016-10-01"));
-        m_viewer->shareViewShareToPlatform(m_viewer->shareView(), 0);
-        QCOMPARE(m_shares->shares.size(), 1);
-        QCOMPARE(m_shares->shares.first().content, oldest->content());
     }
 };
 

@@ -48,3 +48,20 @@ inline void touchDrag(QWindow *window, QPoint from, QPoint by, int steps, int in
     touchPress(window, from);
     touchLift(window, touchMoves(window, from, by, steps, intervalMs));
 }
+
+// A pointer, by touch or with the mouse, for the gestures run both ways. Mouse events carry
+// QTest's own time, each move `intervalMs` after the last.
+inline void pointerPress(QWindow *window, bool touch, QPoint at)
+{
+    touch ? touchPress(window, at) : QTest::mousePress(window, Qt::LeftButton, {}, at);
+}
+
+inline void pointerMove(QWindow *window, bool touch, QPoint at, int intervalMs)
+{
+    touch ? void(touchMoves(window, at, {}, 1, intervalMs)) : QTest::mouseMove(window, at, intervalMs);
+}
+
+inline void pointerLift(QWindow *window, bool touch, QPoint at)
+{
+    touch ? touchLift(window, at) : QTest::mouseRelease(window, Qt::LeftButton, {}, at);
+}

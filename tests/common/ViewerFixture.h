@@ -94,11 +94,13 @@ protected:
         QTRY_VERIFY(!scroll->dragging() && !scroll->decelerating() && !scroll->animating());
     }
 
-    // A viewer pushed, without animation, over the root screen.
-    void openViewer()
+    // A viewer pushed, without animation, over the root screen; opened at `day` if given.
+    void openViewer(const QString &day = QString())
     {
         m_viewer = OstQuoteViewController::create(m_view->engine());
         QVERIFY(m_viewer);
+        if (!day.isNull())
+            m_viewer->setInitialDay(day);
         m_navigation->pushViewController(m_viewer, false);
         QVERIFY(m_viewer->isViewLoaded());
         QCOMPARE(m_navigation->topViewController(), m_viewer.data());

@@ -317,9 +317,11 @@ private Q_SLOTS:
         environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), run);
         // The days asked for since `from` in the server's log.
         auto asked = [this](qsizetype from) { return m_server.requestedQuotes().mid(from); };
-        auto olderFirst = [](const QStringList &days, const QString &dayKey) {
+        // The day and the one before it (the viewer asks for the older first; its two requests
+        // may reach the server's threads in either order, so the log only shows both came).
+        auto dayAndTheDayBefore = [](const QStringList &days, const QString &dayKey) {
             const QString older = QDate::fromString(dayKey, Qt::ISODate).addDays(-1).toString(Qt::ISODate);
-            return days.contains(dayKey) && days.indexOf(older) >= 0 && days.indexOf(older) < days.indexOf(dayKey);
+            return days.contains(dayKey) && days.contains(older);
         };
 
         const qsizetype before = m_server.requestedQuotes().size();
@@ -332,13 +334,13 @@ private Q_SLOTS:
             window.waitForFinished(10000);
         });
         QVERIFY(window.waitForStarted(10000));
-        QTRY_VERIFY2_WITH_TIMEOUT(olderFirst(asked(before), day), qPrintable(asked(before).join(u' ')), 30000);
+        QTRY_VERIFY2_WITH_TIMEOUT(dayAndTheDayBefore(asked(before), day), qPrintable(asked(before).join(u' ')), 30000);
 
         const qsizetype handed = m_server.requestedQuotes().size();
         const ProcessRun second = runDemo({secondLink}, environment, 30000);
         QCOMPARE(second.exitCode, 0);
         QVERIFY2(second.out.contains(QLatin1String("handed ") + secondLink), qPrintable(second.out));
-        QTRY_VERIFY2_WITH_TIMEOUT(olderFirst(asked(handed), secondDay), qPrintable(asked(handed).join(u' ')), 30000);
+        QTRY_VERIFY2_WITH_TIMEOUT(dayAndTheDayBefore(asked(handed), secondDay), qPrintable(asked(handed).join(u' ')), 30000);
         QCOMPARE(window.state(), QProcess::Running);
 
         // A share page of another server (this start's, not the window's): the window does
@@ -462,7 +464,7 @@ private Q_SLOTS:
 
         // Into the viewer and back: the launch screen says it may go as the slide back starts,
         // and would say so again 2.5 s after it is back in view.
-        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(launch->button()));
+        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(launch->findChild<QQuickItem *>(QStringLiteral("button"))));
         QCOMPARE(m_navigation->depth(), 2);
         QTRY_VERIFY(!m_navigation->isBusy());
         auto *viewer = qobject_cast<OstQuoteViewController *>(m_navigation->topViewController());
@@ -470,6 +472,9 @@ private Q_SLOTS:
         QSignalSpy told(launch.data(), &OstQuoteLaunchViewController::willDismiss);
         QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(viewer->findChild<QQuickItem *>(QStringLiteral("backButton"))));
         QCOMPARE(told.count(), 1);
+        // Told again at once, before the fade: still one fade.
+        host.willDismissLaunchViewController(launch);
+        QCOMPARE(host.repeatedDismissals(), 1);
         // The slide back ends first; then home replaces the launch screen under its fading
         // snapshot, with the navigation bar back.
         QCOMPARE(host.stage(), DemoHost::Launching);
@@ -500,7 +505,7 @@ private Q_SLOTS:
         host.willDismissLaunchViewController(&stranger);
         host.willDismissLaunchViewController(nullptr);
         QCoreApplication::processEvents();
-        QCOMPARE(host.repeatedDismissals(), 2);
+        QCOMPARE(host.repeatedDismissals(), 3);
         QCOMPARE(stages.size(), 3);
         QCOMPARE(m_navigation->topViewController(), homeScreen);
     }
@@ -910,23 +915,6 @@ private Q_SLOTS:
         }
         QCOMPARE(names.size(), 7);
         QCOMPARE(names.first(), firstWeekday);
-    }
-
-    void toldTwiceInARowOnlyOneFade()
-    {
-        openHost();
-        DemoHost host(m_view.get(), m_navigation);
-        QSignalSpy stages(&host, &DemoHost::stageChanged);
-        host.startWithLaunchScreen();
-        QPointer<OstQuoteLaunchViewController> launch = host.launchViewController();
-        host.willDismissLaunchViewController(launch);
-        host.willDismissLaunchViewController(launch);
-        QCOMPARE(host.repeatedDismissals(), 1);
-        QTRY_COMPARE(host.stage(), DemoHost::Home);
-        QCOMPARE(stages.count(), 3); // launching, fading, home
-        QCOMPARE(m_navigation->depth(), 1);
-        QVERIFY(qobject_cast<DemoHomeViewController *>(m_navigation->topViewController()));
-        QTRY_VERIFY(!launch);
     }
 };
 

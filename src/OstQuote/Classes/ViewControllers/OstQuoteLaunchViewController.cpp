@@ -42,7 +42,6 @@ namespace {
 
 const QUrl kSkinURL(QStringLiteral("qrc:/OstQuote/OstQuoteLaunchViewControllerSkin.qml"));
 
-
 // The sentence's face: Helvetica Neue Light where the system has it, otherwise a light cut
 // of a plain sans.
 QString quoteFontFamily()
@@ -366,30 +365,6 @@ void OstQuoteLaunchViewController::buttonPressed()
 */
 
 /*!
-    \qmlproperty Item OstQuoteLaunchViewControllerTemplate::imageView
-
-    The skin's picture, handed over by the skin.
-*/
-
-/*!
-    \qmlproperty Item OstQuoteLaunchViewControllerTemplate::quoteLabel
-
-    The skin's sentence, handed over by the skin.
-*/
-
-/*!
-    \qmlproperty Item OstQuoteLaunchViewControllerTemplate::ostrelLogo
-
-    The skin's logo, handed over by the skin.
-*/
-
-/*!
-    \qmlproperty Item OstQuoteLaunchViewControllerTemplate::button
-
-    The skin's button, handed over by the skin.
-*/
-
-/*!
     \qmlproperty QtObject OstQuoteLaunchViewControllerTemplate::delegate
 
     The delegate set from C++ (an OstQuoteLaunchViewControllerDelegate), or null. QML hosts
@@ -488,26 +463,6 @@ void OstQuoteLaunchViewController::buttonPressed()
     \variable OstQuoteLaunchViewController::DismissInterval
 
     From an appearance to telling the delegate, in milliseconds: 2500.
-*/
-
-/*!
-    \property OstQuoteLaunchViewController::imageView
-    \brief The skin's picture.
-*/
-
-/*!
-    \property OstQuoteLaunchViewController::quoteLabel
-    \brief The skin's sentence.
-*/
-
-/*!
-    \property OstQuoteLaunchViewController::ostrelLogo
-    \brief The skin's logo.
-*/
-
-/*!
-    \property OstQuoteLaunchViewController::button
-    \brief The skin's button.
 */
 
 /*!

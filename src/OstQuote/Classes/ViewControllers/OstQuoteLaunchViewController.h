@@ -41,11 +41,6 @@ class OSTQUOTE_EXPORT OstQuoteLaunchViewController : public OTCommonsViewControl
     // In QML, OstQuoteLaunchViewController is this type with its skin; the bare type is OstQuoteLaunchViewControllerTemplate.
     QML_NAMED_ELEMENT(OstQuoteLaunchViewControllerTemplate)
 
-    Q_PROPERTY(QQuickItem *imageView MEMBER m_imageView)
-    Q_PROPERTY(QQuickItem *quoteLabel MEMBER m_quoteLabel)
-    Q_PROPERTY(QQuickItem *ostrelLogo MEMBER m_ostrelLogo)
-    Q_PROPERTY(QQuickItem *button MEMBER m_button)
-
     Q_PROPERTY(QObject *delegate READ delegate WRITE setDelegate NOTIFY delegateChanged)
     Q_PROPERTY(bool popFromQuote READ popFromQuote WRITE setPopFromQuote NOTIFY popFromQuoteChanged)
 
@@ -107,10 +102,6 @@ public:
     void viewWillAppear(bool animated) override;
     void viewDidAppear(bool animated) override;
 
-    QQuickItem *imageView() const { return m_imageView; }
-    QQuickItem *quoteLabel() const { return m_quoteLabel; }
-    QQuickItem *ostrelLogo() const { return m_ostrelLogo; }
-    QQuickItem *button() const { return m_button; }
 
     QString quoteText() const { return m_quoteText; }
     QFont quoteFont() const { return m_quoteFont; }
@@ -142,10 +133,6 @@ private:
     OstQuoteLaunchViewControllerDelegate *launchDelegate() const;
     void tellDelegate();
 
-    QQuickItem *m_imageView = nullptr;
-    QQuickItem *m_quoteLabel = nullptr;
-    QQuickItem *m_ostrelLogo = nullptr;
-    QQuickItem *m_button = nullptr;
 
     QPointer<QObject> m_delegate;
     QPointer<QTimer> m_timer;

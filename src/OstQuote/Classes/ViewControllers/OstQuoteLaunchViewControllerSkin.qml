@@ -42,11 +42,6 @@ import OstQuote
 OstQuoteLaunchViewControllerTemplate {
     id: screen
 
-    imageView: picture
-    ostrelLogo: logo
-    quoteLabel: label
-    button: pressToView
-
     Image {
         id: picture
         objectName: "imageView"

@@ -322,18 +322,6 @@ void OstQuoteView::touchEvent(QTouchEvent *event)
 */
 
 /*!
-    \qmlproperty Item OstQuoteViewTemplate::backgroundImageView
-
-    The skin's picture, handed over by the skin.
-*/
-
-/*!
-    \qmlproperty Item OstQuoteViewTemplate::coverView
-
-    The skin's bottom cover, handed over by the skin.
-*/
-
-/*!
     \qmlmethod void OstQuoteViewTemplate::showCoverViewWithAnimated(bool animated)
 
     Brings the text cover back into view, \a animated or at once.
@@ -429,17 +417,6 @@ void OstQuoteView::touchEvent(QTouchEvent *event)
     \fn qreal OstQuoteView::depthScale() const
 
     The scale the skin shows the content at: depthProgress, never below depthMinimumScale.
-*/
-
-
-/*!
-    \property OstQuoteView::backgroundImageView
-    \brief The skin's picture.
-*/
-
-/*!
-    \property OstQuoteView::coverView
-    \brief The skin's bottom cover.
 */
 
 /*!

@@ -20,8 +20,9 @@ class QQmlEngine;
 // Behaviour lives here; the look (children, anchors, fonts, colours) and the cover's slide
 // are the skin OstQuoteViewSkin.qml, the QML type OstQuoteView (this C++ type is
 // OstQuoteViewTemplate in QML, for a skin of a host's own). The skin binds to the texts and
-// the offset below, animates the offset (a Behavior enabled while coverAnimated holds) and
-// hands back the children that others reach: the picture and the cover.
+// the offset below and animates the offset (a Behavior enabled while coverAnimated holds).
+// Its children carry object names ("backgroundImageView", "coverView", the labels') for
+// whoever must find them.
 class OSTQUOTE_EXPORT OstQuoteView : public QQuickItem
 {
     Q_OBJECT
@@ -56,10 +57,6 @@ class OSTQUOTE_EXPORT OstQuoteView : public QQuickItem
     // depthMinimumScale.
     Q_PROPERTY(qreal depthProgress READ depthProgress NOTIFY depthChanged)
     Q_PROPERTY(qreal depthMinimumScale READ depthMinimumScale NOTIFY depthChanged)
-
-    // The skin's children.
-    Q_PROPERTY(QQuickItem *backgroundImageView MEMBER m_backgroundImageView)
-    Q_PROPERTY(QQuickItem *coverView MEMBER m_coverView)
 
 public:
     // The distance the cover slides (over OTPalette::CoverSlideDuration): its whole height.
@@ -111,8 +108,6 @@ public:
     qreal depthScale() const { return qMax(m_depthProgress, m_depthMinimumScale); }
     void setDepth(qreal progress, qreal minimumScale);
 
-    QQuickItem *backgroundImageView() const { return m_backgroundImageView; }
-    QQuickItem *coverView() const { return m_coverView; }
 
 Q_SIGNALS:
     void quoteChanged();
@@ -155,6 +150,4 @@ private:
     bool m_coverSliding = false;
     OTMotion *m_coverMotion = nullptr;
 
-    QQuickItem *m_backgroundImageView = nullptr;
-    QQuickItem *m_coverView = nullptr;
 };

@@ -27,8 +27,6 @@ OstQuoteViewTemplate {
     Accessible.role: Accessible.Pane
     Accessible.name: page.dateText
 
-    backgroundImageView: background
-    coverView: cover
 
     coverSliding: coverSlide.running
     Behavior on coverOffset {
