@@ -9,26 +9,33 @@ import OstQuote
 // with the share panel risen over it.
 Window {
     // A quote page in the host's own skin: a blue cover with the sentence, sliding as the
-    // module's does.
+    // module's does, and the gallery's depth effect on its place in a page turn.
     component HostPage: OstQuoteViewTemplate {
         id: restyled
 
-        Rectangle {
-            objectName: "restyledCover"
-            anchors.bottom: parent.bottom
-            anchors.bottomMargin: -restyled.coverOffset
-            width: parent.width
-            height: restyled.coverHeight
-            color: "#2a6f97"
-            Text {
-                anchors.fill: parent
-                anchors.margins: 20
-                text: restyled.contentText.length > 0 ? restyled.contentText : "A host's own quote page"
-                textFormat: Text.PlainText
-                wrapMode: Text.Wrap
-                verticalAlignment: Text.AlignVCenter
-                font.pixelSize: 20
-                color: "white"
+        opacity: restyled.depthProgress
+
+        Item {
+            anchors.fill: parent
+            scale: Math.max(restyled.depthProgress, restyled.depthMinimumScale)
+
+            Rectangle {
+                objectName: "restyledCover"
+                anchors.bottom: parent.bottom
+                anchors.bottomMargin: -restyled.coverOffset
+                width: parent.width
+                height: restyled.coverHeight
+                color: "#2a6f97"
+                Text {
+                    anchors.fill: parent
+                    anchors.margins: 20
+                    text: restyled.contentText.length > 0 ? restyled.contentText : "A host's own quote page"
+                    textFormat: Text.PlainText
+                    wrapMode: Text.Wrap
+                    verticalAlignment: Text.AlignVCenter
+                    font.pixelSize: 20
+                    color: "white"
+                }
             }
         }
     }

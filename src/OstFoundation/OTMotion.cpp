@@ -4,6 +4,8 @@
 #include <QMetaMethod>
 #include <QTimer>
 
+#include <utility>
+
 /*!
     \class OTMotion
     \inmodule OstFoundation
@@ -71,9 +73,9 @@ void OTMotion::moveTo(qreal value, std::function<void()> completion)
     if (m_property.isValid()) {
         // Through the skin's Behavior, if it has one. Its motion may stop and start again on
         // the way: only where things stand afterwards counts.
-        m_writing = true;
+        const bool writing = std::exchange(m_writing, true);
         m_property.write(m_target, value);
-        m_writing = false;
+        m_writing = writing;
     }
     // Landed at once (no Behavior, a Behavior turned off, or already there).
     propertyChanged();

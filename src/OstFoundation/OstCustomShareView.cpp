@@ -100,6 +100,10 @@ struct OstCustomShareView::Private
     // Takes the keyboard from whatever has it, to give it back later.
     void takeFocus()
     {
+        // Up already (the system share route over the targets): it keeps the keyboard, and
+        // the item to give it back to.
+        if (q->m_holdsKeyboard)
+            return;
         QQuickWindow *window = q->window();
         QQuickItem *current = window ? window->activeFocusItem() : nullptr;
         if (current && current != q && !q->isAncestorOf(current))
@@ -107,12 +111,13 @@ struct OstCustomShareView::Private
         q->forceActiveFocus(Qt::PopupFocusReason);
     }
 
-    // Gives the keyboard back, if the panel has it: to the item that had it before, when that
-    // can still take it, else to the screen.
+    // The panel has the keyboard: its own item, or what its skin shows of it.
+    bool hasKeyboard() const { return q->hasActiveFocus() || q->m_holdsKeyboard; }
+
+    // Gives the keyboard back: to the item that had it before, when that can still take it,
+    // else to the screen.
     void returnFocus()
     {
-        if (!q->hasActiveFocus() && !q->m_holdsKeyboard)
-            return;
         q->setFocus(false);
         QQuickItem *before = focusBefore.data();
         focusBefore.clear();
@@ -263,8 +268,12 @@ void OstCustomShareView::showInController(OTCommonsViewController *controller, b
 void OstCustomShareView::hideWithAnimated(bool animated)
 {
     d->setSystemShareShowing(false);
+    // Whether the panel has the keyboard, asked while the skin still shows it (its popup may
+    // close, and let the keyboard go, as soon as the panel stops showing).
+    const bool hadKeyboard = d->hasKeyboard();
     d->setShowing(false);
-    d->returnFocus();
+    if (hadKeyboard)
+        d->returnFocus();
     if (!parentItem() || !animated) {
         d->moveTo(0, false, {});
         d->detach();

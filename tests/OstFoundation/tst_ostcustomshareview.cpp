@@ -351,6 +351,49 @@ private Q_SLOTS:
         waitUntilAway();
     }
 
+    // Taken away before it has moved, or with its screen hidden or not yet in a window: nothing
+    // of it is left over the window to take the taps, and it comes when its screen does.
+    void thePopupFollowsThePanelAndItsScreen()
+    {
+        QQmlComponent component(m_view->engine());
+        component.setData("import QtQuick\nMouseArea { property int taps: 0; width: 375; height: 667; onClicked: taps++ }", QUrl());
+        std::unique_ptr<QQuickItem> area(qobject_cast<QQuickItem *>(component.create()));
+        QVERIFY(area);
+        area->setParentItem(m_screen);
+        auto tapReachesTheScreen = [&]() {
+            const int before = area->property("taps").toInt();
+            QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, QPoint(187, 100));
+            return area->property("taps").toInt() == before + 1;
+        };
+        auto sheetInWindow = [&]() {
+            QQuickItem *sheet = findItem(m_view->contentItem(), QStringLiteral("shareSheet"));
+            return sheet && sheet->isVisible();
+        };
+        for (bool animated : {true, false}) {
+            m_panel->showInController(m_screen, true);
+            m_panel->hideWithAnimated(animated);
+            QTRY_VERIFY(!m_panel->parentItem());
+            QVERIFY2(tapReachesTheScreen(), animated ? "animated" : "at once");
+        }
+
+        showAndWait();
+        m_screen->setVisible(false);
+        QVERIFY(!sheetInWindow());
+        m_screen->setVisible(true);
+        QTRY_VERIFY(sheetInWindow());
+        m_panel->hideWithAnimated(false);
+        QVERIFY(tapReachesTheScreen());
+
+        m_screen->setParentItem(nullptr);
+        m_panel->showInController(m_screen, false);
+        m_screen->setParentItem(m_view->rootObject());
+        QTRY_VERIFY(sheetInWindow());
+        click(find(QStringLiteral("shareCancelButton")));
+        QVERIFY(!m_panel->isShowing());
+        waitUntilAway();
+        QVERIFY(tapReachesTheScreen());
+    }
+
     void withoutADelegateNothingBreaks()
     {
         m_panel->setDelegate(nullptr);

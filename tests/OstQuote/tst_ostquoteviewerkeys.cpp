@@ -358,6 +358,31 @@ private Q_SLOTS:
         QTRY_COMPARE(m_navigation->depth(), 1);
     }
 
+    // "More" turns the panel to the system share route: the keyboard stays in the panel, Tab
+    // never reaches the buttons underneath, and the keyboard goes back to the share button.
+    void theSystemShareRouteKeepsTheKeyboard()
+    {
+        openViewerOnToday();
+        key(Qt::Key_Tab);
+        key(Qt::Key_Tab);
+        QCOMPARE(focused(), item("shareButton"));
+        key(Qt::Key_Space);
+        OstCustomShareView *panel = m_viewer->shareView();
+        QTRY_COMPARE(panel->presentation(), 1.0);
+        for (int i = 0; i < 24 && focused()->objectName() != QLatin1String("shareMoreButton"); ++i)
+            key(Qt::Key_Tab);
+        QCOMPARE(focused()->objectName(), QStringLiteral("shareMoreButton"));
+        key(Qt::Key_Return);
+        QVERIFY(panel->isSystemShareShowing());
+        for (int i = 0; i < 6; ++i) {
+            key(Qt::Key_Tab);
+            QVERIFY2(panelHoldsKeyboard(), qPrintable(focused() ? focused()->objectName() : QString()));
+        }
+        key(Qt::Key_Escape);
+        QVERIFY(!panel->isShowing());
+        QCOMPARE(focused(), item("shareButton"));
+    }
+
     // A tap does not give a button the keyboard, so no ring shows after one.
     void aTapShowsNoRing()
     {

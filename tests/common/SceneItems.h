@@ -2,6 +2,7 @@
 
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QtNumeric>
 
 // Finding items in a scene and pointing at them, as the tests of the screens do.
 
@@ -29,11 +30,11 @@ inline QQuickItem *findItem(QQuickItem *root, const QString &name)
 }
 
 // The scale a quote page's content is shown at (its skin's "pageContent"): the gallery's depth
-// effect shrinks it behind the page sliding over it. 1 for anything else.
+// effect shrinks it behind the page sliding over it. Not a number when there is none.
 inline qreal shownScale(QQuickItem *page)
 {
     const QQuickItem *content = findItem(page, QStringLiteral("pageContent"));
-    return content ? content->scale() : 1.0;
+    return content ? content->scale() : qQNaN();
 }
 
 // With OSTQUOTE_SCREENSHOTS set, the window's picture goes to that folder as `name` (the

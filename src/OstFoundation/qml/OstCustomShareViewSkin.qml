@@ -370,17 +370,23 @@ OstCustomShareViewTemplate {
 
     holdsKeyboard: popup.activeFocus
 
-    Connections {
-        target: shareView
-        function onShowingChanged() {
-            if (shareView.showing) {
-                popup.open()
-                popup.forceActiveFocus(Qt.PopupFocusReason)
-            }
+    // The popup is open while the panel shows or its sheet is on the way down, as long as the
+    // panel stands in a window and is seen there (it goes with a screen that is hidden or
+    // taken away, and comes back with it).
+    readonly property bool popupWanted: shareView.Window.window !== null && shareView.visible
+                                        && (shareView.showing || shareView.presentation > 0)
+    onPopupWantedChanged: {
+        if (!shareView.popupWanted) {
+            popup.close()
+            return
         }
-        function onPresentationChanged() {
-            if (!shareView.showing && shareView.presentation <= 0)
-                popup.close()
-        }
+        popup.open()
+        if (shareView.showing)
+            popup.forceActiveFocus(Qt.PopupFocusReason)
+    }
+    // Shown again on the way down: the keyboard comes back to the panel.
+    onShowingChanged: {
+        if (shareView.showing && shareView.popupWanted)
+            popup.forceActiveFocus(Qt.PopupFocusReason)
     }
 }
