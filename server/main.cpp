@@ -109,7 +109,12 @@ int serve(const ServerOptions &options, QuoteDatabase &database)
         const sigset_t signals = stopSignals();
         for (int signal = 0; !stopped && sigwait(&signals, &signal) == 0 && !stopped;) {
             if (signalled.fetch_add(1) == 0) {
-                QMetaObject::invokeMethod(qApp, []() { QCoreApplication::quit(); }, Qt::QueuedConnection);
+                // The instance as it is, not qApp's cast to QGuiApplication: a build with the
+                // undefined-behaviour checks verifies that cast by reading the object through a
+                // pipe, and at the open-file limit (idle clients holding every descriptor) it gets
+                // none and reports the object as broken.
+                QMetaObject::invokeMethod(QCoreApplication::instance(), []() { QCoreApplication::quit(); },
+                                          Qt::QueuedConnection);
             } else {
                 server.stopNow();
                 return;

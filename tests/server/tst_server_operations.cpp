@@ -320,7 +320,8 @@ private Q_SLOTS:
             QVERIFY(closed > Crowd / 2);
             QVERIFY(crowd.back()->isOpen());   // the longest idle went first
         }
-        QVERIFY(server.stop());
+        const bool stopped = server.stop();
+        QVERIFY2(stopped, qPrintable(errors(dir)));
     }
 };
 
