@@ -19,6 +19,7 @@
 #include "MonotonicClock.h"
 
 #include <OTImagePrefetcher.h>
+#include <OTWebImage.h>
 #include <OstQuoteLaunchCache.h>
 #include <OstQuoteLaunchViewController.h>
 
@@ -68,7 +69,7 @@ int main(int argc, char *argv[])
             shownInSync = label && picture
                        && launch->quoteText() != QLatin1String(OstQuoteLaunchViewController::DefaultQuote)
                        && label->property("text").toString() == launch->quoteText()
-                       && picture->property("source").toUrl() == launch->imageSource()
+                       && picture->property("source").toUrl() == OTWebImage::pictureSource(launch->imageSource())
                        && !launch->imageSource().isLocalFile()
                        && picture->property("status").toInt() == 1; // Image.Ready
         }, Qt::DirectConnection);

@@ -18,8 +18,8 @@
     \instantiates OTCommonsViewController
     \brief The base of every full-window screen.
 
-    Its life cycle follows the StackView it stands on (see the C++ class
-    OTCommonsViewController). The module's screens, \l OstQuoteLaunchViewController and
+    Its life cycle follows the StackView it stands on, or, standing alone, whether it is shown
+    in a window (see the C++ class OTCommonsViewController). The module's screens, \l OstQuoteLaunchViewController and
     \l OstQuoteViewController, are of this type.
 */
 
@@ -71,6 +71,12 @@ const QMetaObject *stackViewClass(const QQuickItem *item)
     appears). viewWillAppear(), viewDidAppear(), viewWillDisappear() and viewDidDisappear() follow
     the screen as it is pushed, covered, uncovered and popped; \c animated says whether that
     change is animated. Overrides call the base class first.
+
+    A screen standing alone, on no StackView and no navigation host (a launch screen put
+    straight into the window, say), appears once it is shown in a window and disappears when it
+    is hidden or leaves the window, each change made at once. When a StackView takes the screen
+    in (as its first item, for instance), the StackView's status rules from then on; a screen in
+    view stays in view, with no second call.
 
     On an OTNavigationController the host makes these calls. On any other StackView (a host app's
     own) the screen follows the StackView's attached status: activating and deactivating are the
@@ -222,6 +228,19 @@ void OTCommonsViewController::itemChange(ItemChange change, const ItemChangeData
     QQuickItem::itemChange(change, value);
     if (change == ItemParentHasChanged)
         followStackView(value.item);
+    if (change == ItemParentHasChanged || change == ItemSceneChange || change == ItemVisibleHasChanged)
+        followWindow();
+}
+
+void OTCommonsViewController::followWindow()
+{
+    // On a stack (a navigation host's or a host app's own) the stack says when the screen is
+    // in view; standing alone, it is in view while it is shown in a window.
+    if (m_navigationController || m_hostStackView)
+        return;
+    const StackStatus status = window() && isVisible() ? StackStatus::Active : StackStatus::Inactive;
+    if (status != m_stackStatus)
+        stackStatusChanged(status);
 }
 
 void OTCommonsViewController::followStackView(QQuickItem *parent)

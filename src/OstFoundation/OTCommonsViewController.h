@@ -95,6 +95,7 @@ private:
     enum class Appearance { Disappeared, Appearing, Appeared, Disappearing };
 
     void followStackView(QQuickItem *parent);
+    void followWindow();
     void stackStatusChanged(StackStatus status);
     void stackRemoved();
     void syncWithStackView();

@@ -797,32 +797,6 @@ private Q_SLOTS:
         QVERIFY(!m_launch->timer());
     }
 
-    void withoutANavigationStackTheButtonOnlyStopsTheCountdown()
-    {
-        RecordingLaunchDelegate delegate;
-        std::unique_ptr<OstQuoteLaunchViewController> screen(makeLaunch());
-        QVERIFY(screen);
-        screen->setDelegate(&delegate);
-        screen->setParentItem(m_view->rootObject());
-        screen->setSize(QSizeF(375, 667));
-        screen->loadViewIfNeeded();
-        screen->viewWillAppear(false);
-        screen->viewDidAppear(false);
-        QVERIFY(screen->timer());
-        QCOMPARE(screen->quoteText(), QString::fromLatin1(OstQuoteLaunchViewController::DefaultQuote));
-
-        QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centreOf(screen->findChild<QQuickItem *>(QStringLiteral("button"))));
-        QVERIFY(screen->popFromQuote());
-        QVERIFY(!screen->timer());
-        QTest::qWait(OstQuoteLaunchViewController::DismissInterval + 500);
-        QVERIFY(delegate.calls.isEmpty());
-        QVERIFY(m_view->rootObject()->findChildren<OstQuoteViewController *>().isEmpty());
-        QVERIFY(screen->findChildren<OstQuoteViewController *>().isEmpty());
-        screen->setParentItem(nullptr);
-        // Its batch may still be on its way: let it finish before the screen goes.
-        QTRY_COMPARE_WITH_TIMEOUT(m_cached.size(), 1, 15000);
-    }
-
     // --- Rendering ---------------------------------------------------------------------------
 
     // The sentence is set larger on a tablet than on a phone; the layout holds for both.

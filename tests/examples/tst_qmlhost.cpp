@@ -57,6 +57,19 @@ QStringList cachedPictures(const QString &cacheHome)
     return found;
 }
 
+// The first item of type T in the visual tree under `root`, or null.
+template<typename T>
+T *findItemOfType(QQuickItem *root)
+{
+    for (QQuickItem *child : root->childItems()) {
+        if (auto *found = qobject_cast<T *>(child))
+            return found;
+        if (T *found = findItemOfType<T>(child))
+            return found;
+    }
+    return nullptr;
+}
+
 } // namespace
 
 class TestQmlHost : public QObject
@@ -75,14 +88,18 @@ class TestQmlHost : public QObject
             && days.contains(QLatin1String("2017-02-28"));
     }
 
+    // The window's StackView, wherever it lies in the window; null while there is none.
     static QQuickItem *stackOf(QQmlApplicationEngine &engine)
     {
         auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
         if (!window)
             return nullptr;
-        for (QQuickItem *child : window->contentItem()->childItems()) {
-            if (child->inherits("QQuickStackView"))
-                return child;
+        QList<QQuickItem *> items = window->contentItem()->childItems();
+        while (!items.isEmpty()) {
+            QQuickItem *item = items.takeFirst();
+            if (item->inherits("QQuickStackView"))
+                return item;
+            items += item->childItems();
         }
         return nullptr;
     }
@@ -171,6 +188,101 @@ private Q_SLOTS:
         QCOMPARE(first->calls.count(QStringLiteral("load")), 1);
         // The StackView made the second screen, so it deletes it.
         QTRY_VERIFY(!second);
+    }
+
+    // A screen standing alone in a window (on no StackView and no navigation host) follows
+    // the window: it appears once shown there and disappears when hidden, each change made at
+    // once. A StackView that takes it in while it is in view makes no second call, and rules
+    // from then on.
+    void aScreenStandingAloneFollowsItsWindow()
+    {
+        QQmlApplicationEngine engine;
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        engine.loadData(R"(
+            import QtQuick
+            import QtQuick.Controls
+            import OstQuoteTest
+            Window {
+                id: window
+                width: 375; height: 667; visible: true
+                property alias screen: screen
+                property StackView stack
+                RecordingScreen { id: screen; width: 375; height: 667 }
+                Component { id: stackView; StackView { anchors.fill: parent } }
+                Component { id: next; RecordingScreen {} }
+                function takeIn() { stack = stackView.createObject(window.contentItem, {initialItem: screen}) }
+                function pushNext() { stack.push(next, {}, StackView.Immediate) }
+            })");
+        QObject *root = engine.rootObjects().value(0);
+        QVERIFY(root);
+        auto *screen = qobject_cast<RecordingScreen *>(root->property("screen").value<QObject *>());
+        QVERIFY(screen);
+        const QStringList appeared = {"load", "willAppear(0)", "didAppear(0)"};
+        QTRY_COMPARE(screen->calls, appeared);
+        QVERIFY(screen->isVisibleOnScreen());
+        QVERIFY(!screen->stackView());
+
+        screen->setVisible(false);
+        QTRY_COMPARE(screen->calls.mid(3), QStringList({"willDisappear(0)", "didDisappear(0)"}));
+        screen->setVisible(true);
+        QTRY_COMPARE(screen->calls.mid(5), QStringList({"willAppear(0)", "didAppear(0)"}));
+
+        QVERIFY(QMetaObject::invokeMethod(root, "takeIn"));
+        QQuickItem *stack = root->property("stack").value<QQuickItem *>();
+        QVERIFY(stack);
+        QCOMPARE(screen->stackView(), stack);
+        QTest::qWait(50);
+        QCOMPARE(screen->calls.size(), 7);
+        QVERIFY(QMetaObject::invokeMethod(root, "pushNext"));
+        QTRY_COMPARE(screen->calls.mid(7), QStringList({"willDisappear(0)", "didDisappear(0)"}));
+        QCOMPARE(screen->calls.count(QStringLiteral("load")), 1);
+    }
+
+    // The launch screen standing alone: its button stops the countdown and shows nothing while
+    // there is no stack (the host is never told); the viewer it asked for is pushed as soon as
+    // the host's StackView takes the screen in.
+    void theButtonBeforeTheStackShowsTheViewerOnceTheStackTakesTheScreen()
+    {
+        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
+        QQmlApplicationEngine engine;
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        engine.loadData(R"(
+            import QtQuick
+            import QtQuick.Controls
+            import OstQuote
+            Window {
+                id: window
+                width: 375; height: 667; visible: true
+                property alias launch: launch
+                property StackView stack
+                property int dismissals: 0
+                OstQuoteLaunchViewController { id: launch; width: 375; height: 667; onWillDismiss: dismissals++ }
+                Component { id: stackView; StackView { anchors.fill: parent } }
+                function takeIn() { stack = stackView.createObject(window.contentItem, {initialItem: launch}) }
+            })");
+        QObject *root = engine.rootObjects().value(0);
+        QVERIFY(root);
+        auto *window = qobject_cast<QQuickWindow *>(root);
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        auto *launch = qobject_cast<OstQuoteLaunchViewController *>(root->property("launch").value<QObject *>());
+        QVERIFY(launch);
+        QTRY_VERIFY(launch->timer());
+        QVERIFY(launch->isVisibleOnScreen());
+
+        QTest::mouseClick(window, Qt::LeftButton, {}, centreOf(launch->findChild<QQuickItem *>(QStringLiteral("button"))));
+        QVERIFY(launch->popFromQuote());
+        QVERIFY(!launch->timer());
+        QTest::qWait(OstQuoteLaunchViewController::DismissInterval + 500);
+        QCOMPARE(root->property("dismissals").toInt(), 0);
+        QVERIFY(!findItemOfType<OstQuoteViewController>(window->contentItem()));
+
+        QVERIFY(QMetaObject::invokeMethod(root, "takeIn"));
+        QQuickItem *stack = root->property("stack").value<QQuickItem *>();
+        QVERIFY(stack);
+        QTRY_VERIFY(qobject_cast<OstQuoteViewController *>(currentOf(stack)));
+        QCOMPARE(stack->property("depth").toInt(), 2);
+        QTRY_VERIFY(!launch->isVisibleOnScreen());
+        QCOMPARE(root->property("dismissals").toInt(), 0);
     }
 
     // The launch screen's button pushes a viewer on the host's StackView (no navigation host),
@@ -267,17 +379,35 @@ private Q_SLOTS:
         QCOMPARE(OstAPIClient::sharedClient()->baseURL(), QUrl(QStringLiteral("http://127.0.0.1:9/base")));
     }
 
-    // examples/qml-host/Main.qml as it stands, in process: the launch screen asks for the
-    // batch, counts down and is replaced by a viewer, which asks for today and the day before,
-    // and the window shows its page.
+    // examples/qml-host/Main.qml as it stands, in process: the launch screen stands in the
+    // window and appears before the app's StackView exists; the StackView, loaded in the
+    // background, takes it in; the launch screen asks for the batch, counts down and is
+    // replaced by a viewer, which asks for today and the day before, and the window shows its
+    // page.
     void theExampleHostShowsTheViewer()
     {
         QQmlApplicationEngine engine;
+        bool appearedBeforeTheStack = false;
+        QPointer<OstQuoteLaunchViewController> launch;
+        connect(&engine, &QQmlApplicationEngine::objectCreated, this, [&](QObject *root) {
+            launch = root ? root->findChild<OstQuoteLaunchViewController *>() : nullptr;
+            if (!launch)
+                return;
+            QVERIFY(!stackOf(engine));
+            connect(launch, &OTCommonsViewController::visibleOnScreenChanged, this, [&]() {
+                if (launch->isVisibleOnScreen() && !stackOf(engine))
+                    appearedBeforeTheStack = true;
+            });
+        });
         QQuickWindow *window = openExample(engine, "Main.qml");
         QVERIFY(window);
+        QVERIFY(launch);
+        QTRY_VERIFY(launch->isVisibleOnScreen());
+        QVERIFY(appearedBeforeTheStack);
+        QTRY_VERIFY(stackOf(engine));
         QQuickItem *stack = stackOf(engine);
-        QVERIFY(stack);
-        QVERIFY(qobject_cast<OstQuoteLaunchViewController *>(currentOf(stack)));
+        QCOMPARE(currentOf(stack), launch.data());
+        QCOMPARE(launch->stackView(), stack);
 
         QTRY_VERIFY_WITH_TIMEOUT(qobject_cast<OstQuoteViewController *>(currentOf(stack)), 20000);
         auto *viewer = qobject_cast<OstQuoteViewController *>(currentOf(stack));
@@ -349,6 +479,9 @@ private Q_SLOTS:
         // launch screen at once, then in the viewer) from the disk cache the first one filled.
         const QString todaysPicture = QStringLiteral("GET /media/quotes/2017-03-01.jpg");
         int pictureRequestsAfterFirst = 0;
+        // The server's pictures sent to the suite's other tests (its log is written every ~200 ms).
+        QTest::qWait(400);
+        const int picturesBefore = m_server.accessLogLines(QStringLiteral("GET /media/quotes/"));
         for (int run = 0; run < 2; ++run) {
             const QStringList before = requested();
             QProcess process;
@@ -371,7 +504,10 @@ private Q_SLOTS:
             QCOMPARE(process.state(), QProcess::Running);
             if (run == 0) {
                 QTRY_VERIFY_WITH_TIMEOUT(m_server.accessLogLines(todaysPicture) > 0, 20000);
-                QTRY_VERIFY_WITH_TIMEOUT(!cachedPictures(home.filePath(QStringLiteral("cache"))).isEmpty(), 20000);
+                // Every picture the server has sent is on disk before the app is stopped.
+                QTRY_VERIFY_WITH_TIMEOUT(cachedPictures(home.filePath(QStringLiteral("cache"))).size()
+                                             >= m_server.accessLogLines(QStringLiteral("GET /media/quotes/")) - picturesBefore,
+                                         20000);
                 pictureRequestsAfterFirst = m_server.accessLogLines(todaysPicture);
             } else {
                 // Past the launch screen's 2.5 s and the viewer's first page; the access log is

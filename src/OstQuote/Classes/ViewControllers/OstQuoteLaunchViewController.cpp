@@ -105,6 +105,14 @@ OstQuoteLaunchViewController::OstQuoteLaunchViewController(QQuickItem *parent)
     // Told on the writing thread, as the cache tells it.
     connect(OstQuoteLaunchCache::sharedCache(), &OstQuoteLaunchCache::quotesCached, this,
             &OstQuoteLaunchViewController::quotesCached, Qt::DirectConnection);
+    // A viewer asked for before the screen stood on a stack: pushed one turn after a stack
+    // takes the screen in, as a StackView refuses a push while it is making one.
+    const auto onStack = [this]() {
+        if (m_viewerWanted)
+            QMetaObject::invokeMethod(this, &OstQuoteLaunchViewController::pushWantedViewer, Qt::QueuedConnection);
+    };
+    connect(this, &OTCommonsViewController::stackViewChanged, this, onStack);
+    connect(this, &OTCommonsViewController::navigationControllerChanged, this, onStack);
 }
 
 OstQuoteLaunchViewController::~OstQuoteLaunchViewController()
@@ -338,15 +346,25 @@ void OstQuoteLaunchViewController::resetTimer()
 
 /*!
     The button's action: stops the countdown and pushes a new quote viewer.
+
+    A screen standing alone in the window, before the host's StackView has taken it in, keeps
+    the viewer wanted: it is pushed once a stack takes the screen.
 */
 void OstQuoteLaunchViewController::buttonPressed()
 {
     setPopFromQuote(true);
     resetTimer();
+    m_viewerWanted = true;
+    pushWantedViewer();
+}
+
+void OstQuoteLaunchViewController::pushWantedViewer()
+{
     // Without a stack to stand on (a navigation host or a host app's StackView) there is
-    // nowhere to show the viewer.
-    if (!navigationController() && !stackView())
+    // nowhere to show the viewer yet.
+    if (!m_viewerWanted || (!navigationController() && !stackView()))
         return;
+    m_viewerWanted = false;
     OstQuoteViewController *viewer = OstQuoteViewController::create(qmlEngineForScene());
     if (viewer && !pushOnStack(viewer, true))
         delete viewer;

@@ -132,11 +132,13 @@ protected:
 private:
     OstQuoteLaunchViewControllerDelegate *launchDelegate() const;
     void tellDelegate();
+    void pushWantedViewer();
 
 
     QPointer<QObject> m_delegate;
     QPointer<QTimer> m_timer;
     bool m_popFromQuote = false;
+    bool m_viewerWanted = false; // the button was pressed before the screen stood on a stack
 
     QString m_quoteText;
     QFont m_quoteFont;

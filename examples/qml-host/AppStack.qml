@@ -1,0 +1,21 @@
+import QtQuick
+import QtQuick.Controls
+import OstQuote
+
+// The app behind the launch screen: its StackView, with the launch screen taken in as the
+// first item (the launch screen's button pushes the viewer on it), and the screen that
+// follows it.
+StackView {
+    id: stack
+    required property OstQuoteLaunchViewController launchScreen
+
+    initialItem: launchScreen
+
+    // The launch screen says when it may go; it may say so more than once.
+    function leaveLaunchScreen() {
+        if (currentItem === launchScreen)
+            replace(viewer)
+    }
+
+    Component { id: viewer; OstQuoteViewController {} }
+}
