@@ -8,12 +8,12 @@ import OstQuote
 StackView {
     id: stack
     required property OstQuoteLaunchViewController launchScreen
+    // Set when the launch screen says it may go.
+    property bool launchDone: false
 
     initialItem: launchScreen
-
-    // The launch screen says when it may go; it may say so more than once.
-    function leaveLaunchScreen() {
-        if (currentItem === launchScreen)
+    onLaunchDoneChanged: {
+        if (launchDone && currentItem === launchScreen)
             replace(viewer)
     }
 

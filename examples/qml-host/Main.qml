@@ -14,25 +14,24 @@ Window {
         id: launch
         width: window.width
         height: window.height
-        // 2.5 s after the screen appears, and again on the way back from the viewer.
-        onWillDismiss: {
-            app.launchDone = true
-            if (app.item)
-                app.item.leaveLaunchScreen()
-        }
+        // 2.5 s after the screen appears, or at once on the way back from the viewer.
+        onWillDismiss: app.launchDone = true
     }
 
     Loader {
         id: app
         objectName: "app"
-        // The countdown ended before the app was ready.
+        // The launch screen may go; the app hears it once it is there.
         property bool launchDone: false
         anchors.fill: parent
         asynchronous: true
         Component.onCompleted: setSource("AppStack.qml", { launchScreen: launch })
-        onLoaded: {
-            if (launchDone)
-                item.leaveLaunchScreen()
-        }
+    }
+
+    Binding {
+        target: app.item
+        property: "launchDone"
+        value: app.launchDone
+        when: app.status === Loader.Ready
     }
 }

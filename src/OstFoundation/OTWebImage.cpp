@@ -19,6 +19,7 @@
 #include <QThread>
 
 #include <atomic>
+#include <memory>
 #include <cmath>
 #include <utility>
 
@@ -86,6 +87,7 @@ namespace {
 
 constexpr qint64 kMaximumCacheSize = 50 * 1024 * 1024;
 constexpr auto kProviderName = "ostpicture";
+constexpr auto kKeptProviderName = "ostpicturekept";
 // How long a picture that failed is answered with its failure without asking again.
 constexpr int kFailureMemory = 5000; // ms
 
@@ -339,6 +341,52 @@ public:
     }
 };
 
+// The disk cache's pictures, read and decoded on the thread that asks: at once for an Image
+// that is not asynchronous, so that a screen's first frame has its picture, as it would from a
+// local file. A picture the cache no longer keeps fails, as one that does not load.
+class KeptPictureProvider : public QQuickImageProvider
+{
+public:
+    KeptPictureProvider()
+        : QQuickImageProvider(QQuickImageProvider::Image)
+    {
+    }
+
+    QImage requestImage(const QString &id, QSize *size, const QSize &requestedSize) override
+    {
+        const QByteArray address =
+            QByteArray::fromBase64(id.toLatin1(), QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals);
+        const QByteArray body = OTWebImage::keptPicture(QUrl::fromEncoded(address, QUrl::StrictMode));
+        QString error;
+        const QImage image = body.isEmpty() ? QImage() : OTWebImage::decodePicture(body, requestedSize, &error);
+        if (!error.isEmpty())
+            qWarning().noquote() << "OTPictures:" << error;
+        if (size)
+            *size = image.size();
+        return image;
+    }
+};
+
+// Whether the disk cache (`cache`, or one on the directory of the moment) keeps a whole answer
+// for `url`; only the entry's header is read.
+bool keptAnswer(const QUrl &url, QNetworkDiskCache *cache = nullptr)
+{
+    QNetworkDiskCache own;
+    if (!cache) {
+        own.setCacheDirectory(OTWebImage::diskCacheDirectory());
+        cache = &own;
+    }
+    const QNetworkCacheMetaData kept = cache->metaData(url);
+    return kept.isValid() && kept.attributes().value(QNetworkRequest::HttpStatusCodeAttribute).toInt() == 200;
+}
+
+QUrl providerSource(const char *provider, const QUrl &address)
+{
+    return QUrl(QStringLiteral("image://%1/").arg(QLatin1String(provider))
+                + QString::fromLatin1(address.toEncoded().toBase64(QByteArray::Base64UrlEncoding
+                                                                   | QByteArray::OmitTrailingEquals)));
+}
+
 } // namespace
 
 /*!
@@ -399,9 +447,43 @@ QUrl pictureSource(const QUrl &address)
     // as they are; anything else goes through the pictures' provider, which takes the web only.
     if (address.isEmpty() || address.scheme() == QLatin1String("qrc") || address.scheme() == QLatin1String("image"))
         return address;
-    return QUrl(QStringLiteral("image://%1/").arg(QLatin1String(kProviderName))
-                + QString::fromLatin1(address.toEncoded().toBase64(QByteArray::Base64UrlEncoding
-                                                                   | QByteArray::OmitTrailingEquals)));
+    return providerSource(kProviderName, address);
+}
+
+/*!
+    \fn QUrl OTWebImage::keptPictureSource(const QUrl &address)
+
+    Returns where an Image shows the picture \a address from when the disk cache keeps it: the
+    kept pictures' image provider (\c{image://ostpicturekept/...}), which reads and decodes it on
+    the thread that asks, at once for an Image that is not asynchronous. Any other address gives
+    pictureSource().
+*/
+QUrl keptPictureSource(const QUrl &address)
+{
+    if (!isWebAddress(address) || !keptAnswer(address))
+        return pictureSource(address);
+    return providerSource(kKeptProviderName, address);
+}
+
+/*!
+    \fn QByteArray OTWebImage::keptPicture(const QUrl &url)
+
+    Returns the body of the picture \a url as the disk cache keeps it, or an empty array when
+    the cache holds no whole answer for it (a kept redirect or error is no picture) or holds more
+    than MaximumPictureSize. Only web addresses are looked up.
+*/
+QByteArray keptPicture(const QUrl &url)
+{
+    if (!isWebAddress(url))
+        return {};
+    QNetworkDiskCache cache;
+    cache.setCacheDirectory(diskCacheDirectory());
+    if (!keptAnswer(url, &cache))
+        return {};
+    const std::unique_ptr<QIODevice> body(cache.data(url));
+    if (!body || body->size() <= 0 || body->size() > MaximumPictureSize)
+        return {};
+    return body->readAll();
 }
 
 /*!
@@ -560,7 +642,8 @@ QQmlNetworkAccessManagerFactory *networkAccessManagerFactory()
     \fn bool OTWebImage::installDiskCache(QQmlEngine *engine)
 
     Gives \a engine the shared factory unless it has a factory already (a host's own stays), and
-    the pictures' image provider (\c ostpicture) that pictureSource() addresses lead to. Returns
+    the pictures' image providers (\c ostpicture and \c ostpicturekept) that pictureSource() and
+    keptPictureSource() addresses lead to. Returns
     \c true when the engine uses the shared factory afterwards.
 
     Call it before the engine loads its first remote picture; OTSkin::create() does so for every
@@ -575,6 +658,8 @@ bool installDiskCache(QQmlEngine *engine)
         engine->setNetworkAccessManagerFactory(shared);
     if (!engine->imageProvider(QLatin1String(kProviderName)))
         engine->addImageProvider(QLatin1String(kProviderName), new PictureProvider);
+    if (!engine->imageProvider(QLatin1String(kKeptProviderName)))
+        engine->addImageProvider(QLatin1String(kKeptProviderName), new KeptPictureProvider);
     return engine->networkAccessManagerFactory() == shared;
 }
 
@@ -610,6 +695,21 @@ bool installDiskCache(QQmlEngine *engine)
 
     Returns OTWebImage::pictureSource() of \a address, or an empty URL for a remote picture while
     \a area is empty.
+*/
+
+/*!
+    \fn QUrl OTPictures::keptSource(const QUrl &address, const QSizeF &area) const
+
+    Returns OTWebImage::keptPictureSource() of \a address, or an empty URL for a remote picture
+    while \a area is empty.
+*/
+
+/*!
+    \qmlmethod url OTPictures::keptSource(url address, size area)
+
+    Returns the source that shows the picture \a address in an Image of \a area, read straight
+    from the disk cache when it keeps the picture: an Image that is not asynchronous then has it
+    in its first frame. Otherwise, as source().
 */
 
 /*!

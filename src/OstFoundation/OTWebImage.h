@@ -62,6 +62,13 @@ OSTFOUNDATION_EXPORT bool isWebAddress(const QUrl &url);
 // pictures (resources, "qrc:", and its engine's image providers, "image:") and the empty
 // address stay as they are.
 OSTFOUNDATION_EXPORT QUrl pictureSource(const QUrl &address);
+// Where an Image shows the picture `address` from when the disk cache keeps it: the kept
+// pictures' provider ("ostpicturekept"), which reads and decodes it on the thread that asks (at
+// once, for an Image that is not asynchronous); pictureSource() otherwise.
+OSTFOUNDATION_EXPORT QUrl keptPictureSource(const QUrl &address);
+// The body of the picture `url` as the disk cache keeps it (a whole answer within
+// MaximumPictureSize), or an empty array.
+OSTFOUNDATION_EXPORT QByteArray keptPicture(const QUrl &url);
 
 // The size to decode a picture of `original` pixels at, to cover `area` (device pixels; an
 // empty side is not constrained) as a crop fill does: the smallest that covers both sides,
@@ -96,7 +103,8 @@ OSTFOUNDATION_EXPORT QNetworkAccessManager *createNetworkAccessManager(QObject *
 OSTFOUNDATION_EXPORT QQmlNetworkAccessManagerFactory *networkAccessManagerFactory();
 
 // Gives `engine` the shared factory unless it has a factory already (a host's own stays), and
-// the pictures' image provider ("ostpicture") that pictureSource() addresses lead to.
+// the pictures' image providers ("ostpicture" and "ostpicturekept") that pictureSource() and
+// keptPictureSource() addresses lead to.
 OSTFOUNDATION_EXPORT bool installDiskCache(QQmlEngine *engine);
 
 } // namespace OTWebImage
@@ -115,5 +123,11 @@ public:
     {
         const QUrl source = OTWebImage::pictureSource(address);
         return source != address && area.isEmpty() ? QUrl() : source;
+    }
+    Q_INVOKABLE QUrl keptSource(const QUrl &address, const QSizeF &area) const
+    {
+        if (area.isEmpty())
+            return source(address, area);
+        return OTWebImage::keptPictureSource(address);
     }
 };

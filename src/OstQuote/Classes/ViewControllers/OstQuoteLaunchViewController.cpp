@@ -448,7 +448,8 @@ void OstQuoteLaunchViewController::pushWantedViewer()
     \qmlmethod void OstQuoteLaunchViewControllerTemplate::buttonPressed()
 
     The button's action: stops the countdown and pushes a new quote viewer on the stack the
-    screen stands on.
+    screen stands on. Pressed while the screen stands alone in the window, the viewer is pushed
+    once a StackView takes the screen in.
 */
 
 /*!

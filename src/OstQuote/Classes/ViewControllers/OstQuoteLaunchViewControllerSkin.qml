@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Templates as T
 import OstFoundation
 import OstQuote
 
@@ -15,7 +14,9 @@ import OstQuote
     everything above the sentence but a 22-point gap. The button floats 20 below the top edge,
     right-aligned with the logo, 80 wide and as tall as its title.
 
-    Put it first on a StackView and take it away when it says so:
+    Put it straight into the window, so that it is on screen before the rest of the app is
+    read, and let the app's StackView take it in as its first item once that is loaded
+    (\l {Embedding the Module} shows the whole host), or put it first on a StackView directly:
 
     \qml
     StackView {
@@ -29,7 +30,8 @@ import OstQuote
 
     \l {OstQuoteLaunchViewControllerTemplate::willDismiss()}{willDismiss()} comes 2.5 s after
     each appearance, so also on the way back from the viewer: act once. The button pushes a quote
-    viewer on the same StackView.
+    viewer on the StackView the screen stands on; pressed while it stands alone, the viewer is
+    pushed once a StackView takes the screen in.
 */
 // The look of the launch screen. Back to front: the picture, the logo, the sentence and the
 // button.
@@ -52,13 +54,16 @@ OstQuoteLaunchViewControllerTemplate {
         anchors.bottomMargin: 22
         fillMode: Image.PreserveAspectCrop
         clip: true
-        // Resources come at once; remote pictures always load in the background.
+        // Resources and a picture the disk cache keeps (today's, prefetched by the last
+        // launch) come at once, in the first frame; others load in the background.
         asynchronous: false
-        // Remote pictures come through the pictures' provider: one download, web only.
-        source: OTPictures.source(screen.imageSource, Qt.size(width, height))
-        // Decoded to cover the area it is shown in, both ways (the crop takes the rest), not at
-        // its own size; Qt Quick asks for it in the window's device pixels.
-        sourceSize: width > 0 && height > 0 ? Qt.size(Math.ceil(width), Math.ceil(height)) : undefined
+        // Remote pictures come through the pictures' providers: one download, web only.
+        source: OTPictures.keptSource(screen.imageSource, Qt.size(width, screen.height))
+        // Decoded to cover the most it can be shown in, the screen's width and height (the crop
+        // takes the rest), not at its own size; Qt Quick asks for it in the window's device
+        // pixels. Not its own height: that follows the sentence's, and each change would decode
+        // the picture anew.
+        sourceSize: width > 0 && screen.height > 0 ? Qt.size(Math.ceil(width), Math.ceil(screen.height)) : undefined
     }
 
     Image {
@@ -94,31 +99,44 @@ OstQuoteLaunchViewControllerTemplate {
         lineHeight: quoteMetrics.height + screen.quoteLineSpacing
     }
 
-    T.Button {
+    // The button is made of Qt Quick's own items rather than a Qt Quick Controls button: the
+    // launch screen is the first thing a host shows, and it reads no QML module past Qt Quick
+    // and its own before its first frame.
+    Rectangle {
         id: pressToView
         objectName: "button"
+        // The title, as a button's content item.
+        readonly property alias contentItem: title
         anchors.right: logo.right
         anchors.top: parent.top
         anchors.topMargin: 20
         width: 80
-        topPadding: 8
-        leftPadding: 12
-        bottomPadding: 8
-        rightPadding: 12
-        implicitHeight: implicitContentHeight + topPadding + bottomPadding
-        text: screen.buttonTitle
-        font.pixelSize: OTPalette.launchButtonFontSize
-        // Tab reaches it (a ring shows it), Enter or Space opens the viewer.
-        focusPolicy: Qt.TabFocus
+        implicitHeight: title.implicitHeight + 8 + 8
+        // An opaque dark ground: the grey title reads over any picture. Only Tab gives the
+        // button the keyboard, so a ring shows when it has it.
+        color: OTPalette.ostrelButtonOnPictureColor
+        border.color: activeFocus ? OTPalette.ostrelFocusColor : OTPalette.ostrelFontColorSummary
+        border.width: activeFocus ? 2 : 1
+        radius: 4
+        // Tab reaches it, Enter, Return or Space opens the viewer.
+        activeFocusOnTab: true
         Accessible.role: Accessible.Button
-        Accessible.name: pressToView.text
-        Keys.onReturnPressed: pressToView.clicked()
-        Keys.onEnterPressed: pressToView.clicked()
-        onClicked: screen.buttonPressed()
+        Accessible.name: title.text
+        Accessible.focusable: true
+        Accessible.onPressAction: screen.buttonPressed()
+        Keys.onReturnPressed: screen.buttonPressed()
+        Keys.onEnterPressed: screen.buttonPressed()
+        Keys.onSpacePressed: screen.buttonPressed()
 
-        contentItem: Text {
-            text: pressToView.text
-            font: pressToView.font
+        Text {
+            id: title
+            anchors.fill: parent
+            anchors.topMargin: 8
+            anchors.leftMargin: 12
+            anchors.bottomMargin: 8
+            anchors.rightMargin: 12
+            text: screen.buttonTitle
+            font.pixelSize: OTPalette.launchButtonFontSize
             color: OTPalette.ostrelFontColorSummary
             horizontalAlignment: Text.AlignHCenter
             verticalAlignment: Text.AlignVCenter
@@ -126,12 +144,9 @@ OstQuoteLaunchViewControllerTemplate {
             elide: Text.ElideMiddle
         }
 
-        // An opaque dark ground: the grey title reads over any picture.
-        background: Rectangle {
-            color: OTPalette.ostrelButtonOnPictureColor
-            border.color: pressToView.visualFocus ? OTPalette.ostrelFocusColor : OTPalette.ostrelFontColorSummary
-            border.width: pressToView.visualFocus ? 2 : 1
-            radius: 4
+        MouseArea {
+            anchors.fill: parent
+            onClicked: screen.buttonPressed()
         }
     }
 }
