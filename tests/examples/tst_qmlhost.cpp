@@ -120,6 +120,30 @@ class TestQmlHost : public QObject
         return window && QTest::qWaitForWindowExposed(window) ? window : nullptr;
     }
 
+    // A window of `module`'s with `screen` (QML) standing alone in it, and `more` (QML) in the
+    // window; its takeIn() makes a StackView that takes the screen in as its first item (its
+    // `stack`).
+    static QObject *loadStandingAlone(QQmlApplicationEngine &engine, const char *module, const char *screen,
+                                      const char *more)
+    {
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        engine.loadData(QStringLiteral(R"(
+            import QtQuick
+            import QtQuick.Controls
+            import %1
+            Window {
+                id: window
+                width: 375; height: 667; visible: true
+                property Item screen: alone.item
+                property StackView stack
+                Loader { id: alone; width: 375; height: 667; sourceComponent: Component { %2 } }
+                Component { id: stackView; StackView { anchors.fill: parent } }
+                function takeIn() { stack = stackView.createObject(window.contentItem, {initialItem: screen}) }
+                %3
+            })").arg(QLatin1String(module), QLatin1String(screen), QLatin1String(more)).toUtf8());
+        return engine.rootObjects().value(0);
+    }
+
 private Q_SLOTS:
     void initTestCase()
     {
@@ -197,23 +221,9 @@ private Q_SLOTS:
     void aScreenStandingAloneFollowsItsWindow()
     {
         QQmlApplicationEngine engine;
-        engine.addImportPath(QStringLiteral(OST_QML_DIR));
-        engine.loadData(R"(
-            import QtQuick
-            import QtQuick.Controls
-            import OstQuoteTest
-            Window {
-                id: window
-                width: 375; height: 667; visible: true
-                property alias screen: screen
-                property StackView stack
-                RecordingScreen { id: screen; width: 375; height: 667 }
-                Component { id: stackView; StackView { anchors.fill: parent } }
-                Component { id: next; RecordingScreen {} }
-                function takeIn() { stack = stackView.createObject(window.contentItem, {initialItem: screen}) }
-                function pushNext() { stack.push(next, {}, StackView.Immediate) }
-            })");
-        QObject *root = engine.rootObjects().value(0);
+        QObject *root = loadStandingAlone(engine, "OstQuoteTest", "RecordingScreen {}",
+                                          "Component { id: next; RecordingScreen {} }\n"
+                                          "function pushNext() { stack.push(next, {}, StackView.Immediate) }");
         QVERIFY(root);
         auto *screen = qobject_cast<RecordingScreen *>(root->property("screen").value<QObject *>());
         QVERIFY(screen);
@@ -245,26 +255,12 @@ private Q_SLOTS:
     {
         OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
         QQmlApplicationEngine engine;
-        engine.addImportPath(QStringLiteral(OST_QML_DIR));
-        engine.loadData(R"(
-            import QtQuick
-            import QtQuick.Controls
-            import OstQuote
-            Window {
-                id: window
-                width: 375; height: 667; visible: true
-                property alias launch: launch
-                property StackView stack
-                property int dismissals: 0
-                OstQuoteLaunchViewController { id: launch; width: 375; height: 667; onWillDismiss: dismissals++ }
-                Component { id: stackView; StackView { anchors.fill: parent } }
-                function takeIn() { stack = stackView.createObject(window.contentItem, {initialItem: launch}) }
-            })");
-        QObject *root = engine.rootObjects().value(0);
+        QObject *root = loadStandingAlone(engine, "OstQuote", "OstQuoteLaunchViewController { onWillDismiss: dismissals++ }",
+                                          "property int dismissals: 0");
         QVERIFY(root);
         auto *window = qobject_cast<QQuickWindow *>(root);
         QVERIFY(QTest::qWaitForWindowExposed(window));
-        auto *launch = qobject_cast<OstQuoteLaunchViewController *>(root->property("launch").value<QObject *>());
+        auto *launch = qobject_cast<OstQuoteLaunchViewController *>(root->property("screen").value<QObject *>());
         QVERIFY(launch);
         QTRY_VERIFY(launch->timer());
         QVERIFY(launch->isVisibleOnScreen());
