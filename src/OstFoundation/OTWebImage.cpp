@@ -5,6 +5,8 @@
 
 #include <QBuffer>
 #include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QFileInfo>
 #include <QDeadlineTimer>
 #include <QHash>
 #include <QImageReader>
@@ -21,6 +23,7 @@
 #include <atomic>
 #include <memory>
 #include <cmath>
+#include <cstring>
 #include <utility>
 
 /*!
@@ -367,15 +370,62 @@ public:
     }
 };
 
-// Whether the disk cache (`cache`, or one on the directory of the moment) keeps a whole answer
-// for `url`; only the entry's header is read.
-bool keptAnswer(const QUrl &url, QNetworkDiskCache *cache = nullptr)
+// The disk cache of pictures: Qt's, except that an entry whose file is not a regular file of a
+// picture's size (a FIFO, a link to a device, a directory, a huge file put in its place) is
+// never opened, so that it cannot block or flood the thread that reads it; it counts as not
+// kept, and the picture is fetched again.
+class PictureDiskCache : public QNetworkDiskCache
 {
-    QNetworkDiskCache own;
+public:
+    using QNetworkDiskCache::QNetworkDiskCache;
+
+    enum class Entry { Missing, Odd, Regular };
+
+    // Where QNetworkDiskCache keeps `url` (data8/<x>/<id>.d under its directory) and what is
+    // there.
+    Entry entry(const QUrl &url) const
+    {
+        QUrl clean(url);
+        clean.setPassword(QString());
+        clean.setFragment(QString());
+        const QByteArray hash = QCryptographicHash::hash(clean.toEncoded(), QCryptographicHash::Sha1);
+        qlonglong head = 0;
+        std::memcpy(&head, hash.constData(), sizeof head);
+        const QByteArray id = QByteArray::number(head, 36).left(8);
+        const QString path = QStringLiteral("%1/data8/%2/%3.d")
+                                 .arg(cacheDirectory(), QString::number(id.back() % 16, 16), QString::fromLatin1(id));
+        const QFileInfo file(path);
+        if (!file.exists() && !file.isSymLink())
+            return Entry::Missing;
+        return file.isFile() && file.size() <= kMaximumEntrySize ? Entry::Regular : Entry::Odd;
+    }
+
+    QNetworkCacheMetaData metaData(const QUrl &url) override
+    {
+        return entry(url) == Entry::Odd ? QNetworkCacheMetaData() : QNetworkDiskCache::metaData(url);
+    }
+
+    QIODevice *data(const QUrl &url) override
+    {
+        return entry(url) == Entry::Odd ? nullptr : QNetworkDiskCache::data(url);
+    }
+
+private:
+    // A picture's body and the entry's header around it.
+    static constexpr qint64 kMaximumEntrySize = OTWebImage::MaximumPictureSize + 1024 * 1024;
+};
+
+// Whether the disk cache (`cache`, or one on the directory of the moment) keeps a whole answer
+// for `url` in a regular file where it is looked for; only the entry's header is read.
+bool keptAnswer(const QUrl &url, PictureDiskCache *cache = nullptr)
+{
+    PictureDiskCache own;
     if (!cache) {
         own.setCacheDirectory(OTWebImage::diskCacheDirectory());
         cache = &own;
     }
+    if (cache->entry(url) != PictureDiskCache::Entry::Regular)
+        return false;
     const QNetworkCacheMetaData kept = cache->metaData(url);
     return kept.isValid() && kept.attributes().value(QNetworkRequest::HttpStatusCodeAttribute).toInt() == 200;
 }
@@ -476,7 +526,7 @@ QByteArray keptPicture(const QUrl &url)
 {
     if (!isWebAddress(url))
         return {};
-    QNetworkDiskCache cache;
+    PictureDiskCache cache;
     cache.setCacheDirectory(diskCacheDirectory());
     if (!keptAnswer(url, &cache))
         return {};
@@ -603,11 +653,13 @@ QString diskCacheDirectory()
 /*!
     \fn QNetworkDiskCache *OTWebImage::createDiskCache(QObject *parent)
 
-    Returns a disk cache on diskCacheDirectory(), 50 MB at most, owned by \a parent.
+    Returns a disk cache on diskCacheDirectory(), 50 MB at most, owned by \a parent. An entry
+    whose file is not a regular file of a picture's size (a FIFO, a link to a device) is never
+    opened: it counts as not kept.
 */
 QNetworkDiskCache *createDiskCache(QObject *parent)
 {
-    auto *cache = new QNetworkDiskCache(parent);
+    auto *cache = new PictureDiskCache(parent);
     cache->setCacheDirectory(diskCacheDirectory());
     cache->setMaximumCacheSize(kMaximumCacheSize);
     return cache;
