@@ -58,10 +58,12 @@ OstQuoteLaunchViewControllerTemplate {
         // launch) come at once, in the first frame; others load in the background.
         asynchronous: false
         // Remote pictures come through the pictures' providers: one download, web only.
-        source: OTPictures.keptSource(screen.imageSource, Qt.size(width, height))
-        // Decoded to cover the area it is shown in, both ways (the crop takes the rest), not at
-        // its own size; Qt Quick asks for it in the window's device pixels.
-        sourceSize: width > 0 && height > 0 ? Qt.size(Math.ceil(width), Math.ceil(height)) : undefined
+        source: OTPictures.keptSource(screen.imageSource, Qt.size(width, screen.height))
+        // Decoded to cover the most it can be shown in, the screen's width and height (the crop
+        // takes the rest), not at its own size; Qt Quick asks for it in the window's device
+        // pixels. Not its own height: that follows the sentence's, and each change would decode
+        // the picture anew.
+        sourceSize: width > 0 && screen.height > 0 ? Qt.size(Math.ceil(width), Math.ceil(screen.height)) : undefined
     }
 
     Image {
