@@ -50,6 +50,12 @@ const QMetaObject *stackViewType(QQmlEngine *engine)
 // that QML made), or null.
 const QMetaObject *stackViewClass(const QQuickItem *item)
 {
+    // No item is a StackView before QtQuick.Templates, which registers the type, is loaded in
+    // the process; the bare StackView that names the class is not made before then, since
+    // making it would load that module (and its hundred types) before a launch screen that
+    // stands alone has shown its first frame.
+    if (qmlTypeId("QtQuick.Templates", 2, 0, "StackView") < 0)
+        return nullptr;
     QQmlEngine *engine = item ? OTSkin::engineForItem(item) : nullptr;
     const QMetaObject *type = engine ? stackViewType(engine) : nullptr;
     return type && item->metaObject()->inherits(type) ? type : nullptr;

@@ -23,6 +23,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QRegularExpression>
+#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -161,6 +162,36 @@ private Q_SLOTS:
             .removeRecursively();
         OstAPIClient::sharedClient()->setBaseURL(OstAPIClient::defaultBaseURL());
         forgetCachedAnswers(OstAPIClient::sharedClient());
+    }
+
+    // A launch screen standing straight in the window, as the example host shows it, is in
+    // view with its first frame drawn before anything has loaded QtQuick.Templates (Qt Quick
+    // Controls stand on it): the host's stack may load behind it. First of the suite, so that
+    // no other test has loaded the module in this process yet.
+    void theLaunchScreenAloneLoadsNoControls()
+    {
+        const auto templatesLoaded = []() { return qmlTypeId("QtQuick.Templates", 2, 0, "StackView") >= 0; };
+        QVERIFY2(!templatesLoaded(), "QtQuick.Templates was loaded before this test: it must run first");
+        OstAPIClient::sharedClient()->setBaseURL(m_server.baseURL());
+        QQmlApplicationEngine engine;
+        engine.addImportPath(QStringLiteral(OST_QML_DIR));
+        engine.loadData(R"(
+            import QtQuick
+            import OstQuote
+            Window {
+                width: 375; height: 667; visible: true
+                property alias screen: launch
+                OstQuoteLaunchViewController { id: launch; anchors.fill: parent }
+            })");
+        auto *window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
+        QVERIFY(window);
+        QSignalSpy frames(window, &QQuickWindow::frameSwapped);
+        auto *launch = qobject_cast<OstQuoteLaunchViewController *>(window->property("screen").value<QObject *>());
+        QVERIFY(launch);
+        QTRY_VERIFY(launch->isVisibleOnScreen());
+        QTRY_VERIFY(!frames.isEmpty());
+        QVERIFY(launch->timer());
+        QVERIFY(!templatesLoaded());
     }
 
     // The life cycle follows a plain StackView's changes, animated or not, and viewDidLoad
