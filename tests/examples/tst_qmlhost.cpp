@@ -415,12 +415,24 @@ private Q_SLOTS:
     {
         QQmlApplicationEngine engine;
         bool appearedBeforeTheStack = false;
+        // The app behind the launch screen is not asked for before the launch screen's first
+        // frame is drawn.
+        int appStatusAtFirstFrame = -1;
         QPointer<OstQuoteLaunchViewController> launch;
         connect(&engine, &QQmlApplicationEngine::objectCreated, this, [&](QObject *root) {
             launch = root ? root->findChild<OstQuoteLaunchViewController *>() : nullptr;
             if (!launch)
                 return;
             QVERIFY(!stackOf(engine));
+            QObject *app = root->findChild<QObject *>(QStringLiteral("app"));
+            QVERIFY(app);
+            connect(
+                qobject_cast<QQuickWindow *>(root), &QQuickWindow::afterRendering, this,
+                [&appStatusAtFirstFrame, app]() {
+                    if (appStatusAtFirstFrame < 0)
+                        appStatusAtFirstFrame = app->property("status").toInt();
+                },
+                Qt::DirectConnection);
             connect(launch, &OTCommonsViewController::visibleOnScreenChanged, this, [&]() {
                 if (launch->isVisibleOnScreen() && !stackOf(engine))
                     appearedBeforeTheStack = true;
@@ -431,6 +443,8 @@ private Q_SLOTS:
         QVERIFY(launch);
         QTRY_VERIFY(launch->isVisibleOnScreen());
         QVERIFY(appearedBeforeTheStack);
+        QTRY_VERIFY(appStatusAtFirstFrame >= 0);
+        QCOMPARE(appStatusAtFirstFrame, 0); // Loader.Null
         QTRY_VERIFY(stackOf(engine));
         QQuickItem *stack = stackOf(engine);
         QCOMPARE(currentOf(stack), launch.data());
