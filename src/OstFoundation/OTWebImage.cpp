@@ -1,19 +1,19 @@
 #include "OTWebImage.h"
 
-#include <QDir>
 #include "OTRequestGuard.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
 #include <QCryptographicHash>
-#include <QFileInfo>
 #include <QDeadlineTimer>
+#include <QDir>
+#include <QFileInfo>
 #include <QHash>
 #include <QImageReader>
 #include <QMutex>
 #include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QNetworkDiskCache>
+#include <QNetworkReply>
 #include <QPointer>
 #include <QQmlEngine>
 #include <QQuickAsyncImageProvider>
@@ -21,9 +21,9 @@
 #include <QThread>
 
 #include <atomic>
-#include <memory>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <utility>
 
 /*!
@@ -333,14 +333,27 @@ private:
     bool m_finished = false;
 };
 
+// The address of a picture as `provider`'s image id, and back.
+QUrl providerSource(const char *provider, const QUrl &address)
+{
+    return QUrl(QStringLiteral("image://%1/").arg(QLatin1String(provider))
+                + QString::fromLatin1(address.toEncoded().toBase64(QByteArray::Base64UrlEncoding
+                                                                   | QByteArray::OmitTrailingEquals)));
+}
+
+QUrl providerAddress(const QString &id)
+{
+    return QUrl::fromEncoded(
+        QByteArray::fromBase64(id.toLatin1(), QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals),
+        QUrl::StrictMode);
+}
+
 class PictureProvider : public QQuickAsyncImageProvider
 {
 public:
     QQuickImageResponse *requestImageResponse(const QString &id, const QSize &requestedSize) override
     {
-        const QByteArray address =
-            QByteArray::fromBase64(id.toLatin1(), QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals);
-        return new PictureResponse(QUrl::fromEncoded(address, QUrl::StrictMode), requestedSize);
+        return new PictureResponse(providerAddress(id), requestedSize);
     }
 };
 
@@ -357,9 +370,7 @@ public:
 
     QImage requestImage(const QString &id, QSize *size, const QSize &requestedSize) override
     {
-        const QByteArray address =
-            QByteArray::fromBase64(id.toLatin1(), QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals);
-        const QByteArray body = OTWebImage::keptPicture(QUrl::fromEncoded(address, QUrl::StrictMode));
+        const QByteArray body = OTWebImage::keptPicture(providerAddress(id));
         QString error;
         const QImage image = body.isEmpty() ? QImage() : OTWebImage::decodePicture(body, requestedSize, &error);
         if (!error.isEmpty())
@@ -426,15 +437,8 @@ bool keptAnswer(const QUrl &url, PictureDiskCache *cache = nullptr)
     }
     if (cache->entry(url) != PictureDiskCache::Entry::Regular)
         return false;
-    const QNetworkCacheMetaData kept = cache->metaData(url);
+    const QNetworkCacheMetaData kept = cache->QNetworkDiskCache::metaData(url);
     return kept.isValid() && kept.attributes().value(QNetworkRequest::HttpStatusCodeAttribute).toInt() == 200;
-}
-
-QUrl providerSource(const char *provider, const QUrl &address)
-{
-    return QUrl(QStringLiteral("image://%1/").arg(QLatin1String(provider))
-                + QString::fromLatin1(address.toEncoded().toBase64(QByteArray::Base64UrlEncoding
-                                                                   | QByteArray::OmitTrailingEquals)));
 }
 
 } // namespace
@@ -530,7 +534,8 @@ QByteArray keptPicture(const QUrl &url)
     cache.setCacheDirectory(diskCacheDirectory());
     if (!keptAnswer(url, &cache))
         return {};
-    const std::unique_ptr<QIODevice> body(cache.data(url));
+    // The entry has just been found a regular file: opened without looking again.
+    const std::unique_ptr<QIODevice> body(cache.QNetworkDiskCache::data(url));
     if (!body || body->size() <= 0 || body->size() > MaximumPictureSize)
         return {};
     return body->readAll();
